@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "backlight_nits_intf.h"
+
+namespace zarn {
+
+/// The two measured tables of one mode of operation, copied out of the parser for one call.
+struct MeasuredTables {
+  GenericPayload mapping_table;
+  GenericPayload mapping_tablefs;
+  BackLightToNitsTable* table_10 = nullptr;   ///< In `mapping_table`: one tenth of the screen.
+  BackLightToNitsTable* table_100 = nullptr;  ///< In `mapping_tablefs`: full screen.
+};
+
+/// The steps of fetching the measured tables, in their order.
+enum class FetchStep { kCreateTable10, kCreateTable100, kRequestTable10, kRequestTable100 };
+
+/// How a fetch ended.
+struct FetchResult {
+  int ret;         ///< 0, or the code of the step that failed.
+  FetchStep step;  ///< The last step that was made.
+};
+
+/// The conversion engine of one panel.
+class BackLightNitsImp : public BackLightNitsIntf {
+ public:
+  /// An engine that is not initialised. \param panel_name names the calibration file.
+  explicit BackLightNitsImp(std::string panel_name);
+
+  int Init() noexcept override;
+  int Deinit() noexcept override;
+  int SetParameter(BLNitsParams param, const GenericPayload& payload) noexcept override;
+  int GetParameter(BLNitsParams param, GenericPayload* payload) noexcept override;
+  int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept override;
+
+  // The arithmetic, each step alone. No engine state is read: it needs no lock.
+
+  /// Luminance for `in`'s level and coverage (its `hdr` is not read), from the two tables of one mode. Writes all of
+  /// `*out` but `size` and `hdr`, and nothing on failure.
+  /// \return 0, or -EINVAL: coverage outside 1 to 100, or a table that gives no straight line.
+  int CalculateNits(const BlBackLight* in, BlNitsValue* out, const BackLightToNitsTable* table_100,
+                    const BackLightToNitsTable* table_10);
+
+  /// Luminance for one level from one table: a measured point as it stands, a straight line between two, and the line
+  /// through the origin and the nearest end of the table outside them. `*nits` is 0.0 on failure.
+  /// \return 0, or -EINVAL: a null pointer, or a table that gives no straight line.
+  int GetNitsValue(uint32_t bl, const BackLightToNitsTable* table, double* nits);
+
+  /// The straight line through `p1` and `p2` at `out->x`, into `out->y`. The order of its operations is part of every
+  /// result: none of them may be rearranged or fused.
+  /// \return 0, or -EINVAL: `out` is null, or both points have the same `x`.
+  int InterPolate(const BackLightCordinates& p1, const BackLightCordinates& p2, BackLightCordinates* out);
+
+  /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing. Lock held.
+  FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables);
+
+ private:
+  // Below, everything runs with the lock held and, where a payload pointer is taken, not null.
+
+  bool CheckInitialized(const char* function) const;
+
+  // Handlers that forward to the parser.
+  int GetBlGamma(GenericPayload* payload);
+  int GetBlRange(GenericPayload* payload);
+  int GetPccThresh(GenericPayload* payload);
+  int GetBlNitsMapping10Percent(GenericPayload* payload);
+  int GetBlNitsMapping100Percent(GenericPayload* payload);
+  int GetBlHdrNitsMapping10Percent(GenericPayload* payload);
+  int GetBlHdrNitsMapping100Percent(GenericPayload* payload);
+
+  // kBLToNits.
+  int ProcessBackLightToNits(const GenericPayload& in, GenericPayload* out);
+  int NitsFromMaps(const BlBackLight& in, BlNitsValue* out, const char* function);
+  int NitsFromTables(const BlBackLight& in, BlNitsValue* out, const char* function);
+
+  int FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables);
+
+  template <auto X, auto Y, class Value>
+  int ValueOnTable(const BackLightToNitsTable& table, Value wanted, double* value);
+  template <class At10, class At100>
+  int ValueAtCoverage(uint32_t percentage, At10 at_10, At100 at_100, double* value);
+
+  // Constant after construction.
+  std::string panel_name_;
+
+  std::mutex lock_;
+
+  // Guarded by the lock.
+  bool initialized_ = false;
+  bool dimming_enabled_ = false;
+  double dimming_scale_ = 1.0;
+  BLRange bl_range_;
+  std::unique_ptr<BackLightNitsIntf> parser_;  // Never null while initialized_.
+
+  // Constant after construction.
+  std::map<BLNitsParams, int (BackLightNitsImp::*)(GenericPayload*)> get_param_funcs_;
+  std::map<BLNitsParams, int (BackLightNitsImp::*)(const GenericPayload&)> set_param_funcs_;
+  std::map<BLNitOps, int (BackLightNitsImp::*)(const GenericPayload&, GenericPayload*)> process_ops_funcs_;
+
+  // Guarded by the lock: nits for each client level 0 to max_os_bl, made from the dimming LUTs; empty without LUTs.
+  std::vector<double> vb_to_nits_map_10_;
+  std::vector<double> vb_to_nits_map_100_;
+  std::vector<double> hdr_vb_to_nits_map_10_;
+  std::vector<double> hdr_vb_to_nits_map_100_;
+};
+
+}  // namespace zarn

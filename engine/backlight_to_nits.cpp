@@ -1,0 +1,98 @@
+#include <cerrno>
+
+#include "backlight_nits_imp.h"
+#include "interpolation.h"
+#include "log.h"
+#include "records.h"
+
+namespace zarn {
+namespace {
+
+// An empty map gives 0.0 everywhere. A map is shorter than the range after a repeated Init has raised max_os_bl: a level
+// that it does not hold is refused.
+int NitsOnMap(const std::vector<double>& map, uint32_t bl, const char* function, double* nits) {
+  if (map.empty()) {
+    *nits = 0.0;
+    return 0;
+  }
+  if (bl >= map.size()) {
+    Log().Error("BackLightNitsImp::%s: invalid input backlight %u max %u", function, bl,
+                static_cast<uint32_t>(map.size() - 1));
+    return -EINVAL;
+  }
+  *nits = map[bl];
+  return 0;
+}
+
+}  // namespace
+
+int BackLightNitsImp::ProcessBackLightToNits(const GenericPayload& in, GenericPayload* out) {
+  const auto* const request = TakeOne<BlBackLight>(in, __func__);
+  auto* const answer = request != nullptr ? TakeOne<BlNitsValue>(*out, __func__) : nullptr;
+  if (answer == nullptr || !CheckPercentage(request->percentage, __func__)) {
+    return -EINVAL;
+  }
+  if (request->bl > bl_range_.max_os_bl) {
+    Log().Error("BackLightNitsImp::%s: invalid input backlight %u max %u", __func__, request->bl, bl_range_.max_os_bl);
+    return -EINVAL;
+  }
+  return dimming_enabled_ ? NitsFromMaps(*request, answer, __func__) : NitsFromTables(*request, answer, __func__);
+}
+
+// An empty high-brightness map is replaced by the standard one at a measured coverage only, never in a combination of
+// both coverages.
+int BackLightNitsImp::NitsFromMaps(const BlBackLight& in, BlNitsValue* out, const char* function) {
+  const bool combined = in.percentage > 10 && in.percentage < 100;
+  const auto choose = [&](const std::vector<double>& standard, const std::vector<double>& hdr) -> const auto& {
+    return in.hdr && (combined || !hdr.empty()) ? hdr : standard;
+  };
+  const auto& map_10 = choose(vb_to_nits_map_10_, hdr_vb_to_nits_map_10_);
+  const auto& map_100 = choose(vb_to_nits_map_100_, hdr_vb_to_nits_map_100_);
+  double nits = 0.0;
+  const int ret = ValueAtCoverage(
+      in.percentage, [&](double* value) { return NitsOnMap(map_10, in.bl, function, value); },
+      [&](double* value) { return NitsOnMap(map_100, in.bl, function, value); }, &nits);
+  if (ret != 0) {
+    return ret;
+  }
+  out->percentage = in.percentage;
+  out->bl = in.bl;
+  out->nits = nits;
+  out->hdr = in.hdr;
+  return 0;
+}
+
+int BackLightNitsImp::NitsFromTables(const BlBackLight& in, BlNitsValue* out, const char* function) {
+  MeasuredTables tables;
+  const int ret = FetchTablesFor(function, in.hdr, &tables);
+  return ret != 0 ? ret : CalculateNits(&in, out, tables.table_100, tables.table_10);
+}
+
+int BackLightNitsImp::CalculateNits(const BlBackLight* in, BlNitsValue* out, const BackLightToNitsTable* table_100,
+                                    const BackLightToNitsTable* table_10) {
+  if (!CheckPercentage(in->percentage, __func__)) {
+    return -EINVAL;
+  }
+  double nits = 0.0;
+  const int ret = ValueAtCoverage(
+      in->percentage, [&](double* value) { return GetNitsValue(in->bl, table_10, value); },
+      [&](double* value) { return GetNitsValue(in->bl, table_100, value); }, &nits);
+  if (ret != 0) {
+    return ret;
+  }
+  out->percentage = in->percentage;
+  out->bl = in->bl;
+  out->nits = nits;
+  return 0;
+}
+
+int BackLightNitsImp::GetNitsValue(uint32_t bl, const BackLightToNitsTable* table, double* nits) {
+  if (table == nullptr || nits == nullptr) {
+    Log().Error("BackLightNitsImp::%s: invalid table %pK nits %pK", __func__, static_cast<const void*>(table),
+                static_cast<void*>(nits));
+    return -EINVAL;
+  }
+  return ValueOnTable<&BlNitsPoint::bl, &BlNitsPoint::nits>(*table, bl, nits);
+}
+
+}  // namespace zarn

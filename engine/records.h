@@ -1,0 +1,33 @@
+#pragma once
+
+// Checks of what a client hands in, shared by the engine's handlers. Each refusal is logged in the name of `function`.
+
+#include <cstdint>
+
+#include "generic_payload.h"
+#include "log.h"
+
+namespace zarn {
+
+/// The one record that `payload` must hold; null when it holds anything else.
+template <class T>
+T* TakeOne(const GenericPayload& payload, const char* function) {
+  T* record = nullptr;
+  uint32_t count = 0;
+  if (payload.GetPayload(record, count) != 0 || count != 1) {
+    Log().Error("BackLightNitsImp::%s: get payload failed", function);
+    return nullptr;
+  }
+  return record;
+}
+
+/// Whether `percentage` is a screen coverage: 1 to 100.
+inline bool CheckPercentage(uint32_t percentage, const char* function) {
+  const bool valid = percentage >= 1 && percentage <= 100;
+  if (!valid) {
+    Log().Error("BackLightNitsImp::%s: invalid screen percentage %d", function, percentage);
+  }
+  return valid;
+}
+
+}  // namespace zarn

@@ -1,0 +1,121 @@
+#pragma once
+
+/// \file
+/// The container in which every record crosses the component interface.
+///
+/// Its functions are templates and become part of each client, so member order and behaviour are shared between
+/// clients and library and never change.
+
+#include <cerrno>
+#include <cstdint>
+#include <functional>
+
+#include "debug_handler.h"
+
+namespace zarn {
+
+/// Owns at most one record, which it was filled with once and frees when it is destroyed. All it knows of the record's
+/// type is the size: records of equal size pass for one another.
+///
+/// Not synchronised: one thread at a time, and the component that it is handed to for the length of that call.
+class GenericPayload {
+ public:
+  /// An empty payload.
+  GenericPayload() = default;
+
+  GenericPayload(const GenericPayload&) = delete;
+  GenericPayload& operator=(const GenericPayload&) = delete;
+  GenericPayload(GenericPayload&&) = delete;
+  GenericPayload& operator=(GenericPayload&&) = delete;
+
+  /// Frees the record, not what the record merely points to.
+  ~GenericPayload();
+
+  /// Fills an empty payload with one default-initialised `T`.
+  /// \param[out] element the new record, owned by the payload and valid until the payload is destroyed; null on failure.
+  /// \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
+  /// \throws std::bad_alloc when there is no memory.
+  template <class T>
+  int CreatePayload(T*& element);
+
+  /// Hands out the held record.
+  /// \param[out] element the record, owned by the payload and valid until it is destroyed; untouched on failure.
+  /// \param[out] count number of records, always 1 in practice; untouched on failure.
+  /// \return 0; -22 (EINVAL) when the payload is empty or its record has another size than `T`; -12 (ENOMEM), with an
+  /// Error in the debug log, when the size is right and the record is missing.
+  template <class T>
+  int GetPayload(T*& element, uint32_t& count) const;
+
+  /// Fills an empty payload with a copy of `source`, made by the copy constructor of `T`.
+  /// \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
+  /// \throws std::bad_alloc, or what the copy constructor throws.
+  template <class T>
+  int CopyPayload(const T& source);
+
+ private:
+  template <class T>
+  void Own(T* element);
+
+  uint32_t type_size_ = 0;
+  void* payload_ = nullptr;
+  uint32_t count_ = 0;
+  std::function<void()> release_;
+  bool copied_ = false;
+};
+
+inline GenericPayload::~GenericPayload() {
+  if (payload_ != nullptr && release_) {
+    release_();
+  }
+  type_size_ = 0;
+  payload_ = nullptr;
+  count_ = 0;
+}
+
+template <class T>
+int GenericPayload::CreatePayload(T*& element) {
+  if (payload_ != nullptr) {
+    element = nullptr;
+    return -EALREADY;
+  }
+  element = new T;
+  Own(element);
+  return 0;
+}
+
+template <class T>
+int GenericPayload::GetPayload(T*& element, uint32_t& count) const {
+  if (sizeof(T) != type_size_) {
+    return -EINVAL;
+  }
+  if (payload_ == nullptr) {
+    if (display::debug_handler_ != nullptr) {
+      display::debug_handler_->Error("GenericPayload::%s:Payload was not properly%s", __func__,
+                                     copied_ ? "copied via CopyPayload" : "created via CreatePayload");
+    }
+    return -ENOMEM;
+  }
+  element = static_cast<T*>(payload_);
+  count = count_;
+  return 0;
+}
+
+template <class T>
+int GenericPayload::CopyPayload(const T& source) {
+  if (payload_ != nullptr) {
+    return -EALREADY;
+  }
+  Own(new T(source));
+  copied_ = true;
+  return 0;
+}
+
+template <class T>
+void GenericPayload::Own(T* element) {
+  type_size_ = sizeof(T);
+  count_ = 1;
+  payload_ = element;
+  release_ = [element] { delete element; };
+}
+
+}  // namespace zarn

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <tinyxml2.h>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "backlight_nits_intf.h"
+
+namespace zarn {
+
+/// Reads one panel's calibration file and serves what it found, unchanged and read-only.
+class BackLightNitsParserImp : public BackLightNitsIntf {
+ public:
+  /// A parser without panel, steps and getters: `Init` succeeds and reads nothing.
+  BackLightNitsParserImp() = default;
+
+  /// Chooses the calibration file of `panel_name` by looking into the search directories; reads nothing yet.
+  explicit BackLightNitsParserImp(std::string panel_name);
+
+  int Init() noexcept override;
+  int Deinit() noexcept override;
+  int SetParameter(BLNitsParams param, const GenericPayload& payload) noexcept override;
+  int GetParameter(BLNitsParams param, GenericPayload* payload) noexcept override;
+  int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept override;
+
+ private:
+  // Lifecycle. All but the choice of the file run with the lock held.
+  std::string ChooseFile() const;
+  int RunParseSteps();
+  void ClearParseredData();
+  void ReleaseDocument();
+  bool CheckInitialized(const char* function) const;
+
+  // The parse steps: 0, -ENOENT from ParseTopNode when there is no loadable file, -EALREADY when there is a document
+  // already, else -EINVAL. All but the first rely on `top_node_`.
+  int ParseTopNode();
+  int ParseGamma();
+  int ParseBlRange();
+  int ParsePccThresh();
+  int ParseLinearTable();
+  int ParseFullScreenNitsTable();
+  int ParseOneTenthScreenNitsTable();
+  int ParseHdrFullScreenNitsTable();
+  int ParseHdrOneTenthScreenNitsTable();
+
+  int ParseNitsTable(const char* group, const char* table, uint32_t percentage, BackLightToNitsTable* target,
+                     const char* step);
+  int BackLightsToNitsTableParse(tinyxml2::XMLElement* element, BackLightToNitsTable* table);
+
+  // The getters: 0, or -EINVAL when `payload` does not hold exactly the one record. Run with the lock held.
+  int GetBlGamma(GenericPayload* payload);
+  int GetBlRange(GenericPayload* payload);
+  int GetPccThresh(GenericPayload* payload);
+  int GetBlLinearTable(GenericPayload* payload);
+  int GetBlNitsMapping10Percent(GenericPayload* payload);
+  int GetBlNitsMapping100Percent(GenericPayload* payload);
+  int GetBlHdrNitsMapping10Percent(GenericPayload* payload);
+  int GetBlHdrNitsMapping100Percent(GenericPayload* payload);
+
+  // Constant after construction.
+  std::string panel_name_;
+  std::string file_name_;
+
+  std::mutex lock_;
+
+  // Guarded by the lock. The document exists only while Init runs.
+  std::unique_ptr<tinyxml2::XMLDocument> xml_doc_;
+  tinyxml2::XMLElement* top_node_ = nullptr;
+  BLRange bl_range_;
+  BLGamma gamma_;
+  BLPccThresh pcc_thresh_{sizeof(BLPccThresh), 1.0};
+  BLLinearTable bl_linear_table_;
+  BackLightToNitsTable nits_table_100_;
+  BackLightToNitsTable nits_table_10_;
+  BackLightToNitsTable hdr_nits_table_100_;
+  BackLightToNitsTable hdr_nits_table_10_;
+
+  // Constant after construction.
+  std::vector<std::string> parse_steps_;
+  std::unordered_map<std::string, std::function<int()>> parse_funcs_;
+  std::map<BLNitsParams, int (BackLightNitsParserImp::*)(GenericPayload*)> get_param_funcs_;
+
+  // Guarded by the lock.
+  bool initialized_ = false;
+
+  // Constant after construction.
+  std::array<std::string, 3> xml_dirs_{"/vendor/etc/display/", "/odm/etc/display/", "/usr/data/display/"};
+};
+
+}  // namespace zarn

@@ -1,0 +1,123 @@
+#include <cerrno>
+
+#include "backlight_nits_parser_imp.h"
+#include "log.h"
+
+namespace zarn {
+namespace {
+
+// The one record that `payload` must hold; null, after an Error in the getter's name, when it holds anything else.
+template <class T>
+T* TakeOne(const GenericPayload& payload, const char* getter) {
+  T* record = nullptr;
+  uint32_t count = 0;
+  if (payload.GetPayload(record, count) != 0 || count != 1) {
+    Log().Error("BackLightNitsParserImp::%s: get payload failed", getter);
+    return nullptr;
+  }
+  return record;
+}
+
+int GetNitsTable(const BackLightToNitsTable& source, uint32_t percentage, GenericPayload* payload, const char* getter) {
+  auto* const table = TakeOne<BackLightToNitsTable>(*payload, getter);
+  if (table == nullptr) {
+    return -EINVAL;
+  }
+  table->percentage = percentage;
+  table->points.insert(table->points.end(), source.points.begin(), source.points.end());
+  return 0;
+}
+
+}  // namespace
+
+bool BackLightNitsParserImp::CheckInitialized(const char* function) const {
+  if (!initialized_) {
+    Log().Error("BackLightNitsParserImp::%s: Implementation not initialized", function);
+  }
+  return initialized_;
+}
+
+int BackLightNitsParserImp::SetParameter(BLNitsParams /*param*/, const GenericPayload& /*payload*/) noexcept {
+  const std::lock_guard<std::mutex> guard(lock_);
+  return CheckInitialized(__func__) ? -EOPNOTSUPP : -EINVAL;
+}
+
+int BackLightNitsParserImp::ProcessOps(BLNitOps /*op*/, const GenericPayload& /*in*/,
+                                       GenericPayload* /*out*/) noexcept {
+  const std::lock_guard<std::mutex> guard(lock_);
+  return CheckInitialized(__func__) ? -EOPNOTSUPP : -EINVAL;
+}
+
+int BackLightNitsParserImp::GetParameter(BLNitsParams param, GenericPayload* payload) noexcept {
+  const std::lock_guard<std::mutex> guard(lock_);
+  if (!CheckInitialized(__func__)) {
+    return -EINVAL;
+  }
+  if (payload == nullptr) {
+    Log().Error("BackLightNitsParserImp::%s: output parameter is invalid", __func__);
+    return -EINVAL;
+  }
+  const auto getter = get_param_funcs_.find(param);
+  if (getter == get_param_funcs_.end()) {
+    Log().Error("BackLightNitsParserImp::%s: getparameter not supported %d", __func__, param);
+    return -EOPNOTSUPP;
+  }
+  return (this->*getter->second)(payload);
+}
+
+int BackLightNitsParserImp::GetBlGamma(GenericPayload* payload) {
+  auto* const gamma = TakeOne<BLGamma>(*payload, __func__);
+  if (gamma == nullptr) {
+    return -EINVAL;
+  }
+  gamma->gamma = gamma_.gamma;
+  return 0;
+}
+
+int BackLightNitsParserImp::GetBlRange(GenericPayload* payload) {
+  auto* const range = TakeOne<BLRange>(*payload, __func__);
+  if (range == nullptr) {
+    return -EINVAL;
+  }
+  range->minimum_bl = bl_range_.minimum_bl;
+  range->max_bl = bl_range_.max_bl;
+  range->max_os_bl = bl_range_.max_os_bl;
+  return 0;
+}
+
+int BackLightNitsParserImp::GetPccThresh(GenericPayload* payload) {
+  auto* const threshold = TakeOne<BLPccThresh>(*payload, __func__);
+  if (threshold == nullptr) {
+    return -EINVAL;
+  }
+  threshold->pcc_thresh = pcc_thresh_.pcc_thresh;
+  return 0;
+}
+
+int BackLightNitsParserImp::GetBlLinearTable(GenericPayload* payload) {
+  auto* const table = TakeOne<BLLinearTable>(*payload, __func__);
+  if (table == nullptr) {
+    return -EINVAL;
+  }
+  const auto& entries = bl_linear_table_.entries;
+  table->entries.insert(table->entries.end(), entries.begin(), entries.end());
+  return 0;
+}
+
+int BackLightNitsParserImp::GetBlNitsMapping10Percent(GenericPayload* payload) {
+  return GetNitsTable(nits_table_10_, 10, payload, __func__);
+}
+
+int BackLightNitsParserImp::GetBlNitsMapping100Percent(GenericPayload* payload) {
+  return GetNitsTable(nits_table_100_, 100, payload, __func__);
+}
+
+int BackLightNitsParserImp::GetBlHdrNitsMapping10Percent(GenericPayload* payload) {
+  return GetNitsTable(hdr_nits_table_10_, 10, payload, __func__);
+}
+
+int BackLightNitsParserImp::GetBlHdrNitsMapping100Percent(GenericPayload* payload) {
+  return GetNitsTable(hdr_nits_table_100_, 100, payload, __func__);
+}
+
+}  // namespace zarn

@@ -1,0 +1,41 @@
+#include "debug_handler.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace display {
+namespace {
+
+void WriteLine(const char* level, const char* format, va_list arguments) {
+  flockfile(stderr);
+  std::fprintf(stderr, "%s: ", level);
+  std::vfprintf(stderr, format, arguments);
+  std::fputc('\n', stderr);
+  funlockfile(stderr);
+}
+
+class StandardErrorHandler : public DebugHandler {
+ public:
+  void Error(const char* format, ...) override __attribute__((format(printf, 2, 3))) {
+    va_list arguments;
+    va_start(arguments, format);
+    WriteLine("error", format, arguments);
+    va_end(arguments);
+  }
+  void Warning(const char* format, ...) override __attribute__((format(printf, 2, 3))) {
+    va_list arguments;
+    va_start(arguments, format);
+    WriteLine("warning", format, arguments);
+    va_end(arguments);
+  }
+  void Info(const char* /*format*/, ...) override {}
+  void Debug(const char* /*format*/, ...) override {}
+  void Verbose(const char* /*format*/, ...) override {}
+};
+
+}  // namespace
+
+// Never destroyed: threads may still log while the process exits.
+DebugHandler* debug_handler_ = new StandardErrorHandler;
+
+}  // namespace display
