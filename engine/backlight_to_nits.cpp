@@ -8,8 +8,8 @@
 namespace zarn {
 namespace {
 
-// An empty map gives 0.0 everywhere. A map is shorter than the range after a repeated Init has raised max_os_bl: a level
-// that it does not hold is refused.
+// An empty map gives 0.0 everywhere. A map is shorter than the range after a repeated Init has raised max_os_bl: a
+// level that it does not hold is refused.
 int NitsOnMap(const std::vector<double>& map, uint32_t bl, const char* function, double* nits) {
   if (map.empty()) {
     *nits = 0.0;

@@ -9,9 +9,9 @@
 
 namespace zarn {
 
-/// Walks `table` in file order, sorted or not, up to the first point whose X is `wanted` (its Y is the value) or greater
-/// (the value lies on the line from the point before). A table that begins above `wanted` is continued to the origin;
-/// above its last point follows the line through the origin and that point. `*value` is 0.0 on failure.
+/// Walks `table` in file order, sorted or not, up to the first point whose X is `wanted` (its Y is the value) or
+/// greater (the value lies on the line from the point before). A table that begins above `wanted` is continued to the
+/// origin; above its last point follows the line through the origin and that point. `*value` is 0.0 on failure.
 template <auto X, auto Y, class Value>
 int BackLightNitsImp::ValueOnTable(const BackLightToNitsTable& table, Value wanted, double* value) {
   const BlNitsPoint* below = nullptr;

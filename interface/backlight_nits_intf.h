@@ -59,9 +59,9 @@ class BackLightNitsIntf {
   /// Runs a conversion.
   /// \param op which one; BLNitOps names the records that belong to it.
   /// \param in holds the input record; read during the call only.
-  /// \param[out] out holds the output record, created by the caller; written only when the result is 0. For kNitsToBL it
-  /// may be the same payload as `in`.
-  /// \return 0, -22 or -95. A parser, which converts nothing, answers -95 without a log line.
+  /// \param[out] out holds the output record, created by the caller; written only when the result is 0. For kNitsToBL
+  /// it may be the same payload as `in`. \return 0, -22 or -95. A parser, which converts nothing, answers -95 without a
+  /// log line.
   virtual int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) = 0;
 };
 

@@ -32,8 +32,8 @@ class GenericPayload {
   ~GenericPayload();
 
   /// Fills an empty payload with one default-initialised `T`.
-  /// \param[out] element the new record, owned by the payload and valid until the payload is destroyed; null on failure.
-  /// \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
+  /// \param[out] element the new record, owned by the payload and valid until the payload is destroyed; null on
+  /// failure. \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
   /// \throws std::bad_alloc when there is no memory.
   template <class T>
   int CreatePayload(T*& element);

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <new>
 
 namespace display {
 namespace {
@@ -33,9 +34,11 @@ class StandardErrorHandler : public DebugHandler {
   void Verbose(const char* /*format*/, ...) override {}
 };
 
+// In storage of its own, so that it is never destroyed: threads may still log while the process exits.
+alignas(StandardErrorHandler) unsigned char storage[sizeof(StandardErrorHandler)];
+
 }  // namespace
 
-// Never destroyed: threads may still log while the process exits.
-DebugHandler* debug_handler_ = new StandardErrorHandler;
+DebugHandler* debug_handler_ = new (storage) StandardErrorHandler;
 
 }  // namespace display
