@@ -1,0 +1,56 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "commands.h"
+#include "panel.h"
+
+namespace blnits {
+namespace {
+
+template <class Points, class Less>
+std::pair<typename Points::const_iterator, typename Points::const_iterator> Span(const Points& points, Less less) {
+  return std::minmax_element(points.begin(), points.end(), less);
+}
+
+void ShowTable(Panel* panel, const char* name, zarn::BLNitsParams param) {
+  const auto points = panel->Get<zarn::BackLightToNitsTable>(param).points;
+  if (points.empty()) {
+    fmt::print("{:<30}{:>6}\n", name, 0);
+    return;
+  }
+  const auto levels = Span(points, [](const auto& a, const auto& b) { return a.bl < b.bl; });
+  const auto nits = Span(points, [](const auto& a, const auto& b) { return a.nits < b.nits; });
+  fmt::print("{:<30}{:>6}  {:>16}  {:>20}\n", name, points.size(),
+             fmt::format("{} to {}", levels.first->bl, levels.second->bl),
+             fmt::format("{} to {}", nits.first->nits, nits.second->nits));
+}
+
+void Run(const std::string& argument, CapturedLog* log) {
+  Panel panel(argument, log);
+  const auto range = panel.Get<zarn::BLRange>(zarn::kBLRange);
+  fmt::print("panel          {}\n", panel.Name());
+  fmt::print("file           {}\n", panel.File());
+  fmt::print("panel levels   {} to {}\n", range.minimum_bl, range.max_bl);
+  fmt::print("client levels  0 to {}\n", range.max_os_bl);
+  fmt::print("gamma          {}\n", panel.Get<zarn::BLGamma>(zarn::kBLGamma).gamma);
+  fmt::print("PCC threshold  {}\n\n", panel.Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh);
+  fmt::print("{:<30}{:>6}  {:>16}  {:>20}\n", "measured table", "points", "client levels", "nits");
+  ShowTable(&panel, "standard, 10 % of the screen", zarn::kBLNitsMapping10Percent);
+  ShowTable(&panel, "standard, full screen", zarn::kBLNitsMapping100Percent);
+  ShowTable(&panel, "high brightness, 10 %", zarn::kBLHdrNitsMapping10Percent);
+  ShowTable(&panel, "high brightness, full screen", zarn::kBLHdrNitsMapping100Percent);
+}
+
+}  // namespace
+
+void AddShowCommand(CLI::App* app, CapturedLog* log) {
+  auto* const command = app->add_subcommand("show", "Show what a panel's calibration holds");
+  auto panel = std::make_shared<std::string>();
+  command->add_option("PANEL", *panel, "Panel's name, or path to its backlight_calib_<panel>.xml")->required();
+  command->footer("Example: blnits show samples/backlight_calib_lcd_small.xml");
+  command->callback([panel, log] { Run(*panel, log); });
+}
+
+}  // namespace blnits
