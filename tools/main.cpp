@@ -1,6 +1,5 @@
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
+#include <cstdio>
 
 #include "captured_log.h"
 #include "commands.h"
@@ -13,7 +12,7 @@ constexpr int kWrongUsage = 2;
 
 int Say(const std::exception& error, int status) {
   std::fflush(stdout);
-  fmt::print(stderr, "blnits: {}\n", error.what());
+  std::fprintf(stderr, "blnits: %s\n", error.what());
   return status;
 }
 
