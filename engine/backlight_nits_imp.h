@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "backlight_nits_intf.h"
@@ -53,6 +54,29 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// \return 0, or -EINVAL: a null pointer, or a table that gives no straight line.
   int GetNitsValue(uint32_t bl, const BackLightToNitsTable* table, double* nits);
 
+  /// The level for `in`'s luminance and coverage (its `bl` and `hdr` are not read), from the two tables of one mode.
+  /// Between the coverages it is truncated. Writes all of `*out` but `size` and `hdr`, last, so that `out` may be `in`;
+  /// nothing on failure.
+  /// \return 0, or -EINVAL: coverage outside 1 to 100, or a table that gives no straight line.
+  int CalculateBl(const BlNitsValue* in, BlNitsValue* out, const BackLightToNitsTable* table_100,
+                  const BackLightToNitsTable* table_10);
+
+  /// The level for one luminance from one table: GetNitsValue the other way round, rounded to the nearest level, halves
+  /// away from zero, and never below 0. `*bl` is 0 on failure.
+  /// \return 0, or -EINVAL: a null pointer, or a table that gives no straight line.
+  int GetBlValue(double nits, const BackLightToNitsTable* table, uint32_t* bl);
+
+  /// The level whose entry in the map is nearest to `nits`: the lower one of two at the same distance, the highest of
+  /// equal entries.
+  /// \return 0, or -EINVAL, without a log line and with `*bl` untouched, when the map is empty.
+  int GetBlValue(double nits, const std::vector<double>& vb_to_nits_map, uint32_t* bl);
+
+  /// Appends to `out` one pair for each linearized level from 0 to the last one of `in`, the panel levels between two
+  /// pairs of `in` interpolated and rounded to the nearest, halves away from zero.
+  /// \return 0, or -EINVAL, with `out` untouched: `out` is null, or `in` has fewer than two pairs, does not rise, does
+  /// not begin at 0, or ends above 1,048,575.
+  int InterPolateBlLinearTable(const BLLinearTable& in, BLLinearTable* out);
+
   /// The straight line through `p1` and `p2` at `out->x`, into `out->y`. The order of its operations is part of every
   /// result: none of them may be rearranged or fused.
   /// \return 0, or -EINVAL: `out` is null, or both points have the same `x`.
@@ -60,6 +84,14 @@ class BackLightNitsImp : public BackLightNitsIntf {
 
   /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing. Lock held.
   FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables);
+
+  /// Rebuilds one map: for each client level the luminance of the level that the dimming LUT makes of it, times its
+  /// attenuation. Lock held.
+  /// \param percentage 10 or 100; with any other the map stays as it is and the result is 0.
+  /// \return 0; what the parser answered, the map then being untouched; or what CalculateNits answered, the map then
+  /// being empty.
+  int UpdateBlNitsMapping(uint32_t percentage, bool hdr, const BLRange* range, const DimmingLuts* luts,
+                          std::vector<double>& map);
 
  private:
   // Below, everything runs with the lock held and, where a payload pointer is taken, not null.
@@ -75,10 +107,28 @@ class BackLightNitsImp : public BackLightNitsIntf {
   int GetBlHdrNitsMapping10Percent(GenericPayload* payload);
   int GetBlHdrNitsMapping100Percent(GenericPayload* payload);
 
+  int GetBlLinearTable(GenericPayload* payload);
+  void AppendSegment(const std::pair<uint32_t, uint32_t>& from, const std::pair<uint32_t, uint32_t>& to,
+                     std::vector<std::pair<uint32_t, uint32_t>>* dense);
+
+  // Dimming.
+  int GetDimmingStatus(GenericPayload* payload);
+  int GetDimmingScale(GenericPayload* payload);
+  int SetDimmingStatus(const GenericPayload& payload);
+  int SetDimmingScale(const GenericPayload& payload);
+  int SetDimmingLuts(const GenericPayload& payload);
+
   // kBLToNits.
   int ProcessBackLightToNits(const GenericPayload& in, GenericPayload* out);
-  int NitsFromMaps(const BlBackLight& in, BlNitsValue* out, const char* function);
-  int NitsFromTables(const BlBackLight& in, BlNitsValue* out, const char* function);
+  int NitsFromMaps(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function);
+  int NitsFromTables(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function);
+
+  // kNitsToBL.
+  int ProcessNitsToBackLight(const GenericPayload& in, GenericPayload* out);
+  int LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue* out);
+  int LevelFromTables(const BlNitsValue& in, bool hdr, BlNitsValue* out, const char* function);
+  template <class Source>
+  int LevelAtCoverage(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl);
 
   int FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables);
 

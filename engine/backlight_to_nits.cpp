@@ -36,15 +36,17 @@ int BackLightNitsImp::ProcessBackLightToNits(const GenericPayload& in, GenericPa
     Log().Error("BackLightNitsImp::%s: invalid input backlight %u max %u", __func__, request->bl, bl_range_.max_os_bl);
     return -EINVAL;
   }
-  return dimming_enabled_ ? NitsFromMaps(*request, answer, __func__) : NitsFromTables(*request, answer, __func__);
+  const bool hdr = ReadFlag(request->hdr);
+  return dimming_enabled_ ? NitsFromMaps(*request, hdr, answer, __func__)
+                          : NitsFromTables(*request, hdr, answer, __func__);
 }
 
 // An empty high-brightness map is replaced by the standard one at a measured coverage only, never in a combination of
 // both coverages.
-int BackLightNitsImp::NitsFromMaps(const BlBackLight& in, BlNitsValue* out, const char* function) {
+int BackLightNitsImp::NitsFromMaps(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function) {
   const bool combined = in.percentage > 10 && in.percentage < 100;
-  const auto choose = [&](const std::vector<double>& standard, const std::vector<double>& hdr) -> const auto& {
-    return in.hdr && (combined || !hdr.empty()) ? hdr : standard;
+  const auto choose = [&](const std::vector<double>& standard, const std::vector<double>& high) -> const auto& {
+    return hdr && (combined || !high.empty()) ? high : standard;
   };
   const auto& map_10 = choose(vb_to_nits_map_10_, hdr_vb_to_nits_map_10_);
   const auto& map_100 = choose(vb_to_nits_map_100_, hdr_vb_to_nits_map_100_);
@@ -58,13 +60,13 @@ int BackLightNitsImp::NitsFromMaps(const BlBackLight& in, BlNitsValue* out, cons
   out->percentage = in.percentage;
   out->bl = in.bl;
   out->nits = nits;
-  out->hdr = in.hdr;
+  out->hdr = hdr;
   return 0;
 }
 
-int BackLightNitsImp::NitsFromTables(const BlBackLight& in, BlNitsValue* out, const char* function) {
+int BackLightNitsImp::NitsFromTables(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function) {
   MeasuredTables tables;
-  const int ret = FetchTablesFor(function, in.hdr, &tables);
+  const int ret = FetchTablesFor(function, hdr, &tables);
   return ret != 0 ? ret : CalculateNits(&in, out, tables.table_100, tables.table_10);
 }
 

@@ -12,14 +12,23 @@ BackLightNitsImp::BackLightNitsImp(std::string panel_name) : panel_name_(std::mo
   get_param_funcs_ = {
       {kBLGamma, &Imp::GetBlGamma},
       {kBLRange, &Imp::GetBlRange},
+      {kBLLinearTable, &Imp::GetBlLinearTable},
       {kBLNitsMapping10Percent, &Imp::GetBlNitsMapping10Percent},
       {kBLNitsMapping100Percent, &Imp::GetBlNitsMapping100Percent},
       {kBLHdrNitsMapping10Percent, &Imp::GetBlHdrNitsMapping10Percent},
       {kBLHdrNitsMapping100Percent, &Imp::GetBlHdrNitsMapping100Percent},
       {kBLPccThresh, &Imp::GetPccThresh},
+      {kBLDimmingStatus, &Imp::GetDimmingStatus},
+      {kBLDimmingScale, &Imp::GetDimmingScale},
+  };
+  set_param_funcs_ = {
+      {kBLDimmingStatus, &Imp::SetDimmingStatus},
+      {kBLDimmingScale, &Imp::SetDimmingScale},
+      {kBLDimmingLuts, &Imp::SetDimmingLuts},
   };
   process_ops_funcs_ = {
       {kBLToNits, &Imp::ProcessBackLightToNits},
+      {kNitsToBL, &Imp::ProcessNitsToBackLight},
   };
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
-// Checks of what a client hands in, shared by the engine's handlers. Each refusal is logged in the name of `function`.
+// Reading what a client hands in, shared by the engine's handlers. Each refusal is logged in the name of `function`.
 
 #include <cstdint>
+#include <cstring>
 
 #include "generic_payload.h"
 #include "log.h"
@@ -19,6 +20,13 @@ T* TakeOne(const GenericPayload& payload, const char* function) {
     return nullptr;
   }
   return record;
+}
+
+/// A client's flag: every byte but 0 is true. Records of equal size pass for one another, so the byte may be no bool.
+inline bool ReadFlag(const bool& flag) {
+  unsigned char byte = 0;
+  std::memcpy(&byte, &flag, sizeof byte);
+  return byte != 0;
 }
 
 /// Whether `percentage` is a screen coverage: 1 to 100.

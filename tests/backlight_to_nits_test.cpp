@@ -10,13 +10,9 @@ using namespace zarn;
 class BackLightToNits : public testing::Test {
  protected:
   int Convert(BackLightNitsIntf& engine, uint32_t bl, uint32_t percentage, bool hdr = false) {
-    Holding<BlBackLight> in;
-    in->bl = bl;
-    in->percentage = percentage;
-    in->hdr = hdr;
-    out_.record->nits = -1.0;
+    out_->nits = -1.0;
     log_.Take();
-    return engine.ProcessOps(kBLToNits, in.payload, &out_.payload);
+    return Process(engine, kBLToNits, Level(bl, percentage, hdr), &out_);
   }
 
   TemporaryFolder folder_;

@@ -34,6 +34,10 @@ std::string Group(const std::string& name, const Points& points_100, const Point
 
 }  // namespace
 
+Calibration::Calibration(uint32_t max_bl, uint32_t max_os_bl)
+    : attributes(R"(gamma="2.2" minimum_bl="1" max_bl=")" + std::to_string(max_bl) + R"(" max_os_bl=")" +
+                 std::to_string(max_os_bl) + R"(" pcc_thresh="0.5")") {}
+
 std::string Calibration::Text() const {
   return "<Calib_Data " + attributes + ">\n" + TwoLists("linearized_bl", "panel_bl", linear) + "<measurement_data>\n" +
          Group("standard", standard_100, standard_10) + Group("hbm", hbm_100, hbm_10) +

@@ -38,6 +38,9 @@ using Points = std::vector<std::pair<uint32_t, double>>;
 
 /// A calibration file in the making. The client range reaches beyond the measured points, which begin above 0.
 struct Calibration {
+  Calibration() = default;
+  Calibration(uint32_t max_bl, uint32_t max_os_bl);
+
   std::string attributes = R"(gamma="2.2" minimum_bl="1" max_bl="1023" max_os_bl="400" pcc_thresh="0.5")";
   std::vector<std::pair<uint32_t, uint32_t>> linear = {{0, 0}, {1023, 1000}};
   Points standard_100 = {{100, 200.0}, {200, 600.0}};
@@ -75,6 +78,22 @@ std::string NewPanelName();
 std::string NewPanel(const std::string& text);
 
 std::shared_ptr<zarn::BackLightNitsIntf> EngineOf(const std::string& panel);
+
+/// An operation with `in` copied into a payload of its own. The output record is `*out`'s.
+template <class In>
+int Process(zarn::BackLightNitsIntf& engine, zarn::BLNitOps op, const In& in, Holding<zarn::BlNitsValue>* out) {
+  zarn::GenericPayload payload;
+  payload.CopyPayload(in);
+  return engine.ProcessOps(op, payload, &out->payload);
+}
+
+inline zarn::BlBackLight Level(uint32_t bl, uint32_t percentage, bool hdr = false) {
+  return {sizeof(zarn::BlBackLight), percentage, bl, hdr};
+}
+
+inline zarn::BlNitsValue Nits(double nits, uint32_t percentage, bool hdr = false) {
+  return {sizeof(zarn::BlNitsValue), percentage, 0, nits, hdr};
+}
 
 /// The engine of a new panel, initialised.
 std::shared_ptr<zarn::BackLightNitsIntf> NewEngine(const Calibration& calibration);

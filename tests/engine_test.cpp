@@ -91,10 +91,8 @@ TEST_F(Engine, InitCanFailAndBeRepeated) {
   log_.Take();
   EXPECT_EQ(engine->GetParameter(kBLRange, &range.payload), -22);
   EXPECT_EQ(log_.Take(), Lines{"E BackLightNitsParserImp::GetParameter: Implementation not initialized"});
-  Holding<BlBackLight> in;
   Holding<BlNitsValue> out;
-  in->percentage = 100;
-  EXPECT_EQ(engine->ProcessOps(kBLToNits, in.payload, &out.payload), -22);
+  EXPECT_EQ(Process(*engine, kBLToNits, Level(0, 100), &out), -22);
   EXPECT_EQ(log_.Take(), (Lines{"E BackLightNitsParserImp::GetParameter: Implementation not initialized",
                                 start_ + "ProcessBackLightToNits: get parameter for kBLNitsMapping10Percent ret -22"}));
   EXPECT_EQ(engine->Deinit(), 0);

@@ -56,11 +56,8 @@ TEST(Factory, ManyThreadsGetOneEngineAndConvertWithIt) {
       engines[i] = EngineOf(panel);
       EXPECT_EQ(engines[i]->Init(), 0);
       for (int turn = 0; turn < 50; ++turn) {
-        Holding<BlBackLight> in;
         Holding<BlNitsValue> out;
-        in->percentage = 10;
-        in->bl = 150;
-        EXPECT_EQ(engines[i]->ProcessOps(kBLToNits, in.payload, &out.payload), 0);
+        EXPECT_EQ(Process(*engines[i], kBLToNits, Level(150, 10), &out), 0);
         nits[i] = out->nits;
       }
     });

@@ -1,0 +1,133 @@
+#include <cerrno>
+#include <cmath>
+
+#include "backlight_nits_imp.h"
+#include "interpolation.h"
+#include "log.h"
+#include "records.h"
+#include "saturate.h"
+
+namespace zarn {
+namespace {
+
+// The first entry greater than `nits`, or the map's size. Not std::upper_bound: a map need not ascend, and what is
+// found in one that does not is defined by these steps.
+size_t FirstAbove(const std::vector<double>& map, double nits) {
+  size_t start = 0;
+  for (size_t count = map.size(); count != 0;) {
+    const size_t half = count / 2;
+    if (map[start + half] > nits) {
+      count = half;
+    } else {
+      start += half + 1;
+      count -= half + 1;
+    }
+  }
+  return start;
+}
+
+}  // namespace
+
+int BackLightNitsImp::ProcessNitsToBackLight(const GenericPayload& in, GenericPayload* out) {
+  const auto* const request = TakeOne<BlNitsValue>(in, __func__);
+  auto* const answer = request != nullptr ? TakeOne<BlNitsValue>(*out, __func__) : nullptr;
+  if (answer == nullptr || !CheckPercentage(request->percentage, __func__)) {
+    return -EINVAL;
+  }
+  const bool hdr = ReadFlag(request->hdr);
+  return dimming_enabled_ ? LevelFromMaps(*request, hdr, answer) : LevelFromTables(*request, hdr, answer, __func__);
+}
+
+// Unlike the other direction, an empty high-brightness map is never replaced by the standard one.
+int BackLightNitsImp::LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue* out) {
+  uint32_t bl = 0;
+  const int ret = hdr ? LevelAtCoverage(in, hdr_vb_to_nits_map_10_, hdr_vb_to_nits_map_100_, &bl)
+                      : LevelAtCoverage(in, vb_to_nits_map_10_, vb_to_nits_map_100_, &bl);
+  if (ret != 0) {
+    return ret;
+  }
+  // `out` may be `in`: nothing was written before this point.
+  out->percentage = in.percentage;
+  out->hdr = hdr;
+  out->bl = bl;
+  out->nits = in.nits;
+  return 0;
+}
+
+int BackLightNitsImp::LevelFromTables(const BlNitsValue& in, bool hdr, BlNitsValue* out, const char* function) {
+  MeasuredTables tables;
+  const int ret = FetchTablesFor(function, hdr, &tables);
+  return ret != 0 ? ret : CalculateBl(&in, out, tables.table_100, tables.table_10);
+}
+
+int BackLightNitsImp::CalculateBl(const BlNitsValue* in, BlNitsValue* out, const BackLightToNitsTable* table_100,
+                                  const BackLightToNitsTable* table_10) {
+  if (!CheckPercentage(in->percentage, __func__)) {
+    return -EINVAL;
+  }
+  uint32_t bl = 0;
+  const int ret = LevelAtCoverage(*in, table_10, table_100, &bl);
+  if (ret != 0) {
+    return ret;
+  }
+  out->percentage = in->percentage;
+  out->bl = bl;
+  out->nits = in->nits;
+  return 0;
+}
+
+/// The level that `at_10` and `at_100`, two tables or two maps, give for `in`. Between the two coverages it is
+/// truncated, whereas GetBlValue rounds; at a measured coverage there is nothing left to truncate.
+template <class Source>
+int BackLightNitsImp::LevelAtCoverage(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl) {
+  const auto level_in = [this, &in](const Source& source) {
+    return [this, &in, &source](double* level) {
+      uint32_t whole = 0;
+      const int ret = GetBlValue(in.nits, source, &whole);
+      *level = whole;
+      return ret;
+    };
+  };
+  double level = 0.0;
+  const int ret = ValueAtCoverage(in.percentage, level_in(at_10), level_in(at_100), &level);
+  *bl = SaturateToU32(level);
+  return ret;
+}
+
+int BackLightNitsImp::GetBlValue(double nits, const BackLightToNitsTable* table, uint32_t* bl) {
+  if (table == nullptr || bl == nullptr) {
+    Log().Error("BackLightNitsImp::%s: invalid table %pK bl %pK", __func__, static_cast<const void*>(table),
+                static_cast<void*>(bl));
+    return -EINVAL;
+  }
+  double level = 0.0;
+  const int ret = ValueOnTable<&BlNitsPoint::nits, &BlNitsPoint::bl>(*table, nits, &level);
+  *bl = SaturateToU32(std::round(level));
+  return ret;
+}
+
+int BackLightNitsImp::GetBlValue(double nits, const std::vector<double>& vb_to_nits_map, uint32_t* bl) {
+  const auto& map = vb_to_nits_map;
+  if (map.empty()) {
+    return -EINVAL;
+  }
+  const size_t above = FirstAbove(map, nits);
+  const size_t below = above - 1;
+  if (above == 0) {
+    *bl = 0;
+    Log().Verbose("BackLightNitsImp::%s: input nits %f, bl %d, vb_to_nits_map[0] = %f", __func__, nits, 0, map[0]);
+  } else if (above == map.size()) {
+    *bl = static_cast<uint32_t>(below);
+    Log().Verbose("BackLightNitsImp::%s: input nits %f, bl %d, vb_to_nits_map[%d] = %f", __func__, nits, *bl, *bl,
+                  map[below]);
+  } else {
+    const bool nearer_below = std::fabs(map[below] - nits) <= std::fabs(map[above] - nits);
+    *bl = static_cast<uint32_t>(nearer_below ? below : above);
+    Log().Verbose("BackLightNitsImp::%s: input nits %f, bl %d, vb_to_nits_map[%d] = %f, vb_to_nits_map[%d] = %f",
+                  __func__, nits, *bl, static_cast<uint32_t>(below), map[below], static_cast<uint32_t>(above),
+                  map[above]);
+  }
+  return 0;
+}
+
+}  // namespace zarn
