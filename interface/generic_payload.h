@@ -15,7 +15,8 @@
 namespace zarn {
 
 /// Owns at most one record, which it was filled with once and frees when it is destroyed. All it knows of the record's
-/// type is the size: records of equal size pass for one another.
+/// type is the size: records of equal size pass for one another, and a record that is used as another is undefined
+/// behaviour.
 ///
 /// Not synchronised: one thread at a time, and the component that it is handed to for the length of that call.
 class GenericPayload {
@@ -32,21 +33,23 @@ class GenericPayload {
   ~GenericPayload();
 
   /// Fills an empty payload with one default-initialised `T`.
-  /// \param[out] element the new record, owned by the payload and valid until the payload is destroyed; null on
-  /// failure. \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
+  /// \param[out] element the new record, owned by the payload and valid until the payload is destroyed; null after -114.
+  /// \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
   /// \throws std::bad_alloc when there is no memory.
   template <class T>
   int CreatePayload(T*& element);
 
   /// Hands out the held record.
-  /// \param[out] element the record, owned by the payload and valid until it is destroyed; untouched on failure.
+  /// \param[out] element the record, owned by the payload and valid until the payload is destroyed; untouched on
+  /// failure.
   /// \param[out] count number of records, always 1 in practice; untouched on failure.
   /// \return 0; -22 (EINVAL) when the payload is empty or its record has another size than `T`; -12 (ENOMEM), with an
   /// Error in the debug log, when the size is right and the record is missing.
   template <class T>
   int GetPayload(T*& element, uint32_t& count) const;
 
-  /// Fills an empty payload with a copy of `source`, made by the copy constructor of `T`.
+  /// Fills an empty payload with a copy of `source`, made by the copy constructor of `T`: what a record merely points
+  /// to is not copied.
   /// \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
   /// \throws std::bad_alloc, or what the copy constructor throws.
   template <class T>
@@ -89,9 +92,10 @@ int GenericPayload::GetPayload(T*& element, uint32_t& count) const {
     return -EINVAL;
   }
   if (payload_ == nullptr) {
-    if (display::debug_handler_ != nullptr) {
-      display::debug_handler_->Error("GenericPayload::%s:Payload was not properly%s", __func__,
-                                     copied_ ? "copied via CopyPayload" : "created via CreatePayload");
+    display::DebugHandler* const log = display::debug_handler_;
+    if (log != nullptr) {
+      log->Error("GenericPayload::%s:Payload was not properly%s", __func__,
+                 copied_ ? "copied via CopyPayload" : "created via CreatePayload");
     }
     return -ENOMEM;
   }

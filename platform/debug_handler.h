@@ -6,12 +6,13 @@
 namespace display {
 
 /// Receives the log lines of the display stack. The order of the virtual functions is that of the device's library.
-///
-/// Lines arrive on any thread, and while the component that logs holds its lock: an implementation synchronises itself
-/// and must not call back into the library that it serves.
+/// Lines arrive on any thread, and while whoever logs holds a lock: an implementation synchronises itself, must not call
+/// back into the library that it serves, and must not throw. Format and arguments are valid during the call only; a line
+/// comes without a line break. Pointers come as "%pK": a handler without kernel-style formats prints the K.
 class DebugHandler {
  public:
-  /// A refusal or a failure. \param format as for printf, like the arguments behind it; so for all five levels.
+  /// A refusal or a failure.
+  /// \param format as for printf, like the arguments behind it; so for all five levels.
   virtual void Error(const char* format, ...) __attribute__((format(printf, 2, 3))) = 0;
   /// Something that is missing and can be done without, or a missing file.
   virtual void Warning(const char* format, ...) __attribute__((format(printf, 2, 3))) = 0;
@@ -25,9 +26,9 @@ class DebugHandler {
   virtual ~DebugHandler() = default;
 };
 
-/// Where the process's log lines go; null silences them. Not owned. Set it before other threads use the display stack:
-/// it is a plain pointer, read without synchronisation. This library's own handler, there from the start, writes
-/// Error and Warning to standard error and drops the rest.
+/// Where the process's log lines go; null silences them. Not owned: a handler is replaced before it is destroyed. Set it
+/// while no other thread uses the display stack: it is a plain pointer, read without synchronisation. This library's own
+/// handler, there from when the library is loaded, writes Error and Warning to standard error and drops the rest.
 extern DebugHandler* debug_handler_;
 
 }  // namespace display

@@ -1,30 +1,23 @@
 #include "client.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
+#include <array>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <sstream>
 
 namespace {
 
-template <class List, class Select>
-std::string ValueList(const char* name, const List& list, Select select) {
-  std::ostringstream text;
-  text.precision(17);
-  text << "<" << name << ">";
-  for (const auto& row : list) {
-    text << "<value>" << select(row) << "</value>";
-  }
-  text << "</" << name << ">\n";
-  return text.str();
-}
-
 template <class List>
 std::string TwoLists(const char* first, const char* second, const List& list) {
-  return ValueList(first, list, [](const auto& row) { return row.first; }) +
-         ValueList(second, list, [](const auto& row) { return row.second; });
+  std::array<std::ostringstream, 2> text;
+  text[0] << "<" << first << ">";
+  text[1] << "<" << second << ">" << std::setprecision(17);
+  for (const auto& row : list) {
+    text[0] << "<value>" << row.first << "</value>";
+    text[1] << "<value>" << row.second << "</value>";
+  }
+  return text[0].str() + "</" + first + ">\n" + text[1].str() + "</" + second + ">\n";
 }
 
 std::string Group(const std::string& name, const Points& points_100, const Points& points_10) {
@@ -32,11 +25,31 @@ std::string Group(const std::string& name, const Points& points_100, const Point
          TwoLists("bl_value", "nits_value", points_10) + "</nits_10>\n</" + name + ">\n";
 }
 
+/// The shortest text that reads back as the same number.
+std::string Shortest(double number) {
+  char text[40];
+  for (int digits = 15; digits <= 17; ++digits) {
+    std::snprintf(text, sizeof text, "%.*g", digits, number);
+    if (std::strtod(text, nullptr) == number) {
+      break;
+    }
+  }
+  return text;
+}
+
+/// A complaint when a failed call has changed its output.
+std::string Touched(const zarn::BlNitsValue& now, const zarn::BlNitsValue& before) {
+  const auto fields = [](const auto& record) {
+    return std::tuple(record.size, record.percentage, record.bl, record.nits, record.hdr);
+  };
+  return fields(now) == fields(before) ? "" : " and wrote";
+}
+
 }  // namespace
 
 Calibration::Calibration(uint32_t max_bl, uint32_t max_os_bl)
-    : attributes(R"(gamma="2.2" minimum_bl="1" max_bl=")" + std::to_string(max_bl) + R"(" max_os_bl=")" +
-                 std::to_string(max_os_bl) + R"(" pcc_thresh="0.5")") {}
+    : attributes("gamma='2.2' minimum_bl='1' max_bl='" + std::to_string(max_bl) + "' max_os_bl='" +
+                 std::to_string(max_os_bl) + "' pcc_thresh='0.5'") {}
 
 std::string Calibration::Text() const {
   return "<Calib_Data " + attributes + ">\n" + TwoLists("linearized_bl", "panel_bl", linear) + "<measurement_data>\n" +
@@ -59,23 +72,46 @@ void WriteFile(const std::string& path, const std::string& text) { std::ofstream
 
 std::string FileName(const std::string& panel) { return "backlight_calib_" + panel + ".xml"; }
 
-std::string NewPanelName() {
-  static std::atomic<int> count{0};
-  return "panel" + std::to_string(++count);
+void Client::Open(const Calibration& calibration) {
+  static int count = 0;
+  panel_ = "panel" + std::to_string(++count);
+  Write(calibration.Text());
+  engine_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel_);
+  EXPECT_EQ(engine_->Init(), 0);
+  log_.With("");
 }
 
-std::string NewPanel(const std::string& text) {
-  std::string panel = NewPanelName();
-  WriteFile(FileName(panel), text);
-  return panel;
+std::string Client::Nits(uint32_t bl, uint32_t percentage, bool hdr) {
+  const Holding<zarn::BlBackLight> in({sizeof(zarn::BlBackLight), percentage, bl, hdr});
+  const zarn::BlNitsValue before{1, 2, 3, -4.0, !hdr};
+  Holding<zarn::BlNitsValue> out(before);
+  const int ret = engine_->ProcessOps(zarn::kBLToNits, in.payload, &out.payload);
+  if (ret != 0) {
+    return log_.With(std::to_string(ret) + Touched(*out.record, before));
+  }
+  EXPECT_TRUE(out->size == 1 && out->percentage == percentage && out->bl == bl);
+  return log_.With(Shortest(out->nits) + (out->hdr == hdr ? " hdr" : ""));
 }
 
-std::shared_ptr<zarn::BackLightNitsIntf> EngineOf(const std::string& panel) {
-  return GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel);
+std::string Client::Level(double nits, uint32_t percentage, bool hdr) {
+  Holding<zarn::BlNitsValue> in({sizeof(zarn::BlNitsValue), percentage, 9, nits, hdr});
+  const zarn::BlNitsValue before{1, 2, 3, -4.0, !hdr};
+  Holding<zarn::BlNitsValue> out(before);
+  const int ret = engine_->ProcessOps(zarn::kNitsToBL, in.payload, &out.payload);
+  if (ret != 0) {
+    return log_.With(std::to_string(ret) + Touched(*out.record, before));
+  }
+  EXPECT_TRUE(out->size == 1 && out->percentage == percentage && std::memcmp(&out->nits, &nits, sizeof nits) == 0);
+  const std::string told = log_.With(std::to_string(out->bl) + (out->hdr == hdr ? " hdr" : ""));
+  EXPECT_EQ(engine_->ProcessOps(zarn::kNitsToBL, in.payload, &in.payload), 0);
+  EXPECT_EQ(in->bl, out->bl);
+  log_.With("");
+  return told;
 }
 
-std::shared_ptr<zarn::BackLightNitsIntf> NewEngine(const Calibration& calibration) {
-  auto engine = EngineOf(NewPanel(calibration.Text()));
-  EXPECT_EQ(engine->Init(), 0);
-  return engine;
+std::string Client::SetLuts(std::vector<uint32_t> bl, std::vector<double> pcc) {
+  return Set(
+      zarn::kBLDimmingLuts,
+      zarn::DimmingLuts{sizeof(zarn::DimmingLuts), static_cast<uint32_t>(bl.size()), bl.empty() ? nullptr : bl.data(),
+                        static_cast<uint32_t>(pcc.size()), pcc.empty() ? nullptr : pcc.data()});
 }

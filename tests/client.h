@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstring>
 #include <functional>
@@ -9,11 +11,13 @@
 #include <vector>
 
 #include "backlight_nits_factory_intf.h"
+#include "log_lines.h"
 
 /// A payload with one record in it.
 template <class Record>
 struct Holding {
   Holding() { payload.CreatePayload(record); }
+  explicit Holding(const Record& source) : Holding() { *record = source; }
   Record* operator->() { return record; }
 
   zarn::GenericPayload payload;
@@ -35,20 +39,20 @@ void Poke(zarn::GenericPayload* payload, size_t offset, Value value) {
 }
 
 using Points = std::vector<std::pair<uint32_t, double>>;
+using Levels = std::vector<std::pair<uint32_t, uint32_t>>;
 
-/// A calibration file in the making. The client range reaches beyond the measured points, which begin above 0.
+/// A calibration file in the making. The client levels reach beyond the measured points, which begin above 0.
 struct Calibration {
   Calibration() = default;
   Calibration(uint32_t max_bl, uint32_t max_os_bl);
+  std::string Text() const;
 
   std::string attributes = R"(gamma="2.2" minimum_bl="1" max_bl="1023" max_os_bl="400" pcc_thresh="0.5")";
-  std::vector<std::pair<uint32_t, uint32_t>> linear = {{0, 0}, {1023, 1000}};
+  Levels linear = {{0, 0}, {1023, 1000}};
   Points standard_100 = {{100, 200.0}, {200, 600.0}};
   Points standard_10 = {{100, 50.0}, {200, 150.0}};
   Points hbm_100 = {{100, 210.0}, {200, 610.0}};
   Points hbm_10 = {{100, 60.0}, {200, 160.0}};
-
-  std::string Text() const;
 };
 
 /// An empty working folder for as long as it lives.
@@ -71,29 +75,38 @@ void WriteFile(const std::string& path, const std::string& text);
 /// The name of a calibration file without its folder.
 std::string FileName(const std::string& panel);
 
-/// A panel name that this process has not used: engines live as long as the process.
-std::string NewPanelName();
+/// A client with a panel of its own, and its engine: engines live as long as the process. What a call did is told in
+/// one text: its answer, or its result when it failed, and every line that it logged (LogLines::With).
+class Client : public testing::Test {
+ protected:
+  /// Writes the panel's file.
+  void Write(const std::string& text) { WriteFile(FileName(panel_), text); }
 
-/// Writes `text` as the calibration file of a new panel into the working folder. Returns the panel's name.
-std::string NewPanel(const std::string& text);
+  /// Goes on with a new panel, initialised.
+  void Open(const Calibration& calibration);
 
-std::shared_ptr<zarn::BackLightNitsIntf> EngineOf(const std::string& panel);
+  std::string Init() { return log_.With(engine_->Init()); }
 
-/// An operation with `in` copied into a payload of its own. The output record is `*out`'s.
-template <class In>
-int Process(zarn::BackLightNitsIntf& engine, zarn::BLNitOps op, const In& in, Holding<zarn::BlNitsValue>* out) {
-  zarn::GenericPayload payload;
-  payload.CopyPayload(in);
-  return engine.ProcessOps(op, payload, &out->payload);
-}
+  /// kBLToNits: "<nits>", with " hdr" when the flag was written. Adds a complaint when a field was written that must
+  /// not be or not written that must be.
+  std::string Nits(uint32_t bl, uint32_t percentage, bool hdr = false);
 
-inline zarn::BlBackLight Level(uint32_t bl, uint32_t percentage, bool hdr = false) {
-  return {sizeof(zarn::BlBackLight), percentage, bl, hdr};
-}
+  /// kNitsToBL: "<level>", and likewise. Also asks with one payload for input and output and complains of a difference.
+  std::string Level(double nits, uint32_t percentage, bool hdr = false);
 
-inline zarn::BlNitsValue Nits(double nits, uint32_t percentage, bool hdr = false) {
-  return {sizeof(zarn::BlNitsValue), percentage, 0, nits, hdr};
-}
+  template <class Record>
+  std::string Get(zarn::BLNitsParams param, Holding<Record>* out) {
+    return log_.With(engine_->GetParameter(param, &out->payload));
+  }
+  template <class Record>
+  std::string Set(zarn::BLNitsParams param, const Record& record) {
+    return log_.With(engine_->SetParameter(param, Holding<Record>(record).payload));
+  }
+  std::string Dim(bool enabled) { return Set(zarn::kBLDimmingStatus, zarn::BLDimmingStatus{8, enabled}); }
+  std::string SetLuts(std::vector<uint32_t> bl, std::vector<double> pcc);
 
-/// The engine of a new panel, initialised.
-std::shared_ptr<zarn::BackLightNitsIntf> NewEngine(const Calibration& calibration);
+  TemporaryFolder folder_;
+  LogLines log_;
+  std::string panel_;
+  std::shared_ptr<zarn::BackLightNitsIntf> engine_;
+};

@@ -1,103 +1,126 @@
-#include <gtest/gtest.h>
-
 #include <filesystem>
+#include <thread>
 
 #include "client.h"
-#include "log_lines.h"
 
 namespace {
 
 using namespace zarn;
 
-class Engine : public testing::Test {
- protected:
-  TemporaryFolder folder_;
-  LogLines log_;
-  const std::string start_ = "E BackLightNitsImp::";
-};
+TEST(Factory, HandsOutOneEngineANameAndAnyNumberOfParsers) {
+  LogLines log;
+  BackLightNitsFactoryIntf* const factory = GetBackLightNitsFactoryIntf();
+  std::vector<std::shared_ptr<BackLightNitsIntf>> handles;
+  for (const auto& [name, told] :
+       {std::pair{"f", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel f"},
+        {"f", "3 | I factory::CreateBackLightNitsIntf: BL nits interface already created, use count 3"},
+        {"f ", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel f "},
+        {"F", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel F"},
+        {"", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel "}}) {
+    handles.push_back(factory->CreateBackLightNitsIntf(name));
+    EXPECT_EQ(log.With(std::to_string(handles.back().use_count())), told);
+  }
+  EXPECT_EQ(handles[0], handles[1]);
+  EXPECT_NE(factory->CreateBackLightNitsParser("f"), factory->CreateBackLightNitsParser("f"));
+}
+
+TEST(Factory, ManyThreadsGetOneEngineAndConvertWithIt) {
+  const TemporaryFolder folder;
+  WriteFile(FileName("threads"), Calibration().Text());
+  constexpr size_t kThreads = 8;
+  std::vector<std::shared_ptr<BackLightNitsIntf>> engines(kThreads);
+  std::vector<std::thread> threads;
+  for (auto& engine : engines) {
+    threads.emplace_back([&engine] {
+      engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("threads");
+      EXPECT_EQ(engine->Init(), 0);
+      for (int turn = 0; turn < 50; ++turn) {
+        const Holding<BlBackLight> in({sizeof(BlBackLight), 10, 150, false});
+        Holding<BlNitsValue> out;
+        EXPECT_EQ(engine->ProcessOps(kBLToNits, in.payload, &out.payload), 0);
+        EXPECT_EQ(out->nits, 100.0);
+      }
+    });
+  }
+  for (auto& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(engines, std::vector<std::shared_ptr<BackLightNitsIntf>>(kThreads, engines[0]));
+}
+
+class Engine : public Client {};
 
 TEST_F(Engine, RefusesInTheOrderStateOutputIdentifier) {
-  const auto engine = EngineOf(NewPanel(Calibration().Text()));
-  log_.Take();
   GenericPayload empty;
-  EXPECT_EQ(engine->Deinit(), 0);
-  EXPECT_EQ(engine->GetParameter(kBLGamma, nullptr), -22);
-  EXPECT_EQ(engine->SetParameter(kBLGamma, empty), -22);
-  EXPECT_EQ(engine->ProcessOps(BLNitOps(2), empty, nullptr), -22);
-  EXPECT_EQ(log_.Take(), (Lines{start_ + "GetParameter: Implementation not initialized",
-                                start_ + "SetParameter: Implementation not initialized",
-                                start_ + "ProcessOps: Implementation not initialized"}));
-
-  ASSERT_EQ(engine->Init(), 0);
-  log_.Take();
-  EXPECT_EQ(engine->GetParameter(kBLDimmingLuts, nullptr), -22);
-  EXPECT_EQ(engine->ProcessOps(BLNitOps(2), empty, nullptr), -22);
-  EXPECT_EQ(engine->GetParameter(kBLDimmingLuts, &empty), -95);
-  EXPECT_EQ(engine->GetParameter(BLNitsParams(-2147483647 - 1), &empty), -95);
-  EXPECT_EQ(engine->SetParameter(kBLPccThresh, empty), -95);
-  EXPECT_EQ(engine->ProcessOps(BLNitOps(-1), empty, &empty), -95);
-  EXPECT_EQ(log_.Take(), (Lines{start_ + "GetParameter: output parameter is invalid",
-                                start_ + "ProcessOps: output parameter is invalid",
-                                start_ + "GetParameter: getparameter not supported 10",
-                                start_ + "GetParameter: getparameter not supported -2147483648",
-                                start_ + "SetParameter: setparameter not supported 7",
-                                start_ + "ProcessOps: processops not supported -1"}));
+  Open(Calibration());
+  for (const auto& [told, get, set, process] :
+       {std::tuple{"", "-22 | E engine::GetParameter: output parameter is invalid",
+                   "-95 | E engine::SetParameter: setparameter not supported 7",
+                   "-22 | E engine::ProcessOps: output parameter is invalid"},
+        std::tuple{"", "-22 | E engine::GetParameter: Implementation not initialized",
+                   "-22 | E engine::SetParameter: Implementation not initialized",
+                   "-22 | E engine::ProcessOps: Implementation not initialized"}}) {
+    EXPECT_EQ(log_.With(told), "");
+    EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, nullptr)), get);
+    EXPECT_EQ(log_.With(engine_->SetParameter(kBLPccThresh, empty)), set);
+    EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(2), empty, nullptr)), process);
+    EXPECT_EQ(engine_->Deinit(), 0);
+  }
+  EXPECT_EQ(Init(), "0 | I parser::BackLightNitsParserImp: file_name " + FileName(panel_));
+  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, &empty)),
+            "-95 | E engine::GetParameter: getparameter not supported 10");
+  EXPECT_EQ(log_.With(engine_->GetParameter(BLNitsParams(-2147483647 - 1), &empty)),
+            "-95 | E engine::GetParameter: getparameter not supported -2147483648");
+  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(-1), empty, &empty)),
+            "-95 | E engine::ProcessOps: processops not supported -1");
 }
 
 TEST_F(Engine, ForwardsCalibrationDataFromItsParser) {
-  const auto engine = NewEngine(Calibration());
+  Open(Calibration());
   Holding<BLGamma> gamma;
   Holding<BLRange> range;
   Holding<BLPccThresh> threshold;
-  EXPECT_EQ(engine->GetParameter(kBLGamma, &gamma.payload), 0);
-  EXPECT_EQ(engine->GetParameter(kBLRange, &range.payload), 0);
-  EXPECT_EQ(engine->GetParameter(kBLPccThresh, &threshold.payload), 0);
+  EXPECT_EQ(Get(kBLGamma, &gamma) + Get(kBLRange, &range) + Get(kBLPccThresh, &threshold), "000");
   EXPECT_EQ(gamma->gamma, 2.2);
   EXPECT_EQ(threshold->pcc_thresh, 0.5);
-  EXPECT_EQ(range->minimum_bl, 1U);
-  EXPECT_EQ(range->max_bl, 1023U);
-  EXPECT_EQ(range->max_os_bl, 400U);
+  EXPECT_TRUE(range->minimum_bl == 1 && range->max_bl == 1023 && range->max_os_bl == 400);
   for (const auto& [param, nits] : {std::pair{kBLNitsMapping10Percent, 50.0},
                                     {kBLNitsMapping100Percent, 200.0},
                                     {kBLHdrNitsMapping10Percent, 60.0},
                                     {kBLHdrNitsMapping100Percent, 210.0}}) {
     Holding<BackLightToNitsTable> table;
-    EXPECT_EQ(engine->GetParameter(param, &table.payload), 0);
+    EXPECT_EQ(Get(param, &table), "0");
     EXPECT_EQ(table->points.at(0).nits, nits);
   }
-  log_.Take();
   Holding<BLDimmingStatus> other;
-  EXPECT_EQ(engine->GetParameter(kBLRange, &other.payload), -22);
-  EXPECT_EQ(log_.Take(), Lines{"E BackLightNitsParserImp::GetBlRange: get payload failed"});
+  EXPECT_EQ(Get(kBLRange, &other), "-22 | E parser::GetBlRange: get payload failed");
 }
 
 TEST_F(Engine, InitCanFailAndBeRepeated) {
-  const std::string panel = NewPanelName();
-  const auto engine = EngineOf(panel);
-  log_.Take();
-  EXPECT_EQ(engine->Init(), -2);
-  EXPECT_EQ(log_.Take().back(), "W BackLightNitsImp::Init: parser initialization failed due to missing XML, ret -2");
-  WriteFile(FileName(panel), "<wrong/>");
-  EXPECT_EQ(engine->Init(), -22);
-  EXPECT_EQ(log_.Take().back(), start_ + "Init: parser initialization failed, ret -22");
-  Holding<BLRange> range;
-  EXPECT_EQ(engine->GetParameter(kBLRange, &range.payload), -22);
-  EXPECT_EQ(log_.Take(), Lines{start_ + "GetParameter: Implementation not initialized"});
-
-  WriteFile(FileName(panel), Calibration().Text());
-  ASSERT_EQ(engine->Init(), 0);
-  std::filesystem::remove(FileName(panel));
-  EXPECT_EQ(engine->Init(), -2) << "stays initialised, with a parser that is not";
-  log_.Take();
-  EXPECT_EQ(engine->GetParameter(kBLRange, &range.payload), -22);
-  EXPECT_EQ(log_.Take(), Lines{"E BackLightNitsParserImp::GetParameter: Implementation not initialized"});
-  Holding<BlNitsValue> out;
-  EXPECT_EQ(Process(*engine, kBLToNits, Level(0, 100), &out), -22);
-  EXPECT_EQ(log_.Take(), (Lines{"E BackLightNitsParserImp::GetParameter: Implementation not initialized",
-                                start_ + "ProcessBackLightToNits: get parameter for kBLNitsMapping10Percent ret -22"}));
-  EXPECT_EQ(engine->Deinit(), 0);
-  EXPECT_EQ(engine->GetParameter(kBLRange, &range.payload), -22);
-  EXPECT_EQ(log_.Take(), Lines{start_ + "GetParameter: Implementation not initialized"});
+  Open(Calibration());
+  const auto handle = std::exchange(engine_, GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel_ + "b"));
+  panel_ += "b";
+  log_.With("");
+  const std::string file = " | I parser::BackLightNitsParserImp: file_name " + FileName(panel_);
+  const std::string missing = "-2" + file + " | W parser::ParseTopNode: file not found " + FileName(panel_) +
+                              " | W parser::Init: ParseTopNode: ret -2"
+                              " | W engine::Init: parser initialization failed due to missing XML, ret -2";
+  EXPECT_EQ(Init(), missing);
+  Write("<Calib_Data/>");
+  EXPECT_EQ(Init(), "-22" + file +
+                        " | E parser::ParseGamma: failed to find gamma | E parser::Init: ParseGamma: ret -22"
+                        " | E engine::Init: parser initialization failed, ret -22");
+  EXPECT_EQ(Nits(1, 1), "-22 | E engine::ProcessOps: Implementation not initialized");
+  Write(Calibration().Text());
+  EXPECT_EQ(Init(), "0" + file);
+  std::filesystem::remove(FileName(panel_));
+  EXPECT_EQ(Init(), missing);
+  EXPECT_EQ(Nits(1, 1),
+            "-22 | E parser::GetParameter: Implementation not initialized"
+            " | E engine::ProcessBackLightToNits: get parameter for kBLNitsMapping10Percent ret -22")
+      << "stays initialised, with a parser that is not";
+  EXPECT_EQ(engine_->Deinit(), 0);
+  EXPECT_EQ(Nits(1, 1), "-22 | E engine::ProcessOps: Implementation not initialized");
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
 // The engine with a factory of the test's own behind it, for what the real parser never does, and the steps of its
 // arithmetic that clients cannot reach one by one.
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <map>
 
 #include "backlight_nits_imp.h"
 #include "backlight_nits_parser_imp.h"
 #include "client.h"
-#include "log_lines.h"
 
 namespace {
 
@@ -48,23 +45,19 @@ class ScriptedEngine : public testing::Test {
 
   LogLines log_;
   BackLightNitsImp engine_{"any"};
-  const std::string start_ = "E BackLightNitsImp::";
 };
 
-TEST_F(ScriptedEngine, InitTellsWhichStepFailed) {
+TEST_F(ScriptedEngine, TellsWhichRequestFailedAndMakesNoFurther) {
   script.no_parser = true;
-  EXPECT_EQ(engine_.Init(), -22);
+  EXPECT_EQ(log_.With(engine_.Init()), "-22 | E engine::Init: failed to create the parser");
   script.no_parser = false;
   script.failing = {{kBLRange, -5}};
-  EXPECT_EQ(engine_.Init(), -5);
-  EXPECT_EQ(log_.Take(),
-            (Lines{start_ + "Init: failed to create the parser", start_ + "Init: get parameter for BlRange ret -5"}));
-}
-
-TEST_F(ScriptedEngine, TellsWhichTableFailedAndAsksNoFurther) {
+  EXPECT_EQ(log_.With(engine_.Init()), "-5 | E engine::Init: get parameter for BlRange ret -5");
+  script.failing = {};
   ASSERT_EQ(engine_.Init(), 0);
-  Holding<BlNitsValue> out;
+
   std::vector<double> map(3, 5.0);
+  Holding<BlNitsValue> out;
   for (const auto& [param, hdr, name, requests] :
        {std::tuple{kBLNitsMapping10Percent, false, "kBLNitsMapping10Percent", 1},
         std::tuple{kBLNitsMapping100Percent, false, "kBLNitsMapping100Percent", 2},
@@ -72,106 +65,90 @@ TEST_F(ScriptedEngine, TellsWhichTableFailedAndAsksNoFurther) {
         std::tuple{kBLHdrNitsMapping100Percent, true, "kBLHdrNitsMapping100Percent", 2}}) {
     script.failing = {{param, -7}};
     script.requests = 0;
-    EXPECT_EQ(Process(engine_, kBLToNits, Level(0, 55, hdr), &out), -7);
+    const Holding<BlBackLight> level({sizeof(BlBackLight), 55, 0, hdr});
+    const Holding<BlNitsValue> nits({sizeof(BlNitsValue), 10, 0, 0.0, hdr});
+    EXPECT_EQ(log_.With(engine_.ProcessOps(kBLToNits, level.payload, &out.payload)),
+              std::string("-7 | E engine::ProcessBackLightToNits: get parameter for ") + name + " ret -7");
     EXPECT_EQ(script.requests, requests);
-    EXPECT_EQ(Process(engine_, kNitsToBL, Nits(0.0, 10, hdr), &out), -7);
-    EXPECT_EQ(engine_.UpdateBlNitsMapping(100, hdr, nullptr, nullptr, map), -7);
-    const std::string failed = std::string("get parameter for ") + name + " ret -7";
-    EXPECT_EQ(log_.Take(),
-              (Lines{start_ + "ProcessBackLightToNits: " + failed, start_ + "ProcessNitsToBackLight: " + failed,
-                     start_ + "UpdateBlNitsMapping: get parameter for kBLNitsMapping10Percent ret -7"}));
+    EXPECT_EQ(log_.With(engine_.ProcessOps(kNitsToBL, nits.payload, &out.payload)),
+              std::string("-7 | E engine::ProcessNitsToBackLight: get parameter for ") + name + " ret -7");
+    EXPECT_EQ(log_.With(engine_.UpdateBlNitsMapping(100, hdr, nullptr, nullptr, map)),
+              "-7 | E engine::UpdateBlNitsMapping: get parameter for kBLNitsMapping10Percent ret -7");
   }
-  EXPECT_EQ(engine_.UpdateBlNitsMapping(55, false, nullptr, nullptr, map), 0);
-  EXPECT_EQ(log_.Take(), Lines{"I BackLightNitsImp::UpdateBlNitsMapping: only 10 or 100 percentage is supported, "
-                               "input percentage 55"});
+  EXPECT_EQ(log_.With(engine_.UpdateBlNitsMapping(55, false, nullptr, nullptr, map)),
+            "0 | I engine::UpdateBlNitsMapping: only 10 or 100 percentage is supported, input percentage 55");
   EXPECT_EQ(map, std::vector<double>(3, 5.0));
-
   script.failing = {{kBLLinearTable, -7}};
   GenericPayload empty;
-  EXPECT_EQ(engine_.GetParameter(kBLLinearTable, &empty), -7) << "before the payload is looked at";
-  EXPECT_EQ(log_.Take(), Lines{start_ + "GetBlLinearTable: get bllinear tabled failed ret -7"});
+  EXPECT_EQ(log_.With(engine_.GetParameter(kBLLinearTable, &empty)),
+            "-7 | E engine::GetBlLinearTable: get bllinear tabled failed ret -7");
 }
 
 TEST_F(ScriptedEngine, FetchNeedsEmptyPayloads) {
   ASSERT_EQ(engine_.Init(), 0);
   MeasuredTables first;
-  first.mapping_table.CreatePayload(first.table_10);
-  FetchResult result = engine_.FetchMeasuredTables(false, &first);
-  EXPECT_EQ(result.ret, -114);
-  EXPECT_EQ(result.step, FetchStep::kCreateTable10);
   MeasuredTables second;
+  first.mapping_table.CreatePayload(first.table_10);
   second.mapping_tablefs.CreatePayload(second.table_100);
-  result = engine_.FetchMeasuredTables(false, &second);
-  EXPECT_EQ(result.ret, -114);
-  EXPECT_EQ(result.step, FetchStep::kCreateTable100);
+  const FetchResult in_first = engine_.FetchMeasuredTables(false, &first);
+  const FetchResult in_second = engine_.FetchMeasuredTables(false, &second);
+  EXPECT_TRUE(in_first.ret == -114 && in_first.step == FetchStep::kCreateTable10);
+  EXPECT_TRUE(in_second.ret == -114 && in_second.step == FetchStep::kCreateTable100);
 }
 
 TEST_F(ScriptedEngine, StepsRefuseNullPointersAndCoverages) {
   const BackLightToNitsTable table;
-  double nits = 0.0;
-  uint32_t bl = 0;
-  EXPECT_EQ(engine_.InterPolate({0.0, 0.0}, {0.0, 0.0}, nullptr), -22);
-  EXPECT_EQ(engine_.InterPolateBlLinearTable({}, nullptr), -22);
-  EXPECT_EQ(engine_.GetNitsValue(1, nullptr, &nits), -22);
-  EXPECT_EQ(engine_.GetNitsValue(1, &table, nullptr), -22);
-  EXPECT_EQ(engine_.GetBlValue(1.0, nullptr, &bl), -22);
-  EXPECT_EQ(engine_.GetBlValue(1.0, &table, nullptr), -22);
-  const Lines lines = log_.Take();
-  const Lines starts = {"InterPolate: invalid out params (nil)K",     "InterPolateBlLinearTable: invalid out param",
-                        "GetNitsValue: invalid table (nil)K nits 0x", "GetNitsValue: invalid table 0x",
-                        "GetBlValue: invalid table (nil)K bl 0x",     "GetBlValue: invalid table 0x"};
-  ASSERT_EQ(lines.size(), starts.size());
-  for (size_t i = 0; i < lines.size(); ++i) {
-    EXPECT_EQ(lines[i].find(start_ + starts[i]), 0U) << lines[i];
-  }
-
-  const BlBackLight level = Level(1, 101);
-  const BlNitsValue luminance = Nits(1.0, 0);
+  double nits = 9.0;
+  uint32_t bl = 9;
+  const BlBackLight level{sizeof(BlBackLight), 101, 1, false};
+  const BlNitsValue luminance;
   BlNitsValue out;
-  EXPECT_EQ(engine_.CalculateNits(&level, &out, &table, &table), -22);
-  EXPECT_EQ(engine_.CalculateBl(&luminance, &out, &table, &table), -22);
-  EXPECT_EQ(log_.Take(), (Lines{start_ + "CalculateNits: invalid screen percentage 101",
-                                start_ + "CalculateBl: invalid screen percentage 0"}));
-  EXPECT_EQ(engine_.GetNitsValue(1, &table, &(nits = 9.0)), -22);
-  EXPECT_EQ(nits, 0.0) << "an empty table";
-  EXPECT_EQ(engine_.GetBlValue(1.0, &table, &(bl = 9)), -22);
-  EXPECT_EQ(bl, 0U);
+  EXPECT_EQ(log_.With(engine_.InterPolate({0.0, 0.0}, {0.0, 0.0}, nullptr)),
+            "-22 | E engine::InterPolate: invalid out params (nil)K");
+  EXPECT_EQ(log_.With(engine_.InterPolateBlLinearTable({}, nullptr)),
+            "-22 | E engine::InterPolateBlLinearTable: invalid out param");
+  EXPECT_EQ(log_.With(engine_.GetNitsValue(1, nullptr, nullptr)),
+            "-22 | E engine::GetNitsValue: invalid table (nil)K nits (nil)K");
+  EXPECT_EQ(log_.With(engine_.GetBlValue(1.0, nullptr, nullptr)),
+            "-22 | E engine::GetBlValue: invalid table (nil)K bl (nil)K");
+  EXPECT_EQ(engine_.GetNitsValue(1, &table, nullptr) + engine_.GetNitsValue(1, nullptr, &nits), -44);
+  EXPECT_EQ(engine_.GetBlValue(1.0, &table, nullptr) + engine_.GetBlValue(1.0, nullptr, &bl), -44);
+  log_.With("");
+  EXPECT_EQ(log_.With(engine_.CalculateNits(&level, &out, &table, &table)),
+            "-22 | E engine::CalculateNits: invalid screen percentage 101");
+  EXPECT_EQ(log_.With(engine_.CalculateBl(&luminance, &out, &table, &table)),
+            "-22 | E engine::CalculateBl: invalid screen percentage 0");
+  EXPECT_EQ(engine_.GetNitsValue(1, &table, &nits) + engine_.GetBlValue(1.0, &table, &bl), -44);
+  EXPECT_TRUE(nits == 0.0 && bl == 0) << "from an empty table";
 }
 
 TEST_F(ScriptedEngine, FindsTheNearestLevelInAMap) {
-  struct Case {
-    std::vector<double> map;
-    double nits;
-    uint32_t bl;
-    const char* trace;
-  };
-  for (const Case& each : {
-           Case{{0, 1, 2, 4}, 3.0, 2, "3.000000, bl 2, vb_to_nits_map[2] = 2.000000, vb_to_nits_map[3] = 4.000000"},
-           Case{{0, 1, 2, 4}, 3.1, 3, "3.100000, bl 3, vb_to_nits_map[2] = 2.000000, vb_to_nits_map[3] = 4.000000"},
-           Case{{0, 1, 2, 4}, 9.0, 3, "9.000000, bl 3, vb_to_nits_map[3] = 4.000000"},
-           Case{{0, 1, 2, 4}, -1.0, 0, "-1.000000, bl 0, vb_to_nits_map[0] = 0.000000"},
-           Case{{0, 1, 1, 1, 5}, 1.0, 3, "1.000000, bl 3, vb_to_nits_map[3] = 1.000000, vb_to_nits_map[4] = 5.000000"},
-           Case{{5, 1, 4, 2, 3}, 3.5, 2, "3.500000, bl 2, vb_to_nits_map[1] = 1.000000, vb_to_nits_map[2] = 4.000000"},
-           Case{{0, 1}, NAN, 1, "nan, bl 1, vb_to_nits_map[1] = 1.000000"},
-       }) {
+  const auto found = [this](const std::vector<double>& map, double nits) {
     uint32_t bl = 77;
-    EXPECT_EQ(engine_.GetBlValue(each.nits, each.map, &bl), 0);
-    EXPECT_EQ(bl, each.bl);
-    EXPECT_EQ(log_.Take(), Lines{std::string("V BackLightNitsImp::GetBlValue: input nits ") + each.trace});
-  }
-  uint32_t bl = 77;
-  EXPECT_EQ(engine_.GetBlValue(1.0, std::vector<double>(), &bl), -22);
-  EXPECT_EQ(bl, 77U);
-  EXPECT_EQ(log_.Take(), Lines());
+    const int ret = engine_.GetBlValue(nits, map, &bl);
+    return log_.With(std::to_string(ret) + " " + std::to_string(bl));
+  };
+  const std::vector<double> map = {0, 1, 2, 4};
+  const std::string trace = " | V engine::GetBlValue: input nits ";
+  EXPECT_EQ(found(map, 3.0),
+            "0 2" + trace + "3.000000, bl 2, vb_to_nits_map[2] = 2.000000, vb_to_nits_map[3] = 4.000000");
+  EXPECT_EQ(found(map, 3.1),
+            "0 3" + trace + "3.100000, bl 3, vb_to_nits_map[2] = 2.000000, vb_to_nits_map[3] = 4.000000");
+  EXPECT_EQ(found(map, 9.0), "0 3" + trace + "9.000000, bl 3, vb_to_nits_map[3] = 4.000000");
+  EXPECT_EQ(found(map, -1.0), "0 0" + trace + "-1.000000, bl 0, vb_to_nits_map[0] = 0.000000");
+  EXPECT_EQ(found({0, 1, 1, 1, 5}, 1.0).substr(0, 3), "0 3") << "the highest of equal entries";
+  EXPECT_EQ(found({5, 1, 4, 2, 3}, 3.5).substr(0, 3), "0 2") << "a map that does not ascend";
+  EXPECT_EQ(found({0, 1}, NAN).substr(0, 3), "0 1");
+  EXPECT_EQ(found({}, 1.0), "-22 77");
 }
 
 TEST(DefaultParser, RunsNoStepAndServesNothing) {
   LogLines log;
   BackLightNitsParserImp parser;
-  EXPECT_EQ(parser.Init(), 0);
+  EXPECT_EQ(log.With(parser.Init()), "0");
   Holding<BLRange> range;
-  EXPECT_EQ(parser.GetParameter(kBLRange, &range.payload), -95);
-  EXPECT_EQ(log.Take(), Lines{"E BackLightNitsParserImp::GetParameter: getparameter not supported 1"});
+  EXPECT_EQ(log.With(parser.GetParameter(kBLRange, &range.payload)),
+            "-95 | E parser::GetParameter: getparameter not supported 1");
 }
 
 }  // namespace
