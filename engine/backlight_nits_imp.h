@@ -10,6 +10,10 @@
 
 #include "backlight_nits_intf.h"
 
+#if defined(__FAST_MATH__) || __FINITE_MATH_ONLY__ || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__)
+#error "The results are defined to the last bit: build without -ffast-math and its parts."
+#endif
+
 namespace zarn {
 
 /// The two measured tables of one mode of operation, copied out of the parser for one call.
@@ -50,8 +54,9 @@ class BackLightNitsImp : public BackLightNitsIntf {
                     const BackLightToNitsTable* table_10);
 
   /// Luminance for one level from one table: a measured point as it stands, a straight line between two, and the line
-  /// through the origin and the nearest end of the table outside them. `*nits` is 0.0 on failure.
-  /// \return 0, or -EINVAL: a null pointer, or a table that gives no straight line.
+  /// through the origin and the nearest end of the table outside them.
+  /// \return 0, or -EINVAL: a null pointer, nothing is then written, or a table that gives no straight line, `*nits` is
+  /// then 0.0.
   int GetNitsValue(uint32_t bl, const BackLightToNitsTable* table, double* nits);
 
   /// The level for `in`'s luminance and coverage (its `bl` and `hdr` are not read), from the two tables of one mode.
@@ -62,8 +67,9 @@ class BackLightNitsImp : public BackLightNitsIntf {
                   const BackLightToNitsTable* table_10);
 
   /// The level for one luminance from one table: GetNitsValue the other way round, rounded to the nearest level, halves
-  /// away from zero, and never below 0. `*bl` is 0 on failure.
-  /// \return 0, or -EINVAL: a null pointer, or a table that gives no straight line.
+  /// away from zero, and never below 0.
+  /// \return 0, or -EINVAL: a null pointer, nothing is then written, or a table that gives no straight line, `*bl` is
+  /// then 0.
   int GetBlValue(double nits, const BackLightToNitsTable* table, uint32_t* bl);
 
   /// The level whose entry in the map is nearest to `nits`: the lower one of two at the same distance, the highest of
@@ -72,7 +78,7 @@ class BackLightNitsImp : public BackLightNitsIntf {
   int GetBlValue(double nits, const std::vector<double>& vb_to_nits_map, uint32_t* bl);
 
   /// Appends to `out` one pair for each linearized level from 0 to the last one of `in`, the panel levels between two
-  /// pairs of `in` interpolated and rounded to the nearest, halves away from zero.
+  /// pairs of `in` interpolated and rounded to the nearest, halves away from zero. `out` is not `in`.
   /// \return 0, or -EINVAL, with `out` untouched: `out` is null, or `in` has fewer than two pairs, does not rise, does
   /// not begin at 0, or ends above 1,048,575.
   int InterPolateBlLinearTable(const BLLinearTable& in, BLLinearTable* out);
@@ -82,11 +88,13 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// \return 0, or -EINVAL: `out` is null, or both points have the same `x`.
   int InterPolate(const BackLightCordinates& p1, const BackLightCordinates& p2, BackLightCordinates* out);
 
-  /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing. Lock held.
+  // Steps that use the parser: after an Init, without another call in progress.
+
+  /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing.
   FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables);
 
   /// Rebuilds one map: for each client level the luminance of the level that the dimming LUT makes of it, times its
-  /// attenuation. Lock held.
+  /// attenuation.
   /// \param percentage 10 or 100; with any other the map stays as it is and the result is 0.
   /// \return 0; what the parser answered, the map then being untouched; or what CalculateNits answered, the map then
   /// being empty.

@@ -20,10 +20,9 @@ int TakeFirst(const GenericPayload& payload, const char* kind, const char* funct
   return ret;
 }
 
-// A level of the scale 0 to `from` on the scale 0 to `to`, rounded down.
+// A level of the scale 0 to `from` on the scale 0 to `to`, rounded down. The product takes 64 bits.
 uint32_t Rescaled(uint32_t level, uint32_t from, uint32_t to) {
-  const uint64_t scaled = from != 0 ? uint64_t{level} * to / from : 0;
-  return static_cast<uint32_t>(std::min<uint64_t>(scaled, to));
+  return from != 0 ? static_cast<uint32_t>(uint64_t{level} * to / from) : 0;
 }
 
 // The client level that shows what the dimming LUT makes of client level `vb`: to the panel's scale, through the LUT,
@@ -143,8 +142,8 @@ int BackLightNitsImp::UpdateBlNitsMapping(uint32_t percentage, bool hdr, const B
   in.percentage = percentage;
   in.hdr = hdr;
   BlNitsValue out;
-  for (uint32_t vb = 0; vb < map.size(); ++vb) {
-    in.bl = DimmedLevel(vb, *range, luts->dimming_bl_lut);
+  for (size_t vb = 0; vb < map.size(); ++vb) {
+    in.bl = DimmedLevel(static_cast<uint32_t>(vb), *range, luts->dimming_bl_lut);
     const int ret = CalculateNits(&in, &out, tables.table_100, tables.table_10);
     if (ret != 0) {
       map.clear();
@@ -152,7 +151,7 @@ int BackLightNitsImp::UpdateBlNitsMapping(uint32_t percentage, bool hdr, const B
     }
     map[vb] = out.nits * luts->pcc_attn_lut[vb];
     if (percentage == 10 && !hdr) {
-      Log().Verbose("BackLightNitsImp::%s: vb %d nits %f", __func__, vb, map[vb]);
+      Log().Verbose("BackLightNitsImp::%s: vb %d nits %f", __func__, static_cast<uint32_t>(vb), map[vb]);
     }
   }
   return 0;

@@ -34,11 +34,12 @@ BackLightNitsImp::BackLightNitsImp(std::string panel_name) : panel_name_(std::mo
 
 int BackLightNitsImp::Init() noexcept {
   const std::lock_guard<std::mutex> guard(lock_);
-  parser_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(panel_name_);
-  if (parser_ == nullptr) {
+  auto parser = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(panel_name_);
+  if (parser == nullptr) {
     Log().Error("BackLightNitsImp::%s: failed to create the parser", __func__);
     return -EINVAL;
   }
+  parser_ = std::move(parser);
   int ret = parser_->Init();
   if (ret == -ENOENT) {
     Log().Warning("BackLightNitsImp::%s: parser initialization failed due to missing XML, ret %d", __func__, ret);
@@ -66,9 +67,7 @@ int BackLightNitsImp::Init() noexcept {
 int BackLightNitsImp::Deinit() noexcept {
   const std::lock_guard<std::mutex> guard(lock_);
   if (initialized_) {
-    if (parser_ != nullptr) {
-      parser_->Deinit();
-    }
+    parser_->Deinit();
     vb_to_nits_map_10_.clear();
     vb_to_nits_map_100_.clear();
     hdr_vb_to_nits_map_10_.clear();

@@ -2,10 +2,6 @@
 
 #include "log.h"
 
-#ifdef __FAST_MATH__
-#error "The results are defined to the last bit: build without -ffast-math."
-#endif
-
 namespace zarn {
 
 int BackLightNitsImp::InterPolate(const BackLightCordinates& p1, const BackLightCordinates& p2,

@@ -112,11 +112,13 @@ int BackLightNitsImp::GetBlValue(double nits, const std::vector<double>& vb_to_n
     return -EINVAL;
   }
   const size_t above = FirstAbove(map, nits);
-  const size_t below = above - 1;
   if (above == 0) {
     *bl = 0;
     Log().Verbose("BackLightNitsImp::%s: input nits %f, bl %d, vb_to_nits_map[0] = %f", __func__, nits, 0, map[0]);
-  } else if (above == map.size()) {
+    return 0;
+  }
+  const size_t below = above - 1;
+  if (above == map.size()) {
     *bl = static_cast<uint32_t>(below);
     Log().Verbose("BackLightNitsImp::%s: input nits %f, bl %d, vb_to_nits_map[%d] = %f", __func__, nits, *bl, *bl,
                   map[below]);

@@ -22,7 +22,7 @@ T* TakeOne(const GenericPayload& payload, const char* function) {
   return record;
 }
 
-/// A client's flag: every byte but 0 is true. Records of equal size pass for one another, so the byte may be no bool.
+/// A client's flag: every byte but 0 is true, whatever a client that is built separately has left there.
 inline bool ReadFlag(const bool& flag) {
   unsigned char byte = 0;
   std::memcpy(&byte, &flag, sizeof byte);

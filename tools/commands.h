@@ -9,6 +9,8 @@ namespace blnits {
 // Each adds one subcommand to `app`, with its options, its help and what it does. `log` is the process's log handler
 // and outlives `app`.
 void AddNitsCommand(CLI::App* app, CapturedLog* log);
+void AddLevelCommand(CLI::App* app, CapturedLog* log);
+void AddLinearCommand(CLI::App* app, CapturedLog* log);
 void AddShowCommand(CLI::App* app, CapturedLog* log);
 
 }  // namespace blnits

@@ -23,6 +23,8 @@ int Run(int argc, char** argv) {
   app.set_version_flag("--version", BLNITS_VERSION);
   app.footer("Exit status: 0, 1 when a file or a conversion failed, 2 for wrong usage.");
   blnits::AddNitsCommand(&app, &log);
+  blnits::AddLevelCommand(&app, &log);
+  blnits::AddLinearCommand(&app, &log);
   blnits::AddShowCommand(&app, &log);
   try {
     app.parse(argc, argv);

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 #include <system_error>
 
 #include "failure.h"
@@ -18,41 +19,63 @@ std::string Trimmed(const std::string& text) {
   return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-}  // namespace
-
 bool ParseNumber(const std::string& text, uint32_t* number) {
-  const std::string trimmed = Trimmed(text);
-  const char* const end = trimmed.data() + trimmed.size();
-  const auto [stop, error] = std::from_chars(trimmed.data(), end, *number);
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, *number);
   return error == std::errc() && stop == end;
 }
 
 bool ParseNumber(const std::string& text, double* number) {
-  const std::string trimmed = Trimmed(text);
   char* stop = nullptr;
-  *number = std::strtod(trimmed.c_str(), &stop);
-  return !trimmed.empty() && *stop == '\0' && std::isfinite(*number);
+  *number = std::strtod(text.c_str(), &stop);
+  return !text.empty() && *stop == '\0' && std::isfinite(*number);
 }
+
+template <class Number>
+Number NumberIn(const std::string& text, const std::string& source, size_t line, const std::string& what) {
+  Number number = {};
+  if (!ParseNumber(text, &number)) {
+    throw Failure(fmt::format("{}:{}: found \"{}\", expected {}", source, line, text, what));
+  }
+  return number;
+}
+
+}  // namespace
 
 template <class Number>
 void ForEachLine(std::istream& stream, const std::string& source, const std::string& what,
                  const std::function<void(Number)>& use) {
   std::string line;
   for (size_t count = 1; std::getline(stream, line); ++count) {
-    Number number = {};
-    if (Trimmed(line).empty()) {
-      continue;
+    const std::string text = Trimmed(line);
+    if (!text.empty()) {
+      use(NumberIn<Number>(text, source, count, what));
     }
-    if (!ParseNumber(line, &number)) {
-      throw Failure(fmt::format("{}:{}: found \"{}\", expected {}", source, count, line, what));
-    }
-    use(number);
   }
 }
 
-template void ForEachLine<uint32_t>(std::istream&, const std::string&, const std::string&,
-                                    const std::function<void(uint32_t)>&);
-template void ForEachLine<double>(std::istream&, const std::string&, const std::string&,
-                                  const std::function<void(double)>&);
+template <class Number>
+std::vector<Number> ReadColumn(const std::string& path, const std::string& what) {
+  std::ifstream file(path);
+  std::vector<Number> numbers;
+  std::string line;
+  for (size_t count = 1; std::getline(file, line); ++count) {
+    const std::string text = Trimmed(line.substr(line.find_last_of(',') + 1));
+    Number header = {};
+    if (Trimmed(line).empty() || (count == 1 && !ParseNumber(text, &header))) {
+      continue;
+    }
+    numbers.push_back(NumberIn<Number>(text, path, count, what));
+  }
+  if (!file.eof()) {
+    throw Failure(fmt::format("{}: cannot be read", path));
+  }
+  return numbers;
+}
+
+template void ForEachLine(std::istream&, const std::string&, const std::string&, const std::function<void(uint32_t)>&);
+template void ForEachLine(std::istream&, const std::string&, const std::string&, const std::function<void(double)>&);
+template std::vector<uint32_t> ReadColumn(const std::string&, const std::string&);
+template std::vector<double> ReadColumn(const std::string&, const std::string&);
 
 }  // namespace blnits

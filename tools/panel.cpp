@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -81,19 +80,32 @@ void Panel::OpenByPath(const std::string& path) {
 }
 
 double Panel::ToNits(uint32_t level, uint32_t coverage, bool hdr) {
-  zarn::GenericPayload in;
-  zarn::GenericPayload out;
-  zarn::BlBackLight* request = nullptr;
-  zarn::BlNitsValue* answer = nullptr;
-  in.CreatePayload(request);
-  out.CreatePayload(answer);
-  request->percentage = coverage;
-  request->bl = level;
-  request->hdr = hdr;
+  zarn::BlBackLight in;
+  in.percentage = coverage;
+  in.bl = level;
+  in.hdr = hdr;
+  return Process(zarn::kBLToNits, in, fmt::format("level {} at {} % coverage cannot be converted", level, coverage))
+      .nits;
+}
+
+uint32_t Panel::ToLevel(double nits, uint32_t coverage, bool hdr) {
+  zarn::BlNitsValue in;
+  in.percentage = coverage;
+  in.nits = nits;
+  in.hdr = hdr;
+  return Process(zarn::kNitsToBL, in, fmt::format("{} nits at {} % coverage cannot be converted", nits, coverage)).bl;
+}
+
+template <class In>
+zarn::BlNitsValue Panel::Process(zarn::BLNitOps op, const In& in, const std::string& failure) {
+  zarn::GenericPayload in_payload;
+  zarn::GenericPayload out_payload;
+  zarn::BlNitsValue* out = nullptr;
+  in_payload.CopyPayload(in);
+  out_payload.CreatePayload(out);
   log_->Clear();
-  Check(engine_->ProcessOps(zarn::kBLToNits, in, &out),
-        fmt::format("level {} at {} % coverage cannot be converted", level, coverage));
-  return answer->nits;
+  Check(engine_->ProcessOps(op, in_payload, &out_payload), failure);
+  return *out;
 }
 
 void Panel::Check(int ret, const std::string& what) const {
@@ -102,7 +114,8 @@ void Panel::Check(int ret, const std::string& what) const {
   }
   std::string reason = log_->Reason();
   if (reason.empty()) {
-    reason = fmt::format("result {} ({})", ret, std::strerror(-ret));
+    reason =
+        fmt::format("result {}, without a reason; while dimming is on, only LUTs give luminances their levels", ret);
   }
   // The library says "file not found" of everything that it cannot load.
   std::error_code error;

@@ -38,12 +38,26 @@ class Panel {
     return *record;
   }
 
+  /// Sets a parameter. \param failure says what has failed when the library refuses.
+  template <class Record>
+  void Set(zarn::BLNitsParams param, const Record& record, const std::string& failure) {
+    zarn::GenericPayload payload;
+    payload.CopyPayload(record);
+    log_->Clear();
+    Check(engine_->SetParameter(param, payload), failure);
+  }
+
   /// Luminance in nits of a client level at a coverage in per cent.
   double ToNits(uint32_t level, uint32_t coverage, bool hdr);
+
+  /// Client level for a luminance in nits at a coverage in per cent.
+  uint32_t ToLevel(double nits, uint32_t coverage, bool hdr);
 
  private:
   void OpenByPath(const std::string& path);
   int InitEngine(std::string* chosen_file);
+  template <class In>
+  zarn::BlNitsValue Process(zarn::BLNitOps op, const In& in, const std::string& failure);
   void Check(int ret, const std::string& what) const;
 
   CapturedLog* log_;

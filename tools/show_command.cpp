@@ -1,10 +1,8 @@
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <memory>
 
 #include "commands.h"
-#include "panel.h"
+#include "conversion.h"
 
 namespace blnits {
 namespace {
@@ -48,7 +46,7 @@ void Run(const std::string& argument, CapturedLog* log) {
 void AddShowCommand(CLI::App* app, CapturedLog* log) {
   auto* const command = app->add_subcommand("show", "Show what a panel's calibration holds");
   auto panel = std::make_shared<std::string>();
-  command->add_option("PANEL", *panel, "Panel's name, or path to its backlight_calib_<panel>.xml")->required();
+  AddPanelArgument(command, panel.get());
   command->footer("Example: blnits show samples/backlight_calib_lcd_small.xml");
   command->callback([panel, log] { Run(*panel, log); });
 }
