@@ -57,6 +57,21 @@ std::string Calibration::Text() const {
          "</measurement_data>\n</Calib_Data>\n";
 }
 
+std::string LogLines::With(std::string outcome) {
+  for (const auto& [level, text] : log_.Take()) {
+    std::string line = text;
+    for (const auto& [name, nick] : {std::pair<std::string, const char*>{"BackLightNitsImp::", "engine::"},
+                                     {"BackLightNitsParserImp::", "parser::"},
+                                     {"BackLightNitsFactoryIntfImp::", "factory::"}}) {
+      if (line.rfind(name, 0) == 0) {
+        line.replace(0, name.size(), nick);
+      }
+    }
+    outcome += std::string(" | ") + level + " " + line;
+  }
+  return outcome;
+}
+
 TemporaryFolder::TemporaryFolder() : before_(std::filesystem::current_path()) {
   std::string pattern = std::filesystem::temp_directory_path() / "blnits.XXXXXX";
   path_ = mkdtemp(pattern.data());

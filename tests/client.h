@@ -11,7 +11,19 @@
 #include <vector>
 
 #include "backlight_nits_factory_intf.h"
-#include "log_lines.h"
+#include "captured_log.h"
+
+/// The process's log while it lives.
+class LogLines {
+ public:
+  /// `outcome`, followed by " | <level> <text>" for each line since the last call, with short names for the three classes:
+  /// "-22 | E engine::Init: failed to create the parser".
+  std::string With(std::string outcome);
+  std::string With(int result) { return With(std::to_string(result)); }
+
+ private:
+  blnits::CapturedLog log_;
+};
 
 /// A payload with one record in it.
 template <class Record>
@@ -23,6 +35,14 @@ struct Holding {
   zarn::GenericPayload payload;
   Record* record = nullptr;
 };
+
+/// A copy of a parameter's record.
+template <class Record>
+std::unique_ptr<Record> Got(zarn::BackLightNitsIntf& component, zarn::BLNitsParams param) {
+  Holding<Record> held;
+  EXPECT_EQ(component.GetParameter(param, &held.payload), 0);
+  return std::make_unique<Record>(*held.record);
+}
 
 /// The members of a payload, to reach states that its functions do not allow.
 struct PayloadLayout {

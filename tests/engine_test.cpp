@@ -10,17 +10,17 @@ using namespace zarn;
 TEST(Factory, HandsOutOneEngineANameAndAnyNumberOfParsers) {
   LogLines log;
   BackLightNitsFactoryIntf* const factory = GetBackLightNitsFactoryIntf();
-  std::vector<std::shared_ptr<BackLightNitsIntf>> handles;
-  for (const auto& [name, told] :
-       {std::pair{"f", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel f"},
-        {"f", "3 | I factory::CreateBackLightNitsIntf: BL nits interface already created, use count 3"},
-        {"f ", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel f "},
-        {"F", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel F"},
-        {"", "2 | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel "}}) {
-    handles.push_back(factory->CreateBackLightNitsIntf(name));
-    EXPECT_EQ(log.With(std::to_string(handles.back().use_count())), told);
+  const auto engine = factory->CreateBackLightNitsIntf("f");
+  const auto again = factory->CreateBackLightNitsIntf("f");
+  EXPECT_EQ(engine, again);
+  EXPECT_EQ(log.With(""),
+            " | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel f"
+            " | I factory::CreateBackLightNitsIntf: BL nits interface already created, use count 3");
+  for (const std::string name : {"f ", "F", ""}) {
+    const auto other = factory->CreateBackLightNitsIntf(name);
+    EXPECT_NE(other, engine);
+    EXPECT_EQ(log.With(""), " | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel " + name);
   }
-  EXPECT_EQ(handles[0], handles[1]);
   EXPECT_NE(factory->CreateBackLightNitsParser("f"), factory->CreateBackLightNitsParser("f"));
 }
 
@@ -53,53 +53,43 @@ class Engine : public Client {};
 TEST_F(Engine, RefusesInTheOrderStateOutputIdentifier) {
   GenericPayload empty;
   Open(Calibration());
-  for (const auto& [told, get, set, process] :
-       {std::tuple{"", "-22 | E engine::GetParameter: output parameter is invalid",
-                   "-95 | E engine::SetParameter: setparameter not supported 7",
-                   "-22 | E engine::ProcessOps: output parameter is invalid"},
-        std::tuple{"", "-22 | E engine::GetParameter: Implementation not initialized",
-                   "-22 | E engine::SetParameter: Implementation not initialized",
-                   "-22 | E engine::ProcessOps: Implementation not initialized"}}) {
-    EXPECT_EQ(log_.With(told), "");
-    EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, nullptr)), get);
-    EXPECT_EQ(log_.With(engine_->SetParameter(kBLPccThresh, empty)), set);
-    EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(2), empty, nullptr)), process);
-    EXPECT_EQ(engine_->Deinit(), 0);
-  }
-  EXPECT_EQ(Init(), "0 | I parser::BackLightNitsParserImp: file_name " + FileName(panel_));
+  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, nullptr)),
+            "-22 | E engine::GetParameter: output parameter is invalid");
+  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(2), empty, nullptr)),
+            "-22 | E engine::ProcessOps: output parameter is invalid");
+  EXPECT_EQ(log_.With(engine_->SetParameter(kBLPccThresh, empty)),
+            "-95 | E engine::SetParameter: setparameter not supported 7");
   EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, &empty)),
             "-95 | E engine::GetParameter: getparameter not supported 10");
-  EXPECT_EQ(log_.With(engine_->GetParameter(BLNitsParams(-2147483647 - 1), &empty)),
-            "-95 | E engine::GetParameter: getparameter not supported -2147483648");
-  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(-1), empty, &empty)),
-            "-95 | E engine::ProcessOps: processops not supported -1");
+  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(-2147483647 - 1), empty, &empty)),
+            "-95 | E engine::ProcessOps: processops not supported -2147483648");
+  EXPECT_EQ(engine_->Deinit(), 0);
+  EXPECT_EQ(engine_->Deinit(), 0);
+  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, nullptr)),
+            "-22 | E engine::GetParameter: Implementation not initialized");
+  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(2), empty, nullptr)),
+            "-22 | E engine::ProcessOps: Implementation not initialized");
+  EXPECT_EQ(log_.With(engine_->SetParameter(kBLPccThresh, empty)),
+            "-22 | E engine::SetParameter: Implementation not initialized");
 }
 
 TEST_F(Engine, ForwardsCalibrationDataFromItsParser) {
   Open(Calibration());
-  Holding<BLGamma> gamma;
-  Holding<BLRange> range;
-  Holding<BLPccThresh> threshold;
-  EXPECT_EQ(Get(kBLGamma, &gamma) + Get(kBLRange, &range) + Get(kBLPccThresh, &threshold), "000");
-  EXPECT_EQ(gamma->gamma, 2.2);
-  EXPECT_EQ(threshold->pcc_thresh, 0.5);
+  EXPECT_EQ(Got<BLGamma>(*engine_, kBLGamma)->gamma, 2.2);
+  EXPECT_EQ(Got<BLPccThresh>(*engine_, kBLPccThresh)->pcc_thresh, 0.5);
+  const auto range = Got<BLRange>(*engine_, kBLRange);
   EXPECT_TRUE(range->minimum_bl == 1 && range->max_bl == 1023 && range->max_os_bl == 400);
-  for (const auto& [param, nits] : {std::pair{kBLNitsMapping10Percent, 50.0},
-                                    {kBLNitsMapping100Percent, 200.0},
-                                    {kBLHdrNitsMapping10Percent, 60.0},
-                                    {kBLHdrNitsMapping100Percent, 210.0}}) {
-    Holding<BackLightToNitsTable> table;
-    EXPECT_EQ(Get(param, &table), "0");
-    EXPECT_EQ(table->points.at(0).nits, nits);
-  }
+  const auto first = [this](BLNitsParams param) { return Got<BackLightToNitsTable>(*engine_, param)->points[0].nits; };
+  EXPECT_TRUE(first(kBLNitsMapping10Percent) == 50.0 && first(kBLNitsMapping100Percent) == 200.0);
+  EXPECT_TRUE(first(kBLHdrNitsMapping10Percent) == 60.0 && first(kBLHdrNitsMapping100Percent) == 210.0);
   Holding<BLDimmingStatus> other;
   EXPECT_EQ(Get(kBLRange, &other), "-22 | E parser::GetBlRange: get payload failed");
 }
 
 TEST_F(Engine, InitCanFailAndBeRepeated) {
   Open(Calibration());
-  const auto handle = std::exchange(engine_, GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel_ + "b"));
   panel_ += "b";
+  engine_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel_);
   log_.With("");
   const std::string file = " | I parser::BackLightNitsParserImp: file_name " + FileName(panel_);
   const std::string missing = "-2" + file + " | W parser::ParseTopNode: file not found " + FileName(panel_) +

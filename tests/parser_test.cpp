@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <array>
 #include <filesystem>
 
 #include "client.h"
@@ -29,58 +30,43 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
 }
 
 TEST_F(Parser, SaysWhatIsWrongInAFile) {
-  const std::string full = "ParseFullScreenNitsTable";
-  struct Case {
-    const char* what;
-    const char* with;
-    std::string step;  // that fails
-    std::string line;
-  };
-  for (const Case& each : {
-           Case{"gamma", "Gamma", "ParseGamma", "ParseGamma: failed to find gamma"},
-           Case{"minimum_bl", "min", "ParseBlRange", "ParseBlRange: failed to find minimum_bl"},
-           Case{"max_bl", "max", "ParseBlRange", "ParseBlRange: failed to find max_bl"},
-           Case{"<linearized_bl>", "<linearized_bl>0<value> </value>", "ParseLinearTable",
-                "ParseLinearTable: linear backlight value invalid cnt 0"},
-           Case{">1023<", "><!-- first -->1<", "ParseLinearTable",
-                "ParseLinearTable: linear backlight value invalid cnt 1"},
-           Case{"<panel_bl>", "<panel_bl><b>1</b><b><i>2</i></b>", "ParseLinearTable",
-                "ParseLinearTable: panel backlight value invalid cnt 1"},
-           Case{"<panel_bl>", "<panel_bl><b>1</b>", "ParseLinearTable",
-                "ParseLinearTable: invalid cfg panel bl size 3 linear bl size 2"},
-           Case{"<measurement_data>", "<measurement_data/><measurement_data>", full,
-                full + ": failed to find standard"},
-           Case{"<standard>", "<standard/><standard>", full, full + ": failed to find nits_100"},
-           Case{"<nits_100>", "<nits_100/><nits_100>", full,
-                "BackLightsToNitsTableParse: failed to find bl_value node"},
-           Case{"<value>100<", "<value><", full, "BackLightsToNitsTableParse: backlight value invalid cnt 0"},
-           Case{"<value>600<", "<value><", full, "BackLightsToNitsTableParse: nits value invalid cnt 1"},
-           Case{"<nits_value>", "<nits_value/><nits_value>", full,
-                "BackLightsToNitsTableParse: invalid cfg nits size 0 bl size 2"},
-           Case{"<nits_10>", "<nits_10><bl_value/></nits_10><nits_10>", "ParseOneTenthScreenNitsTable",
-                "BackLightsToNitsTableParse: failed to find nits_value node"},
-           Case{"<hbm>", "<hbm/><hbm>", "ParseHdrFullScreenNitsTable",
-                "ParseHdrFullScreenNitsTable: failed to find nits_100"},
-       }) {
-    SCOPED_TRACE(std::string(each.what) + " -> " + each.with);
-    const auto parser = Of(Replaced(Calibration().Text(), each.what, each.with));
-    EXPECT_EQ(log_.With(parser->Init()),
-              "-22 | E parser::" + each.line + " | E parser::Init: " + each.step + ": ret -22");
+  const std::string text = Calibration().Text();
+  const auto expect = [this](const std::string& file, const std::string& line) {
+    const auto parser = Of(file);
+    const std::string function = line.substr(0, line.find(':'));
+    const std::string step = function == "BackLightsToNitsTableParse" ? "ParseFullScreenNitsTable" : function;
+    EXPECT_EQ(log_.With(parser->Init()), "-22 | E parser::" + line + " | E parser::Init: " + step + ": ret -22");
     EXPECT_EQ(log_.With(parser->GetParameter(kBLRange, nullptr)),
               "-22 | E parser::GetParameter: Implementation not initialized");
+  };
+  for (const auto& [what, with, line] : std::vector<std::array<const char*, 3>>{
+           {"gamma", "Gamma", "ParseGamma: failed to find gamma"},
+           {"minimum_bl", "min", "ParseBlRange: failed to find minimum_bl"},
+           {"max_bl", "max", "ParseBlRange: failed to find max_bl"},
+           {"d_bl><value>0<", "d_bl>0<value> <", "ParseLinearTable: linear backlight value invalid cnt 0"},
+           {">1023<", "><!-- first -->1<", "ParseLinearTable: linear backlight value invalid cnt 1"},
+           {"l_bl>", "l_bl><b>1</b><b><i>2</i></b>", "ParseLinearTable: panel backlight value invalid cnt 1"},
+           {"l_bl>", "l_bl><b>1</b>", "ParseLinearTable: invalid cfg panel bl size 3 linear bl size 2"},
+           {"<m", "<measurement_data/><m", "ParseFullScreenNitsTable: failed to find standard"},
+           {"<stan", "<standard/><stan", "ParseFullScreenNitsTable: failed to find nits_100"},
+           {"<nits_100>", "<nits_100/><nits_100>", "BackLightsToNitsTableParse: failed to find bl_value node"},
+           {"nits_value>", "other>", "BackLightsToNitsTableParse: failed to find nits_value node"},
+           {">100<", "><", "BackLightsToNitsTableParse: backlight value invalid cnt 0"},
+           {">600<", "><", "BackLightsToNitsTableParse: nits value invalid cnt 1"},
+           {"<nits_v", "<nits_value/><nits_v", "BackLightsToNitsTableParse: invalid cfg nits size 0 bl size 2"},
+           {"<hbm>", "<hbm/><hbm>", "ParseHdrFullScreenNitsTable: failed to find nits_100"},
+       }) {
+    std::string file = Replaced(text, what, with);
+    expect(std::string(what) == "nits_value>" ? Replaced(file, "</nits_value>", "</other>") : file, line);
   }
   // Missing altogether: the file ends before it.
-  for (const auto& [last, end, line] :
-       {std::tuple{"<linearized", "", "ParseLinearTable: failed to find linearized_bl"},
-        std::tuple{"<panel_bl", "", "ParseLinearTable: failed to find panel_bl"},
-        std::tuple{"<measurement", "", "ParseFullScreenNitsTable: failed to find measurement_data"},
-        std::tuple{"<nits_10>", "</standard></measurement_data>",
-                   "ParseOneTenthScreenNitsTable: failed to find nits_10"},
-        std::tuple{"<hbm", "</measurement_data>", "ParseHdrFullScreenNitsTable: failed to find hbm"}}) {
-    const std::string text = Calibration().Text();
-    const auto parser = Of(text.substr(0, text.find(last)) + end + "</Calib_Data>");
-    const std::string told = log_.With(parser->Init());
-    EXPECT_EQ(told.substr(0, told.rfind(" | ")), std::string("-22 | E parser::") + line);
+  for (const auto& [last, end, line] : std::vector<std::array<const char*, 3>>{
+           {"<linearized", "", "ParseLinearTable: failed to find linearized_bl"},
+           {"<panel_bl", "", "ParseLinearTable: failed to find panel_bl"},
+           {"<measurement", "", "ParseFullScreenNitsTable: failed to find measurement_data"},
+           {"<nits_10>", "</standard></measurement_data>", "ParseOneTenthScreenNitsTable: failed to find nits_10"},
+           {"<hbm", "</measurement_data>", "ParseHdrFullScreenNitsTable: failed to find hbm"}}) {
+    expect(text.substr(0, text.find(last)) + end + "</Calib_Data>", line);
   }
 }
 
@@ -108,37 +94,25 @@ TEST_F(Parser, TellsAFileThatCannotBeLoadedFromOneThatIsWrong) {
 TEST_F(Parser, ReadsNumbersAsTheyStandAndIgnoresWhatItDoesNotKnow) {
   Calibration calibration;
   calibration.attributes = R"(gamma="x" minimum_bl="3" max_bl="4294967295")";
-  calibration.linear = {{1, 2}};
   calibration.hbm_10 = {};
-  std::string text = Replaced(calibration.Text(), "<linearized_bl><value>1</value>",
-                              "<other/>text<linearized_bl><a> 12 </a><!-- no value --><b>12abc</b><c>abc</c><d>-1</d>"
-                              "<e><![CDATA[7]]></e>");
-  text = Replaced(text, "<panel_bl><value>2</value>",
-                  "<panel_bl><v>5</v><v>4</v><v>3</v><v>2</v><v>1</v></panel_bl><panel_bl>");
+  std::string text = Replaced(calibration.Text(), "<linearized_bl><value>0</value>",
+                              "<other/>text<linearized_bl><a> 12 </a><!-- no value --><b>12abc</b><c>-1</c>"
+                              "<d><![CDATA[abc]]></d>");
+  text = Replaced(text, "<panel_bl>", "<panel_bl><v>5</v><v>4</v><v>3</v><v>2</v><v>1</v></panel_bl><panel_bl>");
   text = Replaced(text, "</measurement_data>", "</measurement_data><measurement_data><standard/></measurement_data>");
-  text = Replaced(text, "<value>600</value>", "<value>-0.25e1 nits</value>");
-  const auto parser = Of(text);
+  const auto parser = Of(Replaced(text, "<value>600</value>", "<value>-0.25e1 nits</value>"));
   EXPECT_EQ(log_.With(parser->Init()),
             "0 | I parser::ParseBlRange: failed to find max_os_bl"
             " | W parser::ParsePccThresh: failed to find pcc_thresh");
-  Holding<BLLinearTable> linear;
-  Holding<BackLightToNitsTable> full;
-  Holding<BackLightToNitsTable> empty;
-  Holding<BLRange> range;
-  Holding<BLPccThresh> threshold;
-  Holding<BLGamma> gamma({0, 1.0});
-  EXPECT_EQ(parser->GetParameter(kBLLinearTable, &linear.payload), 0);
-  EXPECT_EQ(parser->GetParameter(kBLNitsMapping100Percent, &full.payload), 0);
-  EXPECT_EQ(parser->GetParameter(kBLHdrNitsMapping10Percent, &empty.payload), 0);
-  EXPECT_EQ(parser->GetParameter(kBLRange, &range.payload), 0);
-  EXPECT_EQ(parser->GetParameter(kBLPccThresh, &threshold.payload), 0);
-  EXPECT_EQ(parser->GetParameter(kBLGamma, &gamma.payload), 0);
-  EXPECT_EQ(linear->entries, (Levels{{12, 5}, {12, 4}, {0, 3}, {4294967295U, 2}, {7, 1}}));
-  EXPECT_EQ(full->points.at(1).nits, -2.5);
+  EXPECT_EQ(Got<BLLinearTable>(*parser, kBLLinearTable)->entries,
+            (Levels{{12, 5}, {12, 4}, {4294967295U, 3}, {0, 2}, {1023, 1}}));
+  EXPECT_EQ(Got<BackLightToNitsTable>(*parser, kBLNitsMapping100Percent)->points.at(1).nits, -2.5);
+  const auto empty = Got<BackLightToNitsTable>(*parser, kBLHdrNitsMapping10Percent);
   EXPECT_TRUE(empty->points.empty() && empty->percentage == 10);
+  const auto range = Got<BLRange>(*parser, kBLRange);
   EXPECT_TRUE(range->minimum_bl == 3 && range->max_bl == 4294967295U && range->max_os_bl == 0);
-  EXPECT_EQ(threshold->pcc_thresh, 1.0);
-  EXPECT_EQ(gamma->gamma, 0.0);
+  EXPECT_EQ(Got<BLPccThresh>(*parser, kBLPccThresh)->pcc_thresh, 1.0);
+  EXPECT_EQ(Got<BLGamma>(*parser, kBLGamma)->gamma, 0.0);
 }
 
 TEST_F(Parser, ServesEachParameterUnderItsOwnIdentifier) {

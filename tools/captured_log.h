@@ -9,8 +9,13 @@
 
 namespace blnits {
 
+struct LogLine {
+  char level;  ///< 'E', 'W', 'I', 'D' or 'V'.
+  std::string text;
+};
+
 /// Keeps what the library logs, so that a failure can be told with the library's own reason. It is the process's log
-/// handler from construction to destruction.
+/// handler from construction to destruction. Any thread.
 class CapturedLog : public display::DebugHandler {
  public:
   CapturedLog();
@@ -21,28 +26,25 @@ class CapturedLog : public display::DebugHandler {
   void Error(const char* format, ...) override __attribute__((format(printf, 2, 3)));
   void Warning(const char* format, ...) override __attribute__((format(printf, 2, 3)));
   void Info(const char* format, ...) override __attribute__((format(printf, 2, 3)));
-  void Debug(const char* /*format*/, ...) override {}
-  void Verbose(const char* /*format*/, ...) override {}
+  void Debug(const char* format, ...) override __attribute__((format(printf, 2, 3)));
+  void Verbose(const char* format, ...) override __attribute__((format(printf, 2, 3)));
 
-  /// Forgets every line.
-  void Clear();
+  /// Hands out every line, in the order in which they came, and forgets them.
+  std::vector<LogLine> Take();
 
-  /// The first Error since the last Clear, which names the cause (later ones repeat it on the way out), or else the
-  /// first Warning; empty when there was neither.
-  std::string Reason() const;
+  /// The first Error, which names the cause (later ones repeat it on the way out), or else the first Warning; empty when
+  /// there is neither.
+  std::string Reason();
 
-  /// What follows `start` in the last Info line that begins with it; empty when none does.
-  std::string InfoAfter(const std::string& start) const;
+  /// What follows `start` in the last line of Info that begins with it; empty when none does.
+  std::string InfoAfter(const std::string& start);
 
  private:
-  static constexpr int kError = 0;
-  static constexpr int kWarning = 1;
-  static constexpr int kInfo = 2;
+  void Keep(char level, const char* format, va_list arguments);
 
-  void Keep(int level, const char* format, va_list arguments);
-
-  mutable std::mutex lock_;
-  std::vector<std::string> lines_[3];  // Guarded by the lock; by level.
+  display::DebugHandler* before_;
+  std::mutex lock_;
+  std::vector<LogLine> lines_;  // Guarded by the lock.
 };
 
 }  // namespace blnits

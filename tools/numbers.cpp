@@ -61,8 +61,9 @@ std::vector<Number> ReadColumn(const std::string& path, const std::string& what)
   std::string line;
   for (size_t count = 1; std::getline(file, line); ++count) {
     const std::string text = Trimmed(line.substr(line.find_last_of(',') + 1));
-    Number header = {};
-    if (Trimmed(line).empty() || (count == 1 && !ParseNumber(text, &header))) {
+    double number = 0.0;
+    const bool header = count == 1 && !ParseNumber(text, &number);
+    if (header || Trimmed(line).empty()) {
       continue;
     }
     numbers.push_back(NumberIn<Number>(text, path, count, what));

@@ -53,7 +53,7 @@ Panel::Panel(const std::string& argument, CapturedLog* log) : log_(log), name_(a
 // The library tells the file that it chose in a line of Info.
 int Panel::InitEngine(std::string* chosen_file) {
   engine_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(name_);
-  log_->Clear();
+  log_->Take();
   const int ret = engine_->Init();
   *chosen_file = log_->InfoAfter("BackLightNitsParserImp::BackLightNitsParserImp: file_name ");
   return ret;
@@ -103,7 +103,7 @@ zarn::BlNitsValue Panel::Process(zarn::BLNitOps op, const In& in, const std::str
   zarn::BlNitsValue* out = nullptr;
   in_payload.CopyPayload(in);
   out_payload.CreatePayload(out);
-  log_->Clear();
+  log_->Take();
   Check(engine_->ProcessOps(op, in_payload, &out_payload), failure);
   return *out;
 }

@@ -33,7 +33,7 @@ class Panel {
     zarn::GenericPayload payload;
     Record* record = nullptr;
     payload.CreatePayload(record);
-    log_->Clear();
+    log_->Take();
     Check(engine_->GetParameter(param, &payload), "the parameter cannot be read");
     return *record;
   }
@@ -43,7 +43,7 @@ class Panel {
   void Set(zarn::BLNitsParams param, const Record& record, const std::string& failure) {
     zarn::GenericPayload payload;
     payload.CopyPayload(record);
-    log_->Clear();
+    log_->Take();
     Check(engine_->SetParameter(param, payload), failure);
   }
 
