@@ -1,5 +1,7 @@
 #include "log.h"
 
+#include <new>
+
 namespace zarn {
 namespace {
 
@@ -12,11 +14,13 @@ class SilentHandler : public display::DebugHandler {
   void Verbose(const char* /*format*/, ...) override {}
 };
 
+// In storage of its own, so that it is never destroyed: threads may still log while the process exits.
+alignas(SilentHandler) unsigned char storage[sizeof(SilentHandler)];
+display::DebugHandler* const silent = new (storage) SilentHandler;
+
 }  // namespace
 
 display::DebugHandler& Log() {
-  // Never destroyed: threads may still log while the process exits.
-  static auto* const silent = new SilentHandler;
   display::DebugHandler* const handler = display::debug_handler_;
   return handler != nullptr ? *handler : *silent;
 }
