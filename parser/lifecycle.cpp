@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "backlight_nits_parser_imp.h"
+#include "calibration_file.h"
 #include "log.h"
-#include "regular_file.h"
 
 namespace zarn {
 namespace {
@@ -61,7 +61,7 @@ std::string BackLightNitsParserImp::ChooseFile() const {
   if (DirectoryOpens(xml_dirs_[0])) {
     const std::string vendor = xml_dirs_[0] + name;
     const std::string odm = xml_dirs_[1] + name;
-    return OpenRegularFile(vendor) == nullptr && OpenRegularFile(odm) != nullptr ? odm : vendor;
+    return !IsReadableFile(vendor) && IsReadableFile(odm) ? odm : vendor;
   }
   return DirectoryOpens(xml_dirs_[2]) ? xml_dirs_[2] + name : name;
 }
@@ -109,8 +109,7 @@ int BackLightNitsParserImp::ParseTopNode() {
     return -EALREADY;
   }
   xml_doc_ = std::make_unique<tinyxml2::XMLDocument>();
-  const auto file = OpenRegularFile(file_name_);
-  if (file == nullptr || xml_doc_->LoadFile(file.get()) != tinyxml2::XML_SUCCESS) {
+  if (!LoadCalibrationFile(file_name_, xml_doc_.get())) {
     Log().Warning("BackLightNitsParserImp::%s: file not found %s", __func__, file_name_.c_str());
     ReleaseDocument();
     return -ENOENT;

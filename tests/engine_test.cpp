@@ -24,21 +24,44 @@ TEST(Factory, HandsOutOneEngineANameAndAnyNumberOfParsers) {
   EXPECT_NE(factory->CreateBackLightNitsParser("f"), factory->CreateBackLightNitsParser("f"));
 }
 
-TEST(Factory, ManyThreadsGetOneEngineAndConvertWithIt) {
+/// What one client gets for a level at 10 %, or -1.
+double NitsFrom(BackLightNitsIntf& engine, uint32_t bl) {
+  const Holding<BlBackLight> in({sizeof(BlBackLight), 10, bl, false});
+  Holding<BlNitsValue> out;
+  return engine.ProcessOps(kBLToNits, in.payload, &out.payload) == 0 ? out->nits : -1.0;
+}
+
+// The first call of the entry point in this process is theirs (each test has a process of its own), the first request
+// for the panel too.
+TEST(Threads, GetOneEngineAndConvertWithItWhileOthersReload) {
   const TemporaryFolder folder;
-  WriteFile(FileName("threads"), Calibration().Text());
-  constexpr size_t kThreads = 8;
+  Calibration brighter;
+  brighter.standard_10 = {{100, 51.0}, {200, 151.0}};
+  const auto write = [](const Calibration& calibration, const std::string& panel) {
+    WriteFile("new", calibration.Text());
+    std::filesystem::rename("new", FileName(panel));
+  };
+  constexpr size_t kThreads = 6;
+  for (const char* const panel : {"t", "t0", "t1", "t2", "t3", "t4", "t5"}) {
+    write(Calibration(), panel);
+  }
   std::vector<std::shared_ptr<BackLightNitsIntf>> engines(kThreads);
   std::vector<std::thread> threads;
-  for (auto& engine : engines) {
-    threads.emplace_back([&engine] {
-      engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("threads");
-      EXPECT_EQ(engine->Init(), 0);
-      for (int turn = 0; turn < 50; ++turn) {
-        const Holding<BlBackLight> in({sizeof(BlBackLight), 10, 150, false});
-        Holding<BlNitsValue> out;
-        EXPECT_EQ(engine->ProcessOps(kBLToNits, in.payload, &out.payload), 0);
-        EXPECT_EQ(out->nits, 100.0);
+  for (size_t i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      const auto engine = engines[i] = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("t");
+      const auto own = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("t" + std::to_string(i));
+      EXPECT_EQ(own->Init() + engine->Init(), 0);
+      for (int turn = 0; turn < 100; ++turn) {
+        const double nits = NitsFrom(*engine, 150);
+        EXPECT_TRUE(nits == 100.0 || nits == 101.0 || nits == -1.0) << nits;
+        EXPECT_EQ(NitsFrom(*own, 150), 100.0);
+        if (i == 0) {
+          write(turn % 2 == 0 ? brighter : Calibration(), "t");
+          EXPECT_EQ(engine->Init(), 0);
+        } else if (i == 1 && turn % 10 == 0) {
+          EXPECT_EQ(engine->Deinit(), 0);
+        }
       }
     });
   }

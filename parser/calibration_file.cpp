@@ -1,0 +1,98 @@
+#include "calibration_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace zarn {
+namespace {
+
+struct CloseFile {
+  void operator()(FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<FILE, CloseFile>;
+
+// Null for anything but a regular file: a FIFO or a device could keep the display service waiting for ever. Without
+// O_NONBLOCK the open itself would wait for a FIFO's writer.
+File OpenRegularFile(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) {
+    return nullptr;
+  }
+  struct stat status = {};
+  File file;
+  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+    file.reset(fdopen(descriptor, "rb"));
+  }
+  if (file == nullptr) {
+    close(descriptor);
+  }
+  return file;
+}
+
+// By what was read, not by the size that the file system tells: the file may grow. One byte more than the bound tells
+// that it is passed.
+bool ReadWithinBounds(FILE* file, std::string* text) {
+  char block[65536];
+  size_t got = 0;
+  while (text->size() <= kMaxFileBytes && (got = std::fread(block, 1, sizeof block, file)) > 0) {
+    text->append(block, got);
+  }
+  return std::ferror(file) == 0 && text->size() <= kMaxFileBytes;
+}
+
+// Where the markup that begins at `start` ends: behind "-->" for a comment, likewise for the others, behind the first
+// '>' outside quotes for a tag.
+size_t EndOfMarkup(std::string_view text, size_t start) {
+  for (const auto& [opening, closing] : {std::pair<std::string_view, std::string_view>{"<!--", "-->"},
+                                         {"<![CDATA[", "]]>"},
+                                         {"<?", "?>"},
+                                         {"<!", ">"}}) {
+    if (text.compare(start, opening.size(), opening) == 0) {
+      const size_t end = text.find(closing, start + opening.size());
+      return end == std::string_view::npos ? end : end + closing.size();
+    }
+  }
+  for (size_t at = text.find_first_of("'\">", start); at != std::string_view::npos;
+       at = text.find_first_of("'\">", at + 1)) {
+    if (text[at] == '>') {
+      return at + 1;
+    }
+    at = text.find(text[at], at + 1);
+    if (at == std::string_view::npos) {
+      break;
+    }
+  }
+  return std::string_view::npos;
+}
+
+bool TagsAreWithinBounds(std::string_view text) {
+  for (size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
+    const size_t end = std::min(EndOfMarkup(text, at), text.size());
+    const bool has_attributes = text.substr(at, 2) != "<!" && text.substr(at, 2) != "<?";
+    if (has_attributes && end - at > kMaxTagBytes) {
+      return false;
+    }
+    at = end;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool IsReadableFile(const std::string& path) { return OpenRegularFile(path) != nullptr; }
+
+bool LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document) {
+  const File file = OpenRegularFile(path);
+  std::string text;
+  return file != nullptr && ReadWithinBounds(file.get(), &text) && TagsAreWithinBounds(text) &&
+         document->Parse(text.data(), text.size()) == tinyxml2::XML_SUCCESS;
+}
+
+}  // namespace zarn

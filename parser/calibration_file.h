@@ -1,0 +1,22 @@
+#pragma once
+
+#include <tinyxml2.h>
+
+#include <cstddef>
+#include <string>
+
+namespace zarn {
+
+/// What a calibration file may be at the most: it is read inside the display service, whoever wrote it. Real files have a
+/// few kilobytes. A file beyond these bounds is not loaded.
+constexpr size_t kMaxFileBytes = size_t{32} << 20;  ///< The document takes up to about thirty times as much memory.
+constexpr size_t kMaxTagBytes = 4096;  ///< One tag with its attributes; the time for it grows with their square.
+
+/// Whether `path` is a regular file that can be opened for reading. Waits for nothing, whatever it is.
+bool IsReadableFile(const std::string& path);
+
+/// Loads `path` into `document`. False when it is missing, no regular file, unreadable, out of bounds or not well-formed;
+/// what the document holds is then unspecified.
+bool LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document);
+
+}  // namespace zarn

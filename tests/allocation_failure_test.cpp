@@ -1,0 +1,100 @@
+// Has an allocation function of its own, whose n-th call fails.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "client.h"
+
+namespace {
+
+std::atomic<long> allowed{-1};  // Allocations until one fails; negative: none fails.
+
+}  // namespace
+
+// Not inlined: gcc would take malloc and free for a mismatch with the other half.
+__attribute__((noinline)) void* operator new(size_t size) {
+  if (allowed >= 0 && allowed-- == 0) {
+    throw std::bad_alloc();
+  }
+  return std::malloc(size);  // NOLINT(cppcoreguidelines-no-malloc)
+}
+void* operator new[](size_t size) { return operator new(size); }
+__attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, size_t /*size*/) noexcept { operator delete(memory); }
+void operator delete[](void* memory) noexcept { operator delete(memory); }
+void operator delete[](void* memory, size_t /*size*/) noexcept { operator delete(memory); }
+
+namespace {
+
+using namespace zarn;
+
+constexpr int kCompleted = 0;
+constexpr int kTerminated = 42;
+constexpr int kThrown = 43;
+constexpr int kOutOfReach = 44;
+
+class AllocationFailure : public Client {
+ protected:
+  /// How a process ends in which the n-th allocation of `call` fails.
+  int EndWhenFails(long n, const std::function<int()>& call) {
+    const pid_t child = fork();
+    if (child == 0) {
+      std::set_terminate([] { _exit(kTerminated); });
+      try {
+        allowed = n;
+        const int ret = call();
+        _exit(allowed >= 0 ? kOutOfReach : ret == 0 ? kCompleted : 1);
+      } catch (...) {
+        _exit(kThrown);
+      }
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+
+  /// Fails each allocation of `call` in turn. Returns how many there are.
+  long FailEach(const std::function<int()>& call) {
+    for (long n = 0;; ++n) {
+      const int end = EndWhenFails(n, call);
+      if (end == kOutOfReach) {
+        return n;
+      }
+      EXPECT_TRUE(end == kTerminated || end == kCompleted) << "allocation " << n << " ends with " << end;
+    }
+  }
+};
+
+// The library either does without it or ends the process there and then: nothing is thrown at the client.
+TEST_F(AllocationFailure, EndsTheProcess) {
+  Open(Calibration(10, 10));
+  display::debug_handler_ = nullptr;
+  std::vector<uint32_t> bl(11, 5);
+  std::vector<double> pcc(11, 1.0);
+  const Holding<DimmingLuts> luts({sizeof(DimmingLuts), 11, bl.data(), 11, pcc.data()});
+  const Holding<BlBackLight> level({sizeof(BlBackLight), 55, 5, false});
+  const Holding<BlNitsValue> nits({sizeof(BlNitsValue), 55, 0, 5.0, false});
+  Holding<BlNitsValue> out;
+  Holding<BLLinearTable> linear;
+  const std::string other = "other";
+  EXPECT_GT(FailEach([&] { return engine_->Init(); }), 20);
+  EXPECT_GT(FailEach([&] { return GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(other) ? 0 : 1; }), 2);
+  const auto set_luts = [&] { return engine_->SetParameter(kBLDimmingLuts, luts.payload); };
+  EXPECT_EQ(FailEach(set_luts), 4 * (4 + 1)) << "four and the map itself";
+  // Two records and two arrays of points; the parser's copy of the linear table and the caller's vector.
+  EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kBLToNits, level.payload, &out.payload); }), 4);
+  EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kNitsToBL, nits.payload, &out.payload); }), 4);
+  EXPECT_EQ(FailEach([&] { return engine_->GetParameter(kBLLinearTable, &linear.payload); }), 2 + 1);
+  // With the maps there, a new update takes four allocations a map, and the conversions none.
+  ASSERT_EQ(set_luts(), 0);
+  EXPECT_EQ(FailEach(set_luts), 4 * 4);
+  const Holding<BLDimmingStatus> on({sizeof(BLDimmingStatus), true});
+  ASSERT_EQ(engine_->SetParameter(kBLDimmingStatus, on.payload), 0);
+  EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kBLToNits, level.payload, &out.payload); }), 0);
+  EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kNitsToBL, nits.payload, &out.payload); }), 0);
+}
+
+}  // namespace
