@@ -93,6 +93,10 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing.
   FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables);
 
+  /// The same for a conversion, with an Error in the name of `function` that tells which step failed.
+  /// \return 0, or the code of that step.
+  int FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables);
+
   /// Rebuilds one map: for each client level the luminance of the level that the dimming LUT makes of it, times its
   /// attenuation.
   /// \param percentage 10 or 100; with any other the map stays as it is and the result is 0.
@@ -137,8 +141,6 @@ class BackLightNitsImp : public BackLightNitsIntf {
   int LevelFromTables(const BlNitsValue& in, bool hdr, BlNitsValue* out, const char* function);
   template <class Source>
   int LevelAtCoverage(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl);
-
-  int FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables);
 
   template <auto X, auto Y, class Value>
   int ValueOnTable(const BackLightToNitsTable& table, Value wanted, double* value);

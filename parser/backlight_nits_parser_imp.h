@@ -31,6 +31,17 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   int GetParameter(BLNitsParams param, GenericPayload* payload) noexcept override;
   int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept override;
 
+  // Two steps of Init, each alone: without another call in progress.
+
+  /// Loads the document and checks its root element.
+  /// \return 0; -EALREADY when there is a document already, which stays; -ENOENT when there is no loadable file; -EINVAL
+  /// when the root element is missing or another.
+  int ParseTopNode();
+
+  /// Appends the points of a table element to `table`.
+  /// \return 0, or -EINVAL: a list is missing or wrong, or, without a log line, an argument is null.
+  int BackLightsToNitsTableParse(tinyxml2::XMLElement* element, BackLightToNitsTable* table);
+
  private:
   // Lifecycle. All but the choice of the file run with the lock held.
   std::string ChooseFile() const;
@@ -39,9 +50,7 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   void ReleaseDocument();
   bool CheckInitialized(const char* function) const;
 
-  // The parse steps: 0, -ENOENT from ParseTopNode when there is no loadable file, -EALREADY when there is a document
-  // already, else -EINVAL. All but the first rely on `top_node_`.
-  int ParseTopNode();
+  // The other steps: 0 or -EINVAL. They rely on `top_node_`.
   int ParseGamma();
   int ParseBlRange();
   int ParsePccThresh();
@@ -53,7 +62,6 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
 
   int ParseNitsTable(const char* group, const char* table, uint32_t percentage, BackLightToNitsTable* target,
                      const char* step);
-  int BackLightsToNitsTableParse(tinyxml2::XMLElement* element, BackLightToNitsTable* table);
 
   // The getters: 0, or -EINVAL when `payload` does not hold exactly the one record. Run with the lock held.
   int GetBlGamma(GenericPayload* payload);

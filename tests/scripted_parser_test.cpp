@@ -84,6 +84,17 @@ TEST_F(ScriptedEngine, TellsWhichRequestFailedAndMakesNoFurther) {
             "-7 | E engine::GetBlLinearTable: get bllinear tabled failed ret -7");
 }
 
+TEST_F(ScriptedEngine, FetchNeedsEmptyPayloads) {
+  MeasuredTables first;
+  MeasuredTables second;
+  first.mapping_table.CreatePayload(first.table_10);
+  second.mapping_tablefs.CreatePayload(second.table_100);
+  EXPECT_EQ(log_.With(engine_.FetchTablesFor("f", false, &first)),
+            "-114 | E engine::f: creating mapping_table failed ret -114");
+  EXPECT_EQ(log_.With(engine_.FetchTablesFor("f", true, &second)),
+            "-114 | E engine::f: creating mapping_tablefs failed ret -114");
+}
+
 TEST_F(ScriptedEngine, StepsRefuseNullPointersAndCoverages) {
   const BackLightToNitsTable table;
   double nits = 9.0;
@@ -126,6 +137,20 @@ TEST_F(ScriptedEngine, FindsTheNearestLevelInAMap) {
   EXPECT_EQ(found({5, 1, 4, 2, 3}, 3.5).substr(0, 3), "0 2") << "a map that does not ascend";
   EXPECT_EQ(found({0, 1}, NAN).substr(0, 3), "0 1");
   EXPECT_EQ(found({}, 1.0), "-22 77");
+}
+
+TEST(ParserSteps, RefuseASecondDocumentAndNullPointers) {
+  const TemporaryFolder folder;
+  WriteFile(FileName("x"), Calibration().Text());
+  BackLightNitsParserImp parser("x");
+  LogLines log;
+  EXPECT_EQ(log.With(parser.ParseTopNode()), "0");
+  EXPECT_EQ(log.With(parser.Init()),
+            "-114 | E parser::ParseTopNode: document created already"
+            " | E parser::Init: ParseTopNode: ret -114");
+  EXPECT_EQ(log.With(parser.Init()), "0") << "the document went with the failure";
+  BackLightToNitsTable table;
+  EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(nullptr, &table)), "-22");
 }
 
 TEST(DefaultParser, RunsNoStepAndServesNothing) {
