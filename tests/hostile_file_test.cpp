@@ -40,6 +40,7 @@ TEST(HostileFile, IsLoadedOrRefusedSoon) {
            std::tuple{"a megabyte of attributes", "<Calib_Data" + attributes + "/>", -2},
            std::tuple{"attributes behind a quoted '>'", "<Calib_Data b='>'" + attributes + "/>", -2},
            std::tuple{"a tag that never ends", "<Calib_Data b='" + Repeated("x", 9000), -2},
+           std::tuple{"a comment that never ends", With("<meas", "<!--"), -2},
            std::tuple{"a long comment", With("<meas", "<!--" + Repeated("'>\"<a ", 9000) + "-->"), 0},
            std::tuple{"a long value", With("<meas", "<![CDATA[" + Repeated("'>\"<a ", 9000) + "]]>"), 0},
            std::tuple{"a million points", With("<value>100", many).insert(0, 1, ' '), -22},

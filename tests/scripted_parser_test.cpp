@@ -150,7 +150,9 @@ TEST(ParserSteps, RefuseASecondDocumentAndNullPointers) {
             " | E parser::Init: ParseTopNode: ret -114");
   EXPECT_EQ(log.With(parser.Init()), "0") << "the document went with the failure";
   BackLightToNitsTable table;
+  tinyxml2::XMLDocument document;
   EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(nullptr, &table)), "-22");
+  EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(document.NewElement("nits_10"), nullptr)), "-22");
 }
 
 TEST(DefaultParser, RunsNoStepAndServesNothing) {
