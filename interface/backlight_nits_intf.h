@@ -41,6 +41,9 @@ class BackLightNitsIntf {
   /// a level that such a map does not hold, since the range has grown, is then refused. A failed repetition leaves it
   /// initialised, without calibration data: what needs them gives -22 until an Init succeeds.
   ///
+  /// A file is not loaded (-2) when it is no regular file, is larger than 32 MiB, has a tag of more than 2048 bytes or is
+  /// nested more than 100 deep.
+  ///
   /// A parser reads the file that it chose when it was made. After a failed repetition it is not initialised.
   /// \return 0, -2 or -22.
   virtual int Init() = 0;

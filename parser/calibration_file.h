@@ -10,7 +10,7 @@ namespace zarn {
 /// What a calibration file may be at the most: it is read inside the display service, whoever wrote it. Real files have a
 /// few kilobytes. A file beyond these bounds is not loaded.
 constexpr size_t kMaxFileBytes = size_t{32} << 20;  ///< The document takes up to about thirty times as much memory.
-constexpr size_t kMaxTagBytes = 4096;  ///< One tag with its attributes; the time for it grows with their square.
+constexpr size_t kMaxTagBytes = 2048;  ///< One tag with its attributes; the time for it grows with their square.
 
 /// Whether `path` is a regular file that can be opened for reading. Waits for nothing, whatever it is.
 bool IsReadableFile(const std::string& path);
