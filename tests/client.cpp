@@ -1,29 +1,9 @@
 #include "client.h"
 
-#include <array>
 #include <filesystem>
 #include <fstream>
-#include <iomanip>
-#include <sstream>
 
 namespace {
-
-template <class List>
-std::string TwoLists(const char* first, const char* second, const List& list) {
-  std::array<std::ostringstream, 2> text;
-  text[0] << "<" << first << ">";
-  text[1] << "<" << second << ">" << std::setprecision(17);
-  for (const auto& row : list) {
-    text[0] << "<value>" << row.first << "</value>";
-    text[1] << "<value>" << row.second << "</value>";
-  }
-  return text[0].str() + "</" + first + ">\n" + text[1].str() + "</" + second + ">\n";
-}
-
-std::string Group(const std::string& name, const Points& points_100, const Points& points_10) {
-  return "<" + name + ">\n<nits_100>\n" + TwoLists("bl_value", "nits_value", points_100) + "</nits_100>\n<nits_10>\n" +
-         TwoLists("bl_value", "nits_value", points_10) + "</nits_10>\n</" + name + ">\n";
-}
 
 /// The shortest text that reads back as the same number.
 std::string Shortest(double number) {
@@ -46,16 +26,6 @@ std::string Touched(const zarn::BlNitsValue& now, const zarn::BlNitsValue& befor
 }
 
 }  // namespace
-
-Calibration::Calibration(uint32_t max_bl, uint32_t max_os_bl)
-    : attributes("gamma='2.2' minimum_bl='1' max_bl='" + std::to_string(max_bl) + "' max_os_bl='" +
-                 std::to_string(max_os_bl) + "' pcc_thresh='0.5'") {}
-
-std::string Calibration::Text() const {
-  return "<Calib_Data " + attributes + ">\n" + TwoLists("linearized_bl", "panel_bl", linear) + "<measurement_data>\n" +
-         Group("standard", standard_100, standard_10) + Group("hbm", hbm_100, hbm_10) +
-         "</measurement_data>\n</Calib_Data>\n";
-}
 
 std::string LogLines::With(std::string outcome) {
   for (const auto& [level, text] : log_.Take()) {
@@ -84,8 +54,6 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 void WriteFile(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
-
-std::string FileName(const std::string& panel) { return "backlight_calib_" + panel + ".xml"; }
 
 void Client::Open(const Calibration& calibration) {
   static int count = 0;

@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "backlight_nits_factory_intf.h"
+#include "calibration.h"
 #include "captured_log.h"
+#include "holding.h"
 
 /// The process's log while it lives.
 class LogLines {
@@ -23,17 +25,6 @@ class LogLines {
 
  private:
   blnits::CapturedLog log_;
-};
-
-/// A payload with one record in it.
-template <class Record>
-struct Holding {
-  Holding() { payload.CreatePayload(record); }
-  explicit Holding(const Record& source) : Holding() { *record = source; }
-  Record* operator->() { return record; }
-
-  zarn::GenericPayload payload;
-  Record* record = nullptr;
 };
 
 /// A copy of a parameter's record.
@@ -58,23 +49,6 @@ void Poke(zarn::GenericPayload* payload, size_t offset, Value value) {
   std::memcpy(reinterpret_cast<char*>(payload) + offset, &value, sizeof value);
 }
 
-using Points = std::vector<std::pair<uint32_t, double>>;
-using Levels = std::vector<std::pair<uint32_t, uint32_t>>;
-
-/// A calibration file in the making. The client levels reach beyond the measured points, which begin above 0.
-struct Calibration {
-  Calibration() = default;
-  Calibration(uint32_t max_bl, uint32_t max_os_bl);
-  std::string Text() const;
-
-  std::string attributes = R"(gamma="2.2" minimum_bl="1" max_bl="1023" max_os_bl="400" pcc_thresh="0.5")";
-  Levels linear = {{0, 0}, {1023, 1000}};
-  Points standard_100 = {{100, 200.0}, {200, 600.0}};
-  Points standard_10 = {{100, 50.0}, {200, 150.0}};
-  Points hbm_100 = {{100, 210.0}, {200, 610.0}};
-  Points hbm_10 = {{100, 60.0}, {200, 160.0}};
-};
-
 /// An empty working folder for as long as it lives.
 class TemporaryFolder {
  public:
@@ -91,9 +65,6 @@ class TemporaryFolder {
 };
 
 void WriteFile(const std::string& path, const std::string& text);
-
-/// The name of a calibration file without its folder.
-std::string FileName(const std::string& panel);
 
 /// A client with a panel of its own, and its engine: engines live as long as the process. What a call did is told in
 /// one text: its answer, or its result when it failed, and every line that it logged (LogLines::With).
