@@ -1,0 +1,341 @@
+#include "panel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "debug_handler.h"
+
+// A va_list can be passed on, "..." cannot.
+#define BLNITS_FORMAT()                                 \
+  char line[256];                                       \
+  va_list arguments;                                    \
+  va_start(arguments, format);                          \
+  std::vsnprintf(line, sizeof line, format, arguments); \
+  va_end(arguments)
+
+namespace fuzz {
+namespace {
+
+namespace fs = std::filesystem;
+using zarn::BlBackLight;
+using zarn::BLNitsParams;
+using zarn::BlNitsValue;
+
+constexpr const char* kPanelName = "fuzz";
+
+class DroppedLog : public display::DebugHandler {
+ public:
+  void Error(const char* format, ...) override __attribute__((format(printf, 2, 3))) { BLNITS_FORMAT(); }
+  void Warning(const char* format, ...) override __attribute__((format(printf, 2, 3))) { BLNITS_FORMAT(); }
+  void Info(const char* format, ...) override __attribute__((format(printf, 2, 3))) { BLNITS_FORMAT(); }
+  void Debug(const char* format, ...) override __attribute__((format(printf, 2, 3))) { BLNITS_FORMAT(); }
+  void Verbose(const char* format, ...) override __attribute__((format(printf, 2, 3))) { BLNITS_FORMAT(); }
+};
+
+fs::path MakeFolder() {
+  const fs::path memory = "/dev/shm";
+  std::string pattern = (fs::is_directory(memory) ? memory : fs::temp_directory_path()) / "blnits_fuzz.XXXXXX";
+  Require(mkdtemp(pattern.data()) != nullptr, "a temporary folder can be made");
+  return pattern;
+}
+
+/// Calls with the working folder, where a panel's file is searched, elsewhere: relative paths of the fuzzer itself are
+/// to keep their meaning.
+template <class Call>
+auto InFolder(const fs::path& folder, Call call) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder);
+  auto result = call();
+  fs::current_path(before);
+  return result;
+}
+
+/// The same question at another coverage that must give the same answer.
+template <class In>
+In AtTwinCoverage(In in) {
+  if (in.percentage >= 1 && in.percentage <= 10) {
+    in.percentage = in.percentage == 10 ? 1 : 10;
+  }
+  return in;
+}
+
+bool SameAnswer(const std::optional<BlNitsValue>& a, const std::optional<BlNitsValue>& b) {
+  if (!a || !b) {
+    return !a && !b;
+  }
+  return a->bl == b->bl && Same(a->nits, b->nits) && a->hdr == b->hdr;
+}
+
+Points ToPoints(const zarn::BackLightToNitsTable& table) {
+  Points points;
+  for (const zarn::BlNitsPoint& point : table.points) {
+    points.emplace_back(point.bl, point.nits);
+  }
+  return points;
+}
+
+bool CanBeFilledIn(const Levels& sparse) {
+  for (size_t i = 1; i < sparse.size(); ++i) {
+    if (sparse[i - 1].first >= sparse[i].first) {
+      return false;
+    }
+  }
+  return sparse.size() >= 2 && sparse.front().first == 0 && sparse.back().first <= kLastLinearizedLevel;
+}
+
+/// `dense` holds one pair for each level, keeps those of `sparse` and stays between them. \param dense from level 0 on.
+void CheckFilledIn(const Levels& sparse, const std::pair<uint32_t, uint32_t>* dense) {
+  for (size_t i = 1; i < sparse.size(); ++i) {
+    const auto& from = sparse[i - 1];
+    const auto& to = sparse[i];
+    Require(dense[from.first] == from && dense[to.first] == to, "the dense linear table keeps the pairs of the file");
+    const auto [low, high] = std::minmax(from.second, to.second);
+    for (uint32_t level = from.first; level < to.first; ++level) {
+      Require(dense[level].first == level, "the dense linear table has one pair for each level");
+      Require(dense[level].second >= low && dense[level].second <= high,
+              "the dense linear table stays between two pairs of the file");
+    }
+  }
+}
+
+/// A level on the scale 0 to `from` as one on the scale 0 to `to`, rounded down.
+uint32_t Rescaled(uint32_t level, uint32_t from, uint32_t to) {
+  return from == 0 ? 0 : static_cast<uint32_t>(uint64_t{level} * to / from);
+}
+
+/// Whether `value` is between `a` and `b` but for the rounding of an interpolation; true where one is not finite.
+bool Between(double value, double a, double b, double rounding) {
+  if (!std::isfinite(a) || !std::isfinite(b)) {
+    return true;
+  }
+  return value >= std::min(a, b) - rounding && value <= std::max(a, b) + rounding;
+}
+
+}  // namespace
+
+void Require(bool holds, const char* invariant) {
+  if (!holds) {
+    std::fprintf(stderr, "does not hold: %s\n", invariant);
+    std::abort();
+  }
+}
+
+bool Same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+bool Same(const Points& a, const Points& b) {
+  const auto same = [](const auto& x, const auto& y) { return x.first == y.first && Same(x.second, y.second); };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
+}
+
+Panel::Panel() : folder_(MakeFolder()) {
+  // Never destroyed: there may be lines until the process has ended.
+  static auto* const dropped = new DroppedLog;
+  display::debug_handler_ = dropped;
+  engine_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(kPanelName);
+}
+
+Panel::~Panel() {
+  std::error_code ignored;
+  fs::remove_all(folder_, ignored);
+}
+
+void Panel::WriteFile(std::string_view text) const {
+  std::ofstream file(folder_ / FileName(kPanelName), std::ios::binary);
+  file << text << std::flush;
+  Require(file.good(), "the calibration file can be written");
+}
+
+void Panel::RemoveFile() const { fs::remove(folder_ / FileName(kPanelName)); }
+
+int Panel::Init() {
+  const int ret = InFolder(folder_, [&] { return engine_->Init(); });
+  Require(ret == 0 || ret == -ENOENT || ret == -EINVAL, "Init answers 0, -2 or -22");
+  return ret;
+}
+
+void Panel::Deinit() {
+  Require(engine_->Deinit() == 0, "Deinit answers 0");
+  Require(!Get<zarn::BLRange>(zarn::kBLRange), "getters are refused after Deinit");
+  Require(!Get<zarn::BLDimmingStatus>(zarn::kBLDimmingStatus), "getters are refused after Deinit");
+  Require(!Set(zarn::kBLDimmingScale, zarn::BLDimmingScale{}), "setters are refused after Deinit");
+  Require(!Nits({sizeof(BlBackLight), 10, 0, false}), "conversions are refused after Deinit");
+  Require(!Level({sizeof(BlNitsValue), 10, 0, 0.0, false}), "conversions are refused after Deinit");
+}
+
+bool Panel::SetLuts(std::vector<uint32_t> bl, std::vector<double> pcc) {
+  return Set(zarn::kBLDimmingLuts, zarn::DimmingLuts{sizeof(zarn::DimmingLuts), static_cast<uint32_t>(bl.size()),
+                                                     bl.data(), static_cast<uint32_t>(pcc.size()), pcc.data()});
+}
+
+std::optional<Points> Panel::MeasuredTable(BLNitsParams param) {
+  Holding<zarn::BackLightToNitsTable> out;
+  const auto ask = [&] { return engine_->GetParameter(param, &out.payload); };
+  if (!Answered(*out.record, ask)) {
+    return std::nullopt;
+  }
+  const bool one_tenth = param == zarn::kBLNitsMapping10Percent || param == zarn::kBLHdrNitsMapping10Percent;
+  Require(out->percentage == (one_tenth ? 10 : 100), "a measured table tells its coverage");
+  const Points points = ToPoints(*out.record);
+  Require(Answered(*out.record, ask), "a repeated call gives the same answer");
+  Points twice = points;
+  twice.insert(twice.end(), points.begin(), points.end());
+  Require(Same(ToPoints(*out.record), twice), "tables are appended to what the record holds");
+  return points;
+}
+
+Levels Panel::SparseLinearTable() const {
+  const auto parser = InFolder(folder_, [] {
+    auto made = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(kPanelName);
+    Require(made->Init() == 0, "a parser takes the file that the engine took");
+    return made;
+  });
+  Holding<zarn::BLLinearTable> out;
+  Require(parser->GetParameter(zarn::kBLLinearTable, &out.payload) == 0, "a parser gives its linear table");
+  return out->entries;
+}
+
+// What holds for every conversion, whatever the question.
+template <class In>
+std::optional<BlNitsValue> Panel::Convert(zarn::BLNitOps op, const In& in) {
+  const Holding<In> question(in);
+  const auto asked = ImageOf(*question.record);
+  constexpr uint32_t kSize = 12345;
+  Holding<BlNitsValue> out({kSize, 67, 89, -4.5, !in.hdr});
+  const bool answered = Answered(*out.record, [&] { return engine_->ProcessOps(op, question.payload, &out.payload); });
+  Require(ImageOf(*question.record) == asked, "a conversion leaves its input as it was");
+  if (!answered) {
+    return std::nullopt;
+  }
+  Require(in.percentage >= 1 && in.percentage <= 100, "only coverages from 1 to 100 are answered");
+  Require(out->size == kSize, "a conversion leaves the size of the output record as it was");
+  Require(out->percentage == in.percentage, "an answer tells the coverage");
+  return *out.record;
+}
+
+template <class In>
+std::optional<BlNitsValue> Panel::ConvertRepeatedly(zarn::BLNitOps op, const In& in) {
+  const auto answer = Convert(op, in);
+  Require(SameAnswer(answer, Convert(op, in)), "a repeated conversion gives the same answer");
+  Require(SameAnswer(answer, Convert(op, AtTwinCoverage(in))), "coverages from 1 to 10 give the same answer");
+  return answer;
+}
+
+std::optional<BlNitsValue> Panel::Nits(const BlBackLight& in) {
+  const auto answer = ConvertRepeatedly(zarn::kBLToNits, in);
+  Require(!answer || answer->bl == in.bl, "a luminance's answer tells the level");
+  return answer;
+}
+
+std::optional<BlNitsValue> Panel::Level(const BlNitsValue& in) {
+  const auto answer = ConvertRepeatedly(zarn::kNitsToBL, in);
+  Require(!answer || Same(answer->nits, in.nits), "a level's answer tells the luminance");
+  Holding<BlNitsValue> both(in);
+  const bool answered =
+      Answered(*both.record, [&] { return engine_->ProcessOps(zarn::kNitsToBL, both.payload, &both.payload); });
+  Require(answered == answer.has_value() && (!answered || both->bl == answer->bl),
+          "one payload for input and output gives the same answer");
+  return answer;
+}
+
+void Panel::CheckLinearTable(const Levels& sparse) {
+  const std::pair<uint32_t, uint32_t> before{6, 7};
+  Holding<zarn::BLLinearTable> out;
+  out->entries = {before};
+  const bool answered =
+      Answered(*out.record, [&] { return engine_->GetParameter(zarn::kBLLinearTable, &out.payload); });
+  Require(answered == CanBeFilledIn(sparse), "a linear table is filled in when it rises from 0 to the limit at most");
+  const Levels& entries = out->entries;
+  Require(entries.front() == before, "tables are appended to what the record holds");
+  if (!answered) {
+    Require(entries.size() == 1, "a refused call leaves the output record as it was");
+    return;
+  }
+  Require(entries.size() == size_t{sparse.back().first} + 2, "the dense linear table ends at the file's last level");
+  CheckFilledIn(sparse, &entries[1]);
+}
+
+void Panel::CheckMeasuredTables(const zarn::BLRange& range) {
+  for (const auto& [param, percentage, hdr] :
+       {std::tuple<BLNitsParams, uint32_t, bool>{zarn::kBLNitsMapping10Percent, 10, false},
+        {zarn::kBLNitsMapping100Percent, 100, false},
+        {zarn::kBLHdrNitsMapping10Percent, 10, true},
+        {zarn::kBLHdrNitsMapping100Percent, 100, true}}) {
+    const auto points = MeasuredTable(param);
+    Require(points.has_value(), "an engine with calibration data gives its measured tables");
+    if (points->empty()) {
+      Require(!Nits({sizeof(BlBackLight), percentage, 0, hdr}), "nothing is converted without measurements");
+      continue;
+    }
+    const auto& [bl, nits] = points->front();
+    const auto luminance = Nits({sizeof(BlBackLight), percentage, bl, hdr});
+    Require(luminance.has_value() == (bl <= range.max_os_bl), "a measured level within the range is answered");
+    Require(!luminance || Same(luminance->nits, nits), "the first measured level has its measured luminance");
+    const auto level = Level({sizeof(BlNitsValue), percentage, 0, nits, hdr});
+    Require(std::isnan(nits) || (level && level->bl == bl), "the first measured luminance has its measured level");
+    CheckBetweenCoverages(points->back().first / 2, points->back().second / 2, hdr);
+  }
+}
+
+void Panel::CheckBetweenCoverages(uint32_t bl, double nits, bool hdr) {
+  for (const uint32_t percentage : {11U, 99U}) {
+    const auto luminance = [&](uint32_t at) { return Nits({sizeof(BlBackLight), at, bl, hdr}); };
+    const auto at_10 = luminance(10);
+    const auto at_100 = luminance(100);
+    const auto between = luminance(percentage);
+    Require(between.has_value() == (at_10 && at_100), "a luminance between the coverages needs both");
+    Require(!between || Between(between->nits, at_10->nits, at_100->nits,
+                                1e-12 * std::max(std::fabs(at_10->nits), std::fabs(at_100->nits))),
+            "a luminance between the coverages is between theirs");
+    const auto level = [&](uint32_t at) { return Level({sizeof(BlNitsValue), at, 0, nits, hdr}); };
+    const auto level_10 = level(10);
+    const auto level_100 = level(100);
+    const auto level_between = level(percentage);
+    Require(level_between.has_value() == (level_10 && level_100), "a level between the coverages needs both");
+    Require(!level_between || Between(level_between->bl, level_10->bl, level_100->bl, 1.0),
+            "a level between the coverages is between theirs");
+  }
+}
+
+bool Panel::CheckNeutralLuts(const zarn::BLRange& range) {
+  std::vector<uint32_t> same(size_t{range.max_bl} + 1);
+  for (uint32_t level = 0; level <= range.max_bl; ++level) {
+    same[level] = level;
+  }
+  SwitchDimming(false);
+  if (!SetLuts(same, std::vector<double>(size_t{range.max_os_bl} + 1, 1.0))) {
+    return false;
+  }
+  for (const uint32_t bl : {uint32_t{0}, range.max_os_bl / 3, range.max_os_bl}) {
+    const uint32_t shown = Rescaled(Rescaled(bl, range.max_os_bl, range.max_bl), range.max_bl, range.max_os_bl);
+    for (const uint32_t percentage : {10U, 55U, 100U}) {
+      for (const bool hdr : {false, true}) {
+        const auto measured = Nits({sizeof(BlBackLight), percentage, shown, hdr});
+        SwitchDimming(true);
+        const auto dimmed = Nits({sizeof(BlBackLight), percentage, bl, hdr});
+        Require(measured && dimmed && Same(dimmed->nits, measured->nits), "LUTs that change nothing keep luminances");
+        Require(dimmed->hdr == hdr, "an answer while dimming is on tells its curves");
+        const auto level = Level({sizeof(BlNitsValue), percentage, 0, dimmed->nits, hdr});
+        Require(level && level->bl <= range.max_os_bl, "while dimming is on every luminance has a client level");
+        SwitchDimming(false);
+      }
+    }
+  }
+  return true;
+}
+
+void Panel::SwitchDimming(bool enabled) {
+  Require(Set(zarn::kBLDimmingStatus, zarn::BLDimmingStatus{sizeof(zarn::BLDimmingStatus), enabled}),
+          "dimming can be switched at any time");
+  const auto status = Get<zarn::BLDimmingStatus>(zarn::kBLDimmingStatus);
+  Require(status && status->enabled == enabled, "the dimming status is what was set");
+}
+
+}  // namespace fuzz
