@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "thread_safety.h"
 
 #if defined(__FAST_MATH__) || __FINITE_MATH_ONLY__ || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__)
 #error "The results are defined to the last bit: build without -ffast-math and its parts."
@@ -91,11 +92,11 @@ class BackLightNitsImp : public BackLightNitsIntf {
   // Steps that use the parser: after an Init, without another call in progress.
 
   /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing.
-  FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables);
+  FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables) BLNITS_REQUIRES(lock_);
 
   /// The same for a conversion, with an Error in the name of `function` that tells which step failed.
   /// \return 0, or the code of that step.
-  int FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables);
+  int FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables) BLNITS_REQUIRES(lock_);
 
   /// Rebuilds one map: for each client level the luminance of the level that the dimming LUT makes of it, times its
   /// attenuation.
@@ -103,42 +104,42 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// \return 0; what the parser answered, the map then being untouched; or what CalculateNits answered, the map then
   /// being empty.
   int UpdateBlNitsMapping(uint32_t percentage, bool hdr, const BLRange* range, const DimmingLuts* luts,
-                          std::vector<double>& map);
+                          std::vector<double>& map) BLNITS_REQUIRES(lock_);
 
  private:
   // Below, everything runs with the lock held and, where a payload pointer is taken, not null.
 
-  bool CheckInitialized(const char* function) const;
+  bool CheckInitialized(const char* function) const BLNITS_REQUIRES(lock_);
 
   // Handlers that forward to the parser.
-  int GetBlGamma(GenericPayload* payload);
-  int GetBlRange(GenericPayload* payload);
-  int GetPccThresh(GenericPayload* payload);
-  int GetBlNitsMapping10Percent(GenericPayload* payload);
-  int GetBlNitsMapping100Percent(GenericPayload* payload);
-  int GetBlHdrNitsMapping10Percent(GenericPayload* payload);
-  int GetBlHdrNitsMapping100Percent(GenericPayload* payload);
+  int GetBlGamma(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlRange(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetPccThresh(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlNitsMapping10Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlNitsMapping100Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlHdrNitsMapping10Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlHdrNitsMapping100Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
 
-  int GetBlLinearTable(GenericPayload* payload);
+  int GetBlLinearTable(GenericPayload* payload) BLNITS_REQUIRES(lock_);
   void AppendSegment(const std::pair<uint32_t, uint32_t>& from, const std::pair<uint32_t, uint32_t>& to,
                      std::vector<std::pair<uint32_t, uint32_t>>* dense);
 
   // Dimming.
-  int GetDimmingStatus(GenericPayload* payload);
-  int GetDimmingScale(GenericPayload* payload);
-  int SetDimmingStatus(const GenericPayload& payload);
-  int SetDimmingScale(const GenericPayload& payload);
-  int SetDimmingLuts(const GenericPayload& payload);
+  int GetDimmingStatus(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetDimmingScale(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int SetDimmingStatus(const GenericPayload& payload) BLNITS_REQUIRES(lock_);
+  int SetDimmingScale(const GenericPayload& payload) BLNITS_REQUIRES(lock_);
+  int SetDimmingLuts(const GenericPayload& payload) BLNITS_REQUIRES(lock_);
 
   // kBLToNits.
-  int ProcessBackLightToNits(const GenericPayload& in, GenericPayload* out);
-  int NitsFromMaps(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function);
-  int NitsFromTables(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function);
+  int ProcessBackLightToNits(const GenericPayload& in, GenericPayload* out) BLNITS_REQUIRES(lock_);
+  int NitsFromMaps(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function) BLNITS_REQUIRES(lock_);
+  int NitsFromTables(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function) BLNITS_REQUIRES(lock_);
 
   // kNitsToBL.
-  int ProcessNitsToBackLight(const GenericPayload& in, GenericPayload* out);
-  int LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue* out);
-  int LevelFromTables(const BlNitsValue& in, bool hdr, BlNitsValue* out, const char* function);
+  int ProcessNitsToBackLight(const GenericPayload& in, GenericPayload* out) BLNITS_REQUIRES(lock_);
+  int LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue* out) BLNITS_REQUIRES(lock_);
+  int LevelFromTables(const BlNitsValue& in, bool hdr, BlNitsValue* out, const char* function) BLNITS_REQUIRES(lock_);
   template <class Source>
   int LevelAtCoverage(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl);
 
@@ -153,11 +154,11 @@ class BackLightNitsImp : public BackLightNitsIntf {
   std::mutex lock_;
 
   // Guarded by the lock.
-  bool initialized_ = false;
-  bool dimming_enabled_ = false;
-  double dimming_scale_ = 1.0;
-  BLRange bl_range_;
-  std::unique_ptr<BackLightNitsIntf> parser_;  // Never null while initialized_.
+  bool initialized_ BLNITS_GUARDED_BY(lock_) = false;
+  bool dimming_enabled_ BLNITS_GUARDED_BY(lock_) = false;
+  double dimming_scale_ BLNITS_GUARDED_BY(lock_) = 1.0;
+  BLRange bl_range_ BLNITS_GUARDED_BY(lock_);
+  std::unique_ptr<BackLightNitsIntf> parser_ BLNITS_GUARDED_BY(lock_);  // Never null while initialized_.
 
   // Constant after construction.
   std::map<BLNitsParams, int (BackLightNitsImp::*)(GenericPayload*)> get_param_funcs_;
@@ -165,10 +166,10 @@ class BackLightNitsImp : public BackLightNitsIntf {
   std::map<BLNitOps, int (BackLightNitsImp::*)(const GenericPayload&, GenericPayload*)> process_ops_funcs_;
 
   // Guarded by the lock: nits for each client level 0 to max_os_bl, made from the dimming LUTs; empty without LUTs.
-  std::vector<double> vb_to_nits_map_10_;
-  std::vector<double> vb_to_nits_map_100_;
-  std::vector<double> hdr_vb_to_nits_map_10_;
-  std::vector<double> hdr_vb_to_nits_map_100_;
+  std::vector<double> vb_to_nits_map_10_ BLNITS_GUARDED_BY(lock_);
+  std::vector<double> vb_to_nits_map_100_ BLNITS_GUARDED_BY(lock_);
+  std::vector<double> hdr_vb_to_nits_map_10_ BLNITS_GUARDED_BY(lock_);
+  std::vector<double> hdr_vb_to_nits_map_100_ BLNITS_GUARDED_BY(lock_);
 };
 
 }  // namespace zarn

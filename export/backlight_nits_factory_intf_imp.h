@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "backlight_nits_factory_intf.h"
+#include "thread_safety.h"
 
 namespace zarn {
 
@@ -27,7 +28,7 @@ class BackLightNitsFactoryIntfImp : public BackLightNitsFactoryIntf {
   std::mutex lock_;
 
   // Guarded by the lock: panel names and their engines, in the order of creation.
-  std::vector<std::pair<std::string, std::shared_ptr<BackLightNitsIntf>>> bl_nits_intfs_;
+  std::vector<std::pair<std::string, std::shared_ptr<BackLightNitsIntf>>> bl_nits_intfs_ BLNITS_GUARDED_BY(lock_);
 };
 
 }  // namespace zarn

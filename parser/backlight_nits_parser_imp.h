@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "thread_safety.h"
 
 namespace zarn {
 
@@ -36,7 +37,7 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   /// Loads the document and checks its root element.
   /// \return 0; -EALREADY when there is a document already, which stays; -ENOENT when there is no loadable file; -EINVAL
   /// when the root element is missing or another.
-  int ParseTopNode();
+  int ParseTopNode() BLNITS_REQUIRES(lock_);
 
   /// Appends the points of a table element to `table`.
   /// \return 0, or -EINVAL: a list is missing or wrong, or, without a log line, an argument is null.
@@ -45,33 +46,33 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
  private:
   // Lifecycle. All but the choice of the file run with the lock held.
   std::string ChooseFile() const;
-  int RunParseSteps();
-  void ClearParseredData();
-  void ReleaseDocument();
-  bool CheckInitialized(const char* function) const;
+  int RunParseSteps() BLNITS_REQUIRES(lock_);
+  void ClearParseredData() BLNITS_REQUIRES(lock_);
+  void ReleaseDocument() BLNITS_REQUIRES(lock_);
+  bool CheckInitialized(const char* function) const BLNITS_REQUIRES(lock_);
 
   // The other steps: 0 or -EINVAL. They rely on `top_node_`.
-  int ParseGamma();
-  int ParseBlRange();
-  int ParsePccThresh();
-  int ParseLinearTable();
-  int ParseFullScreenNitsTable();
-  int ParseOneTenthScreenNitsTable();
-  int ParseHdrFullScreenNitsTable();
-  int ParseHdrOneTenthScreenNitsTable();
+  int ParseGamma() BLNITS_REQUIRES(lock_);
+  int ParseBlRange() BLNITS_REQUIRES(lock_);
+  int ParsePccThresh() BLNITS_REQUIRES(lock_);
+  int ParseLinearTable() BLNITS_REQUIRES(lock_);
+  int ParseFullScreenNitsTable() BLNITS_REQUIRES(lock_);
+  int ParseOneTenthScreenNitsTable() BLNITS_REQUIRES(lock_);
+  int ParseHdrFullScreenNitsTable() BLNITS_REQUIRES(lock_);
+  int ParseHdrOneTenthScreenNitsTable() BLNITS_REQUIRES(lock_);
 
   int ParseNitsTable(const char* group, const char* table, uint32_t percentage, BackLightToNitsTable* target,
-                     const char* step);
+                     const char* step) BLNITS_REQUIRES(lock_);
 
   // The getters: 0, or -EINVAL when `payload` does not hold exactly the one record. Run with the lock held.
-  int GetBlGamma(GenericPayload* payload);
-  int GetBlRange(GenericPayload* payload);
-  int GetPccThresh(GenericPayload* payload);
-  int GetBlLinearTable(GenericPayload* payload);
-  int GetBlNitsMapping10Percent(GenericPayload* payload);
-  int GetBlNitsMapping100Percent(GenericPayload* payload);
-  int GetBlHdrNitsMapping10Percent(GenericPayload* payload);
-  int GetBlHdrNitsMapping100Percent(GenericPayload* payload);
+  int GetBlGamma(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlRange(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetPccThresh(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlLinearTable(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlNitsMapping10Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlNitsMapping100Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlHdrNitsMapping10Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
+  int GetBlHdrNitsMapping100Percent(GenericPayload* payload) BLNITS_REQUIRES(lock_);
 
   // Constant after construction.
   std::string panel_name_;
@@ -80,16 +81,16 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   std::mutex lock_;
 
   // Guarded by the lock. The document exists only while Init runs.
-  std::unique_ptr<tinyxml2::XMLDocument> xml_doc_;
-  tinyxml2::XMLElement* top_node_ = nullptr;
-  BLRange bl_range_;
-  BLGamma gamma_;
-  BLPccThresh pcc_thresh_{sizeof(BLPccThresh), 1.0};
-  BLLinearTable bl_linear_table_;
-  BackLightToNitsTable nits_table_100_;
-  BackLightToNitsTable nits_table_10_;
-  BackLightToNitsTable hdr_nits_table_100_;
-  BackLightToNitsTable hdr_nits_table_10_;
+  std::unique_ptr<tinyxml2::XMLDocument> xml_doc_ BLNITS_GUARDED_BY(lock_);
+  tinyxml2::XMLElement* top_node_ BLNITS_GUARDED_BY(lock_) = nullptr;
+  BLRange bl_range_ BLNITS_GUARDED_BY(lock_);
+  BLGamma gamma_ BLNITS_GUARDED_BY(lock_);
+  BLPccThresh pcc_thresh_ BLNITS_GUARDED_BY(lock_) = {sizeof(BLPccThresh), 1.0};
+  BLLinearTable bl_linear_table_ BLNITS_GUARDED_BY(lock_);
+  BackLightToNitsTable nits_table_100_ BLNITS_GUARDED_BY(lock_);
+  BackLightToNitsTable nits_table_10_ BLNITS_GUARDED_BY(lock_);
+  BackLightToNitsTable hdr_nits_table_100_ BLNITS_GUARDED_BY(lock_);
+  BackLightToNitsTable hdr_nits_table_10_ BLNITS_GUARDED_BY(lock_);
 
   // Constant after construction.
   std::vector<std::string> parse_steps_;
@@ -97,7 +98,7 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   std::map<BLNitsParams, int (BackLightNitsParserImp::*)(GenericPayload*)> get_param_funcs_;
 
   // Guarded by the lock.
-  bool initialized_ = false;
+  bool initialized_ BLNITS_GUARDED_BY(lock_) = false;
 
   // Constant after construction.
   std::array<std::string, 3> xml_dirs_{"/vendor/etc/display/", "/odm/etc/display/", "/usr/data/display/"};

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <system_error>
 
@@ -68,7 +69,7 @@ std::vector<Number> ReadColumn(const std::string& path, const std::string& what)
     }
     numbers.push_back(NumberIn<Number>(text, path, count, what));
   }
-  if (!file.eof()) {
+  if (!file.eof() || std::filesystem::is_directory(path)) {  // which libc++ reads as an empty file
     throw Failure(fmt::format("{}: cannot be read", path));
   }
   return numbers;
