@@ -52,7 +52,7 @@ TEST(HostileFile, IsLoadedOrRefusedSoon) {
     WriteFile(FileName("x"), text);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(parser->Init(), result);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
   }
 }
 
