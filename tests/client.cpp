@@ -1,5 +1,6 @@
 #include "client.h"
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
