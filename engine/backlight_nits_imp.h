@@ -89,7 +89,7 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// \return 0, or -EINVAL: `out` is null, or both points have the same `x`.
   int InterPolate(const BackLightCordinates& p1, const BackLightCordinates& p2, BackLightCordinates* out);
 
-  // Steps that use the parser: after an Init, without another call in progress.
+  // Steps that use the parser: after an Init, with the lock held (or, in a test, with no other call in progress).
 
   /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing.
   FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables) BLNITS_REQUIRES(lock_);

@@ -36,8 +36,7 @@ File OpenRegularFile(const std::string& path) {
   return file;
 }
 
-// By what was read, not by the size that the file system tells: the file may grow. One byte more than the bound tells
-// that it is passed.
+// By what was read, not by the size that the file system tells: the file may grow. What is beyond the bound stays unread.
 bool ReadWithinBounds(FILE* file, std::string* text) {
   char block[65536];
   size_t got = 0;

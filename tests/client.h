@@ -18,8 +18,8 @@
 /// The process's log while it lives.
 class LogLines {
  public:
-  /// `outcome`, followed by " | <level> <text>" for each line since the last call, with short names for the three classes:
-  /// "-22 | E engine::Init: failed to create the parser".
+  /// `outcome`, followed by " | <level> <text>" for each line since the last call, with short names for the three
+  /// classes: "-22 | E engine::Init: failed to create the parser".
   std::string With(std::string outcome);
   std::string With(int result) { return With(std::to_string(result)); }
 

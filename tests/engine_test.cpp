@@ -76,24 +76,25 @@ class Engine : public Client {};
 TEST_F(Engine, RefusesInTheOrderStateOutputIdentifier) {
   GenericPayload empty;
   Open(Calibration());
-  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, nullptr)),
-            "-22 | E engine::GetParameter: output parameter is invalid");
-  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(2), empty, nullptr)),
-            "-22 | E engine::ProcessOps: output parameter is invalid");
-  EXPECT_EQ(log_.With(engine_->SetParameter(kBLPccThresh, empty)),
-            "-95 | E engine::SetParameter: setparameter not supported 7");
-  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, &empty)),
-            "-95 | E engine::GetParameter: getparameter not supported 10");
-  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(-2147483647 - 1), empty, &empty)),
-            "-95 | E engine::ProcessOps: processops not supported -2147483648");
-  EXPECT_EQ(engine_->Deinit(), 0);
-  EXPECT_EQ(engine_->Deinit(), 0);
-  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingLuts, nullptr)),
-            "-22 | E engine::GetParameter: Implementation not initialized");
-  EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(2), empty, nullptr)),
-            "-22 | E engine::ProcessOps: Implementation not initialized");
-  EXPECT_EQ(log_.With(engine_->SetParameter(kBLPccThresh, empty)),
-            "-22 | E engine::SetParameter: Implementation not initialized");
+  const auto told = [&](GenericPayload* output) {
+    return log_.With(engine_->GetParameter(kBLDimmingLuts, output) +
+                     engine_->ProcessOps(BLNitOps(-2147483647 - 1), empty, output) +
+                     engine_->SetParameter(kBLPccThresh, empty));
+  };
+  const std::string set = " | E engine::SetParameter: setparameter not supported 7";
+  EXPECT_EQ(told(nullptr),
+            "-139 | E engine::GetParameter: output parameter is invalid"
+            " | E engine::ProcessOps: output parameter is invalid" +
+                set);
+  EXPECT_EQ(told(&empty),
+            "-285 | E engine::GetParameter: getparameter not supported 10"
+            " | E engine::ProcessOps: processops not supported -2147483648" +
+                set);
+  EXPECT_EQ(engine_->Deinit() + engine_->Deinit(), 0);
+  EXPECT_EQ(told(nullptr),
+            "-66 | E engine::GetParameter: Implementation not initialized"
+            " | E engine::ProcessOps: Implementation not initialized"
+            " | E engine::SetParameter: Implementation not initialized");
 }
 
 TEST_F(Engine, ForwardsCalibrationDataFromItsParser) {

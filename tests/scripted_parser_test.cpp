@@ -139,7 +139,7 @@ TEST_F(ScriptedEngine, FindsTheNearestLevelInAMap) {
   EXPECT_EQ(found({}, 1.0), "-22 77");
 }
 
-TEST(ParserSteps, RefuseASecondDocumentAndNullPointers) {
+TEST(Parser, StepsRefuseASecondDocumentAndNullPointers) {
   const TemporaryFolder folder;
   WriteFile(FileName("x"), Calibration().Text());
   BackLightNitsParserImp parser("x");
@@ -153,14 +153,10 @@ TEST(ParserSteps, RefuseASecondDocumentAndNullPointers) {
   tinyxml2::XMLDocument document;
   EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(nullptr, &table)), "-22");
   EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(document.NewElement("nits_10"), nullptr)), "-22");
-}
 
-TEST(DefaultParser, RunsNoStepAndServesNothing) {
-  LogLines log;
-  BackLightNitsParserImp parser;
-  EXPECT_EQ(log.With(parser.Init()), "0");
+  BackLightNitsParserImp without_panel;  // and so without steps and getters
   Holding<BLRange> range;
-  EXPECT_EQ(log.With(parser.GetParameter(kBLRange, &range.payload)),
+  EXPECT_EQ(log.With(without_panel.Init() + without_panel.GetParameter(kBLRange, &range.payload)),
             "-95 | E parser::GetParameter: getparameter not supported 1");
 }
 
