@@ -1,7 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "backlight_nits_factory_intf.h"
 #include "captured_log.h"
@@ -9,17 +12,25 @@
 
 namespace blnits {
 
+/// A calibration that the library does not load.
+struct LoadFailure : Failure {
+  LoadFailure(const std::string& what, std::vector<LogLine> its_log) : Failure(what), log(std::move(its_log)) {}
+  std::vector<LogLine> log;  ///< What the library said.
+};
+
 /// One panel's engine, ready to convert. Every function throws Failure with the file and the library's own reason when
-/// the library refuses.
+/// the library refuses, where it does not say otherwise.
 class Panel {
  public:
-  /// Opens a panel.
-  /// \param argument a panel's name, whose file is searched where the library searches; or a path to a file named
-  /// backlight_calib_<panel>.xml, which is then the file that is read or a Failure. Text with a slash, or that ends
-  /// with ".xml", is a path.
+  /// Opens a panel. Each Panel has an engine of its own.
+  /// \param argument a panel's name, whose file is searched where the library searches; or a path to a file of any
+  /// name, which is then the file that is read or a Failure. Text with a slash, or that ends with ".xml", is a path.
   /// \param log has been the process's log handler since before; outlives the panel.
-  /// \throws UsageError when a path's file name is not of that form.
+  /// \throws LoadFailure when the library does not load the calibration.
   Panel(const std::string& argument, CapturedLog* log);
+
+  /// Opens the file at `path`, whatever it is called. \throws as above.
+  static Panel FromFile(const std::string& path, CapturedLog* log);
 
   /// The panel's name.
   const std::string& Name() const { return name_; }
@@ -53,14 +64,23 @@ class Panel {
   /// Client level for a luminance in nits at a coverage in per cent.
   uint32_t ToLevel(double nits, uint32_t coverage, bool hdr);
 
+  /// The same two, with nothing where the library refuses; its reason is then the log's.
+  std::optional<double> TryToNits(uint32_t level, uint32_t coverage, bool hdr);
+  std::optional<uint32_t> TryToLevel(double nits, uint32_t coverage, bool hdr);
+
  private:
+  explicit Panel(CapturedLog* log) : log_(log) {}
+  void OpenByName(const std::string& name);
   void OpenByPath(const std::string& path);
-  int InitEngine(std::string* chosen_file);
+  int InitEngine(const std::string& engine_name, std::string* chosen_file);
   template <class In>
-  zarn::BlNitsValue Process(zarn::BLNitOps op, const In& in, const std::string& failure);
+  int Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out);
+  void CheckLoaded(int ret) const;
   void Check(int ret, const std::string& what) const;
+  std::string Refusal(int ret, const std::string& what) const;
 
   CapturedLog* log_;
+  int ret_ = 0;  // of the last conversion
   std::string name_;
   std::string file_;
   std::shared_ptr<zarn::BackLightNitsIntf> engine_;

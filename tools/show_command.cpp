@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "conversion.h"
+#include "survey.h"
 
 namespace blnits {
 namespace {
@@ -12,15 +13,15 @@ std::pair<typename Points::const_iterator, typename Points::const_iterator> Span
   return std::minmax_element(points.begin(), points.end(), less);
 }
 
-void ShowTable(Panel* panel, const char* name, zarn::BLNitsParams param) {
-  const auto points = panel->Get<zarn::BackLightToNitsTable>(param).points;
+void ShowTable(Panel* panel, const MeasuredTable& table) {
+  const auto points = PointsOf(panel, table);
   if (points.empty()) {
-    fmt::print("{:<30}{:>6}\n", name, 0);
+    fmt::print("{:<30}{:>6}\n", table.name, 0);
     return;
   }
   const auto levels = Span(points, [](const auto& a, const auto& b) { return a.bl < b.bl; });
   const auto nits = Span(points, [](const auto& a, const auto& b) { return a.nits < b.nits; });
-  fmt::print("{:<30}{:>6}  {:>16}  {:>20}\n", name, points.size(),
+  fmt::print("{:<30}{:>6}  {:>16}  {:>20}\n", table.name, points.size(),
              fmt::format("{} to {}", levels.first->bl, levels.second->bl),
              fmt::format("{} to {}", nits.first->nits, nits.second->nits));
 }
@@ -35,10 +36,9 @@ void Run(const std::string& argument, CapturedLog* log) {
   fmt::print("gamma          {}\n", panel.Get<zarn::BLGamma>(zarn::kBLGamma).gamma);
   fmt::print("PCC threshold  {}\n\n", panel.Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh);
   fmt::print("{:<30}{:>6}  {:>16}  {:>20}\n", "measured table", "points", "client levels", "nits");
-  ShowTable(&panel, "standard, 10 % of the screen", zarn::kBLNitsMapping10Percent);
-  ShowTable(&panel, "standard, full screen", zarn::kBLNitsMapping100Percent);
-  ShowTable(&panel, "high brightness, 10 %", zarn::kBLHdrNitsMapping10Percent);
-  ShowTable(&panel, "high brightness, full screen", zarn::kBLHdrNitsMapping100Percent);
+  for (const MeasuredTable& table : kMeasuredTables) {
+    ShowTable(&panel, table);
+  }
 }
 
 }  // namespace

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "panel.h"
+
+namespace blnits {
+
+/// One of the four measured tables of a calibration.
+struct MeasuredTable {
+  const char* name;          ///< For readers: "standard, full screen".
+  zarn::BLNitsParams param;  ///< Which parameter holds it.
+  uint32_t coverage;         ///< Screen coverage of the measurement in per cent: 10 or 100.
+  bool hdr;                  ///< True: high brightness; false: standard operation.
+  const char* group;         ///< Name of its group's element in the file.
+  const char* element;       ///< Name of its own element in that group.
+};
+
+/// In the order in which tables are told everywhere.
+constexpr std::array<MeasuredTable, 4> kMeasuredTables = {{
+    {"standard, 10 % of the screen", zarn::kBLNitsMapping10Percent, 10, false, "standard", "nits_10"},
+    {"standard, full screen", zarn::kBLNitsMapping100Percent, 100, false, "standard", "nits_100"},
+    {"high brightness, 10 %", zarn::kBLHdrNitsMapping10Percent, 10, true, "hbm", "nits_10"},
+    {"high brightness, full screen", zarn::kBLHdrNitsMapping100Percent, 100, true, "hbm", "nits_100"},
+}};
+
+/// The points of one table, in the order of the file. \throws Failure.
+std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table);
+
+/// The client levels at which a panel is looked at: all, 0 to max_os_bl. Where that would take too long, as many as are
+/// quick, spread evenly, both ends among them: never fewer than 256, and all up to 4096 of any sensible panel.
+/// \throws Failure.
+std::vector<uint32_t> SurveyLevels(Panel* panel);
+
+/// What the panel shows at each of `levels`, in nits; not a number where the library refuses. Never throws Failure.
+std::vector<double> NitsAt(Panel* panel, const std::vector<uint32_t>& levels, uint32_t coverage, bool hdr);
+
+}  // namespace blnits
