@@ -36,14 +36,15 @@ File OpenRegularFile(const std::string& path) {
   return file;
 }
 
-// By what was read, not by the size that the file system tells: the file may grow. What is beyond the bound stays unread.
-bool ReadWithinBounds(FILE* file, std::string* text) {
+// Up to one byte more than a file may have. By what was read, not by the size that the file system tells: the file may
+// grow. False when reading fails.
+bool Read(FILE* file, std::string* text) {
   char block[65536];
   size_t got = 0;
   while (text->size() <= kMaxFileBytes && (got = std::fread(block, 1, sizeof block, file)) > 0) {
     text->append(block, got);
   }
-  return std::ferror(file) == 0 && text->size() <= kMaxFileBytes;
+  return std::ferror(file) == 0;
 }
 
 // Where the markup that begins at `start` ends: behind "-->" for a comment, likewise for the others, behind the first
@@ -71,27 +72,42 @@ size_t EndOfMarkup(std::string_view text, size_t start) {
   return std::string_view::npos;
 }
 
-bool TagsAreWithinBounds(std::string_view text) {
+// Where the first tag that is too long begins; npos when none is.
+size_t FindLongTag(std::string_view text) {
   for (size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
     const size_t end = std::min(EndOfMarkup(text, at), text.size());
     const bool has_attributes = text.substr(at, 2) != "<!" && text.substr(at, 2) != "<?";
     if (has_attributes && end - at > kMaxTagBytes) {
-      return false;
+      return at;
     }
     at = end;
   }
-  return true;
+  return std::string_view::npos;
 }
 
 }  // namespace
 
 bool IsReadableFile(const std::string& path) { return OpenRegularFile(path) != nullptr; }
 
-bool LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document) {
+LoadResult LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document) {
   const File file = OpenRegularFile(path);
   std::string text;
-  return file != nullptr && ReadWithinBounds(file.get(), &text) && TagsAreWithinBounds(text) &&
-         document->Parse(text.data(), text.size()) == tinyxml2::XML_SUCCESS;
+  if (file == nullptr || !Read(file.get(), &text)) {
+    return {LoadFault::kUnreadable, 0};
+  }
+  if (text.size() > kMaxFileBytes) {
+    return {LoadFault::kTooLarge, 0};
+  }
+  const size_t long_tag = FindLongTag(text);
+  if (long_tag != std::string::npos) {
+    const auto start = text.begin();
+    return {LoadFault::kTagTooLong,
+            1 + static_cast<int>(std::count(start, start + static_cast<ptrdiff_t>(long_tag), '\n'))};
+  }
+  if (document->Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
+    return {LoadFault::kNotWellFormed, document->ErrorLineNum()};
+  }
+  return {LoadFault::kNone, 0};
 }
 
 }  // namespace zarn

@@ -15,8 +15,16 @@ constexpr size_t kMaxTagBytes = 2048;  ///< One tag with its attributes; the tim
 /// Whether `path` is a regular file that can be opened for reading. Waits for nothing, whatever it is.
 bool IsReadableFile(const std::string& path);
 
-/// Loads `path` into `document`. False when it is missing, no regular file, unreadable, out of bounds or not well-formed;
-/// what the document holds is then unspecified.
-bool LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document);
+/// Why a file is not loaded.
+enum class LoadFault { kNone, kUnreadable, kTooLarge, kTagTooLong, kNotWellFormed };
+
+struct LoadResult {
+  LoadFault fault;
+  int line;  ///< Where, from 1; 0 without a fault or where no line is to blame.
+};
+
+/// Loads `path` into `document`. kUnreadable is said of what is missing or no regular file, too. After a fault it is
+/// unspecified what the document holds; after kNotWellFormed it has an error of its own.
+LoadResult LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document);
 
 }  // namespace zarn

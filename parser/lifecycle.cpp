@@ -109,7 +109,7 @@ int BackLightNitsParserImp::ParseTopNode() {
     return -EALREADY;
   }
   xml_doc_ = std::make_unique<tinyxml2::XMLDocument>();
-  if (!LoadCalibrationFile(file_name_, xml_doc_.get())) {
+  if (LoadCalibrationFile(file_name_, xml_doc_.get()).fault != LoadFault::kNone) {
     Log().Warning("BackLightNitsParserImp::%s: file not found %s", __func__, file_name_.c_str());
     ReleaseDocument();
     return -ENOENT;

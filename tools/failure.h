@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 
 namespace blnits {
@@ -13,5 +14,8 @@ struct Failure : std::runtime_error {
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+/// A run that did what it should, and whose answer is no: all is said already. Exit status 1.
+struct Negative : std::exception {};
 
 }  // namespace blnits

@@ -22,6 +22,7 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", BLNITS_VERSION);
   app.footer("Exit status: 0, 1 when a file or a conversion failed, 2 for wrong usage.");
+  blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
   blnits::AddLevelCommand(&app, &log);
   blnits::AddLinearCommand(&app, &log);
@@ -42,6 +43,8 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
+  } catch (const blnits::Negative&) {
+    return std::fflush(stdout) == 0 ? kFailed : Say(blnits::Failure("standard output cannot be written"), kFailed);
   } catch (const blnits::UsageError& error) {
     return Say(error, kWrongUsage);
   } catch (const std::exception& error) {

@@ -83,10 +83,6 @@ void Panel::OpenByName(const std::string& name) {
 void Panel::OpenByPath(const std::string& path) {
   name_ = PanelNameOf(path);
   file_ = path;
-  std::error_code error;
-  if (!fs::exists(path, error)) {
-    throw Failure(fmt::format("{}: there is no such file", path));
-  }
   std::string engine_name = name_;
   while (!TakeEngineName(engine_name)) {
     engine_name += '+';
@@ -98,6 +94,7 @@ void Panel::OpenByPath(const std::string& path) {
     const LinkFolder folder(path, link);
     ret = InitEngine(engine_name, &chosen);
   }
+  std::error_code error;
   if (chosen != link && !fs::equivalent(chosen, path, error)) {
     throw Failure(fmt::format("{}: the library reads {} instead, since that is where panel {} is searched first", path,
                               chosen, name_));
@@ -112,6 +109,14 @@ int Panel::InitEngine(const std::string& engine_name, std::string* chosen_file) 
   const int ret = engine_->Init();
   *chosen_file = log_->InfoAfter("BackLightNitsParserImp::BackLightNitsParserImp: file_name ");
   return ret;
+}
+
+// Engines densify the table, parsers do not.
+zarn::BLLinearTable Panel::SparseLinearTable() {
+  const LinkFolder folder(file_, fmt::format("backlight_calib_{}.xml", name_));
+  const auto parser = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(name_);
+  CheckLoaded(parser->Init());
+  return GetFrom<zarn::BLLinearTable>(parser.get(), zarn::kBLLinearTable);
 }
 
 double Panel::ToNits(uint32_t level, uint32_t coverage, bool hdr) {

@@ -41,13 +41,11 @@ class Panel {
   /// A parameter's record.
   template <class Record>
   Record Get(zarn::BLNitsParams param) {
-    zarn::GenericPayload payload;
-    Record* record = nullptr;
-    payload.CreatePayload(record);
-    log_->Take();
-    Check(engine_->GetParameter(param, &payload), "the parameter cannot be read");
-    return *record;
+    return GetFrom<Record>(engine_.get(), param);
   }
+
+  /// The linear table as it stands in the file; kBLLinearTable is the dense one, or a Failure.
+  zarn::BLLinearTable SparseLinearTable();
 
   /// Sets a parameter. \param failure says what has failed when the library refuses.
   template <class Record>
@@ -73,6 +71,15 @@ class Panel {
   void OpenByName(const std::string& name);
   void OpenByPath(const std::string& path);
   int InitEngine(const std::string& engine_name, std::string* chosen_file);
+  template <class Record>
+  Record GetFrom(zarn::BackLightNitsIntf* component, zarn::BLNitsParams param) {
+    zarn::GenericPayload payload;
+    Record* record = nullptr;
+    payload.CreatePayload(record);
+    log_->Take();
+    Check(component->GetParameter(param, &payload), "the parameter cannot be read");
+    return *record;
+  }
   template <class In>
   int Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out);
   void CheckLoaded(int ret) const;

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "calibration_file.h"
+
+namespace blnits {
+
+/// A number as it stands in a calibration file.
+struct SourceValue {
+  int line;                         ///< From 1.
+  std::optional<std::string> text;  ///< What the library reads a number from; nothing where it finds none.
+};
+
+/// The text of a calibration file: what stands in which line. Numbers are the library's to read; here is their text.
+class CalibrationSource {
+ public:
+  using Path = std::vector<const char*>;
+
+  /// Reads the file with the library's own loader; Load() tells the outcome.
+  explicit CalibrationSource(const std::string& file);
+
+  zarn::LoadResult Load() const { return load_; }
+
+  /// What is not well-formed, in a few words. Of use after that fault only.
+  std::string XmlError() const;
+
+  /// The first element; null when the file is not loaded or has none.
+  const tinyxml2::XMLElement* Root() const { return root_; }
+
+  /// The element that the library finds from the root along these names; null when there is none.
+  const tinyxml2::XMLElement* Find(const Path& path) const;
+
+  /// The line of that element or, where it is missing, of the one in which it is missed; 1 without a root.
+  int LineOf(const Path& path) const;
+
+  /// The values of the list at `path`; none when it is missing.
+  std::vector<SourceValue> Values(const Path& path) const;
+
+  /// An attribute of the root; nothing when it is missing.
+  std::optional<SourceValue> Attribute(const char* name) const;
+
+ private:
+  tinyxml2::XMLDocument document_;
+  zarn::LoadResult load_;
+  const tinyxml2::XMLElement* root_ = nullptr;
+};
+
+}  // namespace blnits
