@@ -26,13 +26,15 @@ std::string Shell(const std::string& command) {
 /// lets nobody make a namespace, the transcript ends at the first command that needs one.
 TEST(Tool, SaysWhatTheTranscriptSays) {
   const TemporaryFolder folder;
-  std::filesystem::copy(BLNITS_SAMPLES, "samples");
+  std::filesystem::copy(BLNITS_TESTS "/../samples", "samples");
+  std::filesystem::create_symlink(BLNITS_TESTS "/../fuzz/corpus/calibration_file", "corpus");
   WriteFile("backlight_calib_here.xml", Calibration().Text());
   const std::string path = std::filesystem::path(BLNITS_TOOL).parent_path().string() + ":" + std::getenv("PATH");
   ASSERT_EQ(setenv("PATH", path.c_str(), 1), 0);
+  ASSERT_EQ(setenv("TESTS", BLNITS_TESTS, 1), 0);
   const bool namespaces = Shell("unshare --map-root-user --mount true").empty();
 
-  std::ifstream transcript(BLNITS_TRANSCRIPT);
+  std::ifstream transcript(BLNITS_TESTS "/tool.transcript");
   std::string line;
   std::string command = "true";
   std::string expected;
@@ -49,6 +51,18 @@ TEST(Tool, SaysWhatTheTranscriptSays) {
     command = line.substr(std::min<size_t>(2, line.size()));
     expected.clear();
   } while (transcript);
+}
+
+/// blnits check says of each faulty file what stands in the .txt beside it.
+TEST(Tool, ChecksEachFaultAsToldBesideIt) {
+  const TemporaryFolder folder;
+  std::filesystem::copy(BLNITS_TESTS "/check", ".");
+  for (const auto& entry : std::filesystem::directory_iterator(".")) {
+    const std::string name = entry.path().filename().string();
+    if (entry.path().extension() == ".xml") {
+      EXPECT_EQ(Shell(BLNITS_TOOL " check " + name), Shell("cat " + entry.path().stem().string() + ".txt"));
+    }
+  }
 }
 
 }  // namespace

@@ -73,7 +73,7 @@ void AddRefusal(const CalibrationSource& source, const Refusal& refusal, Finding
   std::smatch count;
   if (std::regex_search(refusal.words, count, std::regex("invalid cnt (\\d+)$"))) {
     line = source.Values(element).at(std::stoul(count[1])).line;
-    remedy = "this value has no number in it, or not in front: write one";
+    remedy = "this value has no text, or something in front of it: write the number there";
   } else if (list != nullptr) {
     remedy = "the two lists must have as many values as each other";
   } else if (refusal.step == "ParseTopNode") {

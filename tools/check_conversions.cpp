@@ -17,7 +17,12 @@ struct Curve {
 };
 
 std::string Name(const Curve& curve) {
-  return fmt::format("{}, {} % of the screen", curve.hdr ? "high brightness" : "standard", curve.coverage);
+  for (const MeasuredTable& table : kMeasuredTables) {
+    if (table.coverage == curve.coverage && table.hdr == curve.hdr) {
+      return table.name;
+    }
+  }
+  return fmt::format("{}, {} %", curve.hdr ? "high brightness" : "standard", curve.coverage);
 }
 
 /// Finds lines for levels.
