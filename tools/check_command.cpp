@@ -102,7 +102,7 @@ void AddCheckCommand(CLI::App* app, CapturedLog* log) {
   command->add_flag("--strict", options->strict, "Exit with status 1 on warnings, too");
   command->add_option("--disable", options->disabled, "A rule that is not applied; may be repeated")
       ->allow_extra_args(false)
-      ->check(CLI::IsMember(RuleNames()))
+      ->check(CLI::IsMember(RuleNames()).description(""))
       ->type_name("RULE");
   command->add_option("--format", options->format, "text, or json: one object a file, one file a line")
       ->check(CLI::IsMember({"text", "json"}))

@@ -14,4 +14,7 @@ void AddLevelCommand(CLI::App* app, CapturedLog* log);
 void AddLinearCommand(CLI::App* app, CapturedLog* log);
 void AddShowCommand(CLI::App* app, CapturedLog* log);
 
+/// Of all subcommands that `app` has when it runs.
+void AddManualCommand(CLI::App* app);
+
 }  // namespace blnits

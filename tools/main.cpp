@@ -27,6 +27,7 @@ int Run(int argc, char** argv) {
   blnits::AddLevelCommand(&app, &log);
   blnits::AddLinearCommand(&app, &log);
   blnits::AddShowCommand(&app, &log);
+  blnits::AddManualCommand(&app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
