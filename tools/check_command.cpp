@@ -1,13 +1,9 @@
-#include <fmt/color.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "check.h"
+#include "check_report.h"
 #include "commands.h"
-#include "failure.h"
+#include "conversion.h"
 
 namespace blnits {
 namespace {
@@ -16,33 +12,10 @@ struct CheckOptions {
   std::vector<std::string> files;
   std::vector<std::string> disabled;
   std::string format = "text";
-  size_t limit = 20;
+  size_t limit = kUsualLimit;
   bool strict = false;
   bool list_rules = false;
 };
-
-std::string Counted(size_t count, const char* what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
-/// In the colours that compilers have, on a terminal only.
-fmt::text_style StyleOf(Severity severity) {
-  static const bool colours = isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr;
-  constexpr fmt::terminal_color kColours[] = {fmt::terminal_color::red, fmt::terminal_color::magenta,
-                                              fmt::terminal_color::cyan};
-  return colours ? fmt::emphasis::bold | fmt::fg(kColours[static_cast<int>(severity)]) : fmt::text_style();
-}
-
-void PrintText(const std::string& file, const CheckReport& report) {
-  fmt::print("{}: the device {} this file\n", file, report.loads ? "loads" : "refuses");
-  for (const auto& [line, rule, text] : report.findings) {
-    fmt::print("{}:{}: {}: {} [{}]\n", file, line, fmt::format(StyleOf(rule->severity), "{}", NameOf(rule->severity)),
-               text, rule->name);
-  }
-  fmt::print("{}: {}: {}, {}, {}\n", file, report.loads ? "loads" : "does not load",
-             Counted(report.Count(Severity::kError), "error"), Counted(report.Count(Severity::kWarning), "warning"),
-             Counted(report.Count(Severity::kNote), "note"));
-}
 
 void PrintJson(const std::string& file, const CheckReport& report) {
   nlohmann::ordered_json findings = nlohmann::ordered_json::array();
@@ -76,7 +49,7 @@ void Run(const CheckOptions& options, CapturedLog* log) {
   bool fine = true;
   for (const std::string& file : options.files) {
     const CheckReport report = Check(file, options.disabled, options.limit, log);
-    (options.format == "json" ? PrintJson : PrintText)(file, report);
+    (options.format == "json" ? PrintJson : PrintReport)(file, report);
     fine = fine && report.Count(Severity::kError) == 0 && !(options.strict && report.Count(Severity::kWarning) > 0);
   }
   if (!fine) {
@@ -104,10 +77,7 @@ void AddCheckCommand(CLI::App* app, CapturedLog* log) {
       ->allow_extra_args(false)
       ->check(CLI::IsMember(RuleNames()).description(""))
       ->type_name("RULE");
-  command->add_option("--format", options->format, "text, or json: one object a file, one file a line")
-      ->check(CLI::IsMember({"text", "json"}))
-      ->type_name("FORMAT")
-      ->capture_default_str();
+  AddFormatOption(command, &options->format);
   command->add_option("--limit", options->limit, "Findings of one rule in one file that are told; 0: all")
       ->capture_default_str();
   command->add_flag("--list-rules", options->list_rules, "List the rules and end");

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <functional>
 
 #include "check_rules.h"
 
@@ -8,22 +7,6 @@ namespace blnits {
 namespace {
 
 using Levels = std::vector<uint32_t>;
-
-/// What clients get at the surveyed levels.
-struct Curve {
-  uint32_t coverage;
-  bool hdr;
-  std::vector<double> nits;  ///< Not a number where the device refuses.
-};
-
-std::string Name(const Curve& curve) {
-  for (const MeasuredTable& table : kMeasuredTables) {
-    if (table.coverage == curve.coverage && table.hdr == curve.hdr) {
-      return table.name;
-    }
-  }
-  return fmt::format("{}, {} %", curve.hdr ? "high brightness" : "standard", curve.coverage);
-}
 
 /// Finds lines for levels.
 class Lines {
@@ -65,20 +48,6 @@ class Lines {
   std::vector<Table> tables_;
 };
 
-/// Calls `found` with the first and last place of each run of places for which `wrong` holds.
-void ForEachRun(size_t count, const std::function<bool(size_t)>& wrong,
-                const std::function<void(size_t, size_t)>& found) {
-  for (size_t i = 0; i < count; ++i) {
-    const size_t first = i;
-    while (i < count && wrong(i)) {
-      ++i;
-    }
-    if (i > first) {
-      found(first, i - 1);
-    }
-  }
-}
-
 std::string Span(uint32_t first, uint32_t last) {
   return first == last ? fmt::format("level {}", first) : fmt::format("levels {} to {}", first, last);
 }
@@ -89,7 +58,7 @@ void CheckLevels(const Curve& curve, const Levels& levels, const Lines& lines, P
   ForEachRun(levels.size(), garbage, [&](size_t first, size_t last) {
     const auto nits = panel->TryToNits(levels[first], curve.coverage, curve.hdr);
     const std::string answer = nits ? fmt::format("the first has {} nits", *nits) : "refused, " + log->Reason();
-    findings->Add("request", lines.At(curve, levels[first]), "{}: {}: {}; measure them", Name(curve),
+    findings->Add("request", lines.At(curve, levels[first]), "{}: {}: {}; measure them", NameOf(curve),
                   Span(levels[first], levels[last]), answer);
   });
 }
@@ -106,27 +75,25 @@ void CheckLuminances(const Curve& curve, const Levels& levels, const Lines& line
     const double nits = top * step / kSteps;
     if (!panel->TryToLevel(nits, curve.coverage, curve.hdr)) {
       findings->Add("request", lines.At(curve, levels.back()),
-                    "{}: {:.6g} of up to {:.6g} nits have no level: {}; measure more levels", Name(curve), nits, top,
+                    "{}: {:.6g} of up to {:.6g} nits have no level: {}; measure more levels", NameOf(curve), nits, top,
                     log->Reason());
       return;
     }
   }
 }
 
-// Below level 10 a step of a tenth and more cannot be avoided.
 void CheckJumps(const Curve& curve, const Levels& levels, const Lines& lines, Findings* findings) {
-  constexpr uint32_t kFirstLevel = 10;
   constexpr double kVisible = 0.25;
   const auto ratio = [&](size_t i) { return curve.nits[i + 1] / curve.nits[i] - 1.0; };
   const auto jumps = [&](size_t i) {
-    return levels[i] >= kFirstLevel && levels[i + 1] == levels[i] + 1 && curve.nits[i] > 0.0 && ratio(i) > kVisible;
+    return levels[i] >= kFirstJumpLevel && levels[i + 1] == levels[i] + 1 && curve.nits[i] > 0.0 && ratio(i) > kVisible;
   };
   ForEachRun(levels.size() - 1, jumps, [&](size_t first, size_t last) {
     findings->Add(
         "jump", lines.At(curve, levels[first]),
         "{}: from level {} to {} the luminance jumps by {:.1f} %, from {:.6g} to {:.6g} nits{}; users see the "
         "step, measure there again",
-        Name(curve), levels[first], levels[first] + 1, 100.0 * ratio(first), curve.nits[first], curve.nits[first + 1],
+        NameOf(curve), levels[first], levels[first] + 1, 100.0 * ratio(first), curve.nits[first], curve.nits[first + 1],
         last > first ? fmt::format(", and so on up to level {}", levels[last] + 1) : "");
   });
 }
@@ -134,7 +101,7 @@ void CheckJumps(const Curve& curve, const Levels& levels, const Lines& lines, Fi
 // By more than one per cent: measurements have that much noise.
 void CheckDarker(const char* rule, const Curve& curve, const Curve& darker, const char* remedy, const Levels& levels,
                  const Lines& lines, Findings* findings) {
-  const auto wrong = [&](size_t i) { return curve.nits[i] < 0.99 * darker.nits[i]; };
+  const auto wrong = [&](size_t i) { return darker.nits[i] > 0.0 && curve.nits[i] < 0.99 * darker.nits[i]; };
   ForEachRun(levels.size(), wrong, [&](size_t first, size_t last) {
     const auto share = [&](size_t i) { return curve.nits[i] / darker.nits[i]; };
     size_t worst = first;
@@ -144,8 +111,8 @@ void CheckDarker(const char* rule, const Curve& curve, const Curve& darker, cons
     findings->Add(rule, lines.At(curve, levels[worst]),
                   "{} is darker than {} at {}: {:.6g} instead of {:.6g} nits at "
                   "level {}; {}",
-                  Name(curve), Name(darker), Span(levels[first], levels[last]), curve.nits[worst], darker.nits[worst],
-                  levels[worst], remedy);
+                  NameOf(curve), NameOf(darker), Span(levels[first], levels[last]), curve.nits[worst],
+                  darker.nits[worst], levels[worst], remedy);
   });
 }
 
@@ -154,12 +121,7 @@ void CheckDarker(const char* rule, const Curve& curve, const Curve& darker, cons
 void CheckConversions(const CalibrationSource& source, Panel* panel, CapturedLog* log, Findings* findings) {
   const Lines lines(source, panel);
   const Levels levels = SurveyLevels(panel);
-  std::vector<Curve> curves;
-  for (const bool hdr : {false, true}) {
-    for (const uint32_t coverage : {10U, 55U, 100U}) {
-      curves.push_back({coverage, hdr, NitsAt(panel, levels, coverage, hdr)});
-    }
-  }
+  const std::vector<Curve> curves = SurveyCurves(panel, {10, 55, 100}, levels);
   for (const Curve& curve : curves) {
     if (lines.Exist(curve)) {
       CheckLevels(curve, levels, lines, panel, log, findings);

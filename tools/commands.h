@@ -9,6 +9,10 @@ namespace blnits {
 // Each adds one subcommand to `app`, with its options, its help and what it does. `log` is the process's log handler
 // and outlives `app`.
 void AddCheckCommand(CLI::App* app, CapturedLog* log);
+void AddCurveCommand(CLI::App* app, CapturedLog* log);
+void AddDiffCommand(CLI::App* app, CapturedLog* log);
+void AddImportCommand(CLI::App* app, CapturedLog* log);
+void AddQualityCommand(CLI::App* app, CapturedLog* log);
 void AddNitsCommand(CLI::App* app, CapturedLog* log);
 void AddLevelCommand(CLI::App* app, CapturedLog* log);
 void AddLinearCommand(CLI::App* app, CapturedLog* log);

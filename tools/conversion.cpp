@@ -20,6 +20,24 @@ void AddPanelArgument(CLI::App* command, std::string* panel) {
   command->add_option("PANEL", *panel, "Panel's name, or path to its backlight_calib_<panel>.xml")->required();
 }
 
+void AddFormatOption(CLI::App* command, std::string* format) {
+  command->add_option("--format", *format, "text, or json for machines: one object a line")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->type_name("FORMAT")
+      ->capture_default_str();
+}
+
+void AddLutOptions(CLI::App* command, LutFiles* luts) {
+  auto* const dimming = command->add_option("--dimming-lut", luts->dimming,
+                                            "File of the dimming LUT, and dimming on: a dimmed panel level for each "
+                                            "panel level 0 to max_bl, one a line or the last column of a CSV file");
+  auto* const attenuation = command->add_option("--attenuation", luts->attenuation,
+                                                "File of the attenuation LUT: a factor for each client level 0 to "
+                                                "max_os_bl, likewise");
+  dimming->needs(attenuation);
+  attenuation->needs(dimming);
+}
+
 void AddConversionOptions(CLI::App* command, ConversionOptions* options) {
   AddPanelArgument(command, &options->panel);
   command->add_option("-c,--coverage", options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
@@ -28,33 +46,30 @@ void AddConversionOptions(CLI::App* command, ConversionOptions* options) {
   command->add_flag("--hdr", options->hdr, "Use the high-brightness curves");
   command->add_flag("--table", options->table, "Print what was given, the result and the coverage in columns");
   command->add_flag("--dimming", options->dimming, "Switch dimming on; without LUTs every level then has 0 nits");
-  auto* const lut = command->add_option("--dimming-lut", options->dimming_lut,
-                                        "File of the dimming LUT, and dimming on: a dimmed panel level for each panel "
-                                        "level 0 to max_bl, one a line or the last column of a CSV file");
-  auto* const attenuation = command->add_option("--attenuation", options->attenuation,
-                                                "File of the attenuation LUT: a factor for each client level 0 to "
-                                                "max_os_bl, likewise");
-  lut->needs(attenuation);
-  attenuation->needs(lut);
+  AddLutOptions(command, &options->luts);
 }
 
-Panel OpenPanel(const ConversionOptions& options, CapturedLog* log) {
-  Panel panel(options.panel, log);
-  if (!options.dimming_lut.empty()) {
-    const auto range = panel.Get<zarn::BLRange>(zarn::kBLRange);
-    auto bl = ReadLut<uint32_t>(options.dimming_lut, "a panel level", "panel", range.max_bl, "max_bl");
-    auto pcc = ReadLut<double>(options.attenuation, "a factor", "client", range.max_os_bl, "max_os_bl");
+void SwitchDimmingOn(const LutFiles& files, Panel* panel) {
+  if (!files.dimming.empty()) {
+    const auto range = panel->Get<zarn::BLRange>(zarn::kBLRange);
+    auto bl = ReadLut<uint32_t>(files.dimming, "a panel level", "panel", range.max_bl, "max_bl");
+    auto pcc = ReadLut<double>(files.attenuation, "a factor", "client", range.max_os_bl, "max_os_bl");
     zarn::DimmingLuts luts;
     luts.bl_lut_sz = static_cast<uint32_t>(bl.size());
     luts.dimming_bl_lut = bl.data();
     luts.pcc_lut_sz = static_cast<uint32_t>(pcc.size());
     luts.pcc_attn_lut = pcc.data();
-    panel.Set(zarn::kBLDimmingLuts, luts, "the dimming LUTs cannot be set");
+    panel->Set(zarn::kBLDimmingLuts, luts, "the dimming LUTs cannot be set");
   }
-  if (options.dimming || !options.dimming_lut.empty()) {
-    zarn::BLDimmingStatus status;
-    status.enabled = true;
-    panel.Set(zarn::kBLDimmingStatus, status, "dimming cannot be switched on");
+  zarn::BLDimmingStatus status;
+  status.enabled = true;
+  panel->Set(zarn::kBLDimmingStatus, status, "dimming cannot be switched on");
+}
+
+Panel OpenPanel(const ConversionOptions& options, CapturedLog* log) {
+  Panel panel(options.panel, log);
+  if (options.dimming || !options.luts.dimming.empty()) {
+    SwitchDimmingOn(options.luts, &panel);
   }
   return panel;
 }

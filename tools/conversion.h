@@ -12,6 +12,12 @@
 
 namespace blnits {
 
+/// Files of the LUTs that dim a panel: both or none.
+struct LutFiles {
+  std::string dimming;
+  std::string attenuation;
+};
+
 /// What the two conversions ask for alike.
 struct ConversionOptions {
   std::string panel;
@@ -19,14 +25,22 @@ struct ConversionOptions {
   bool hdr = false;
   bool table = false;
   bool dimming = false;
-  std::string dimming_lut;  // files; both or none
-  std::string attenuation;
+  LutFiles luts;
 };
 
 /// The positional argument PANEL of a subcommand.
 void AddPanelArgument(CLI::App* command, std::string* panel);
 
+/// "--format": "text" for people, "json" for machines.
+void AddFormatOption(CLI::App* command, std::string* format);
+
+/// "--dimming-lut" and "--attenuation".
+void AddLutOptions(CLI::App* command, LutFiles* luts);
+
 void AddConversionOptions(CLI::App* command, ConversionOptions* options);
+
+/// Switches dimming on, with the LUTs of the files where there are some. \throws Failure when a file is wrong.
+void SwitchDimmingOn(const LutFiles& luts, Panel* panel);
 
 /// Opens the panel, with dimming as the options ask for it. \throws as Panel; Failure when a LUT's file is wrong.
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log);

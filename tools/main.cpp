@@ -27,6 +27,10 @@ int Run(int argc, char** argv) {
   blnits::AddLevelCommand(&app, &log);
   blnits::AddLinearCommand(&app, &log);
   blnits::AddShowCommand(&app, &log);
+  blnits::AddCurveCommand(&app, &log);
+  blnits::AddQualityCommand(&app, &log);
+  blnits::AddDiffCommand(&app, &log);
+  blnits::AddImportCommand(&app, &log);
   blnits::AddManualCommand(&app);
   try {
     app.parse(argc, argv);

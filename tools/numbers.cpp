@@ -2,12 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 #include "failure.h"
 
@@ -32,6 +34,23 @@ bool ParseNumber(const std::string& text, double* number) {
   return !text.empty() && *stop == '\0' && std::isfinite(*number);
 }
 
+std::vector<std::string> FieldsOf(const std::string& row) {
+  std::vector<std::string> fields;
+  for (size_t start = 0; start <= row.size();) {
+    const size_t end = std::min(row.find(',', start), row.size());
+    fields.push_back(Trimmed(row.substr(start, end - start)));
+    start = end + 1;
+  }
+  return fields;
+}
+
+bool IsHeader(const std::vector<std::string>& fields) {
+  double number = 0.0;
+  return std::none_of(fields.begin(), fields.end(), [&](const auto& field) { return ParseNumber(field, &number); });
+}
+
+}  // namespace
+
 template <class Number>
 Number NumberIn(const std::string& text, const std::string& source, size_t line, const std::string& what) {
   Number number = {};
@@ -40,8 +59,6 @@ Number NumberIn(const std::string& text, const std::string& source, size_t line,
   }
   return number;
 }
-
-}  // namespace
 
 template <class Number>
 void ForEachLine(std::istream& stream, const std::string& source, const std::string& what,
@@ -55,26 +72,34 @@ void ForEachLine(std::istream& stream, const std::string& source, const std::str
   }
 }
 
-template <class Number>
-std::vector<Number> ReadColumn(const std::string& path, const std::string& what) {
+void ForEachRow(const std::string& path,
+                const std::function<void(size_t line, const std::vector<std::string>& fields)>& use) {
   std::ifstream file(path);
-  std::vector<Number> numbers;
   std::string line;
+  bool first = true;
   for (size_t count = 1; std::getline(file, line); ++count) {
-    const std::string text = Trimmed(line.substr(line.find_last_of(',') + 1));
-    double number = 0.0;
-    const bool header = count == 1 && !ParseNumber(text, &number);
-    if (header || Trimmed(line).empty()) {
-      continue;
+    const std::string row = Trimmed(line.substr(0, line.find('#')));
+    const std::vector<std::string> fields = FieldsOf(row);
+    if (!row.empty() && !(std::exchange(first, false) && IsHeader(fields))) {
+      use(count, fields);
     }
-    numbers.push_back(NumberIn<Number>(text, path, count, what));
   }
   if (!file.eof() || std::filesystem::is_directory(path)) {  // which libc++ reads as an empty file
     throw Failure(fmt::format("{}: cannot be read", path));
   }
+}
+
+template <class Number>
+std::vector<Number> ReadColumn(const std::string& path, const std::string& what) {
+  std::vector<Number> numbers;
+  ForEachRow(path, [&](size_t line, const std::vector<std::string>& fields) {
+    numbers.push_back(NumberIn<Number>(fields.back(), path, line, what));
+  });
   return numbers;
 }
 
+template uint32_t NumberIn(const std::string&, const std::string&, size_t, const std::string&);
+template double NumberIn(const std::string&, const std::string&, size_t, const std::string&);
 template void ForEachLine(std::istream&, const std::string&, const std::string&, const std::function<void(uint32_t)>&);
 template void ForEachLine(std::istream&, const std::string&, const std::string&, const std::function<void(double)>&);
 template std::vector<uint32_t> ReadColumn(const std::string&, const std::string&);

@@ -15,7 +15,17 @@ template <class Number>
 void ForEachLine(std::istream& stream, const std::string& source, const std::string& what,
                  const std::function<void(Number)>& use);
 
-/// The numbers of a file: one a line, or the last column of a CSV file, whose first line may be a header.
+/// Calls `use` with each row of a CSV file: the number of its line, and its fields without blanks around them. Passed over
+/// are blank lines, what follows a '#', and a first row in which no field is a number: the header.
+/// \throws Failure when the file cannot be read.
+void ForEachRow(const std::string& path,
+                const std::function<void(size_t line, const std::vector<std::string>& fields)>& use);
+
+/// The number in one field. \throws Failure that names source and line when it is none.
+template <class Number>
+Number NumberIn(const std::string& text, const std::string& source, size_t line, const std::string& what);
+
+/// The numbers of a file: one a line, or the last column of a CSV file as above.
 /// \throws Failure when the file cannot be read, or as ForEachLine.
 template <class Number>
 std::vector<Number> ReadColumn(const std::string& path, const std::string& what);

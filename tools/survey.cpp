@@ -1,5 +1,7 @@
 #include "survey.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <limits>
 
@@ -25,13 +27,62 @@ std::vector<uint32_t> SurveyLevels(Panel* panel) {
   return levels;
 }
 
-std::vector<double> NitsAt(Panel* panel, const std::vector<uint32_t>& levels, uint32_t coverage, bool hdr) {
-  std::vector<double> nits;
-  nits.reserve(levels.size());
-  for (const uint32_t level : levels) {
-    nits.push_back(panel->TryToNits(level, coverage, hdr).value_or(std::numeric_limits<double>::quiet_NaN()));
+std::string NameOf(const Curve& curve) {
+  for (const MeasuredTable& table : kMeasuredTables) {
+    if (table.coverage == curve.coverage && table.hdr == curve.hdr) {
+      return table.name;
+    }
   }
-  return nits;
+  return fmt::format("{}, {} %", curve.hdr ? "high brightness" : "standard", curve.coverage);
+}
+
+std::vector<Curve> SurveyCurves(Panel* panel, const std::vector<uint32_t>& coverages,
+                                const std::vector<uint32_t>& levels) {
+  std::vector<Curve> curves;
+  for (const bool hdr : {false, true}) {
+    for (const uint32_t coverage : coverages) {
+      Curve curve = {coverage, hdr, {}};
+      for (const uint32_t level : levels) {
+        const auto nits = panel->TryToNits(level, coverage, hdr);
+        curve.nits.push_back(nits.value_or(std::numeric_limits<double>::quiet_NaN()));
+      }
+      curves.push_back(std::move(curve));
+    }
+  }
+  return curves;
+}
+
+std::vector<bool> Extrapolated(Panel* panel, const Curve& curve, const std::vector<uint32_t>& levels) {
+  std::vector<bool> extrapolated(levels.size(), false);
+  for (const MeasuredTable& table : kMeasuredTables) {
+    const bool read = table.coverage == 10 ? curve.coverage < 100 : curve.coverage > 10;
+    const auto points = PointsOf(panel, table);
+    if (table.hdr != curve.hdr || !read || points.empty()) {
+      continue;
+    }
+    uint32_t last = 0;
+    for (const auto& point : points) {
+      last = std::max(last, point.bl);
+    }
+    for (size_t i = 0; i < levels.size(); ++i) {
+      const bool outside = levels[i] < points.front().bl || levels[i] > last;
+      extrapolated[i] = extrapolated[i] || (levels[i] > 0 && outside);
+    }
+  }
+  return extrapolated;
+}
+
+void ForEachRun(size_t count, const std::function<bool(size_t)>& holds,
+                const std::function<void(size_t, size_t)>& found) {
+  for (size_t i = 0; i < count; ++i) {
+    const size_t first = i;
+    while (i < count && holds(i)) {
+      ++i;
+    }
+    if (i > first) {
+      found(first, i - 1);
+    }
+  }
 }
 
 }  // namespace blnits

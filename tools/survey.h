@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "panel.h"
@@ -34,7 +36,29 @@ std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table
 /// \throws Failure.
 std::vector<uint32_t> SurveyLevels(Panel* panel);
 
-/// What the panel shows at each of `levels`, in nits; not a number where the library refuses. Never throws Failure.
-std::vector<double> NitsAt(Panel* panel, const std::vector<uint32_t>& levels, uint32_t coverage, bool hdr);
+/// What clients get at the surveyed levels.
+struct Curve {
+  uint32_t coverage;  ///< In per cent.
+  bool hdr;
+  std::vector<double> nits;  ///< One for each level; not a number where the device refuses.
+};
+
+/// "standard, full screen", "high brightness, 55 %".
+std::string NameOf(const Curve& curve);
+
+/// A curve for each of `coverages` in standard operation, then the same for high brightness. Never throws Failure.
+std::vector<Curve> SurveyCurves(Panel* panel, const std::vector<uint32_t>& coverages,
+                                const std::vector<uint32_t>& levels);
+
+/// Which of `levels` no table of the curve has measured: below its first point or beyond all, where the device follows
+/// a line through the origin. Level 0 is dark by definition. \throws Failure.
+std::vector<bool> Extrapolated(Panel* panel, const Curve& curve, const std::vector<uint32_t>& levels);
+
+/// Below this level a step of a tenth and more cannot be avoided, and is no jump.
+constexpr uint32_t kFirstJumpLevel = 10;
+
+/// Calls `found` with the first and last place of each run of places below `count` for which `holds` holds.
+void ForEachRun(size_t count, const std::function<bool(size_t)>& holds,
+                const std::function<void(size_t, size_t)>& found);
 
 }  // namespace blnits
