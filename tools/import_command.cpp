@@ -150,8 +150,12 @@ void Write(const ImportOptions& options, std::ostream& file) {
   for (const std::string& line : story) {
     fmt::print("{}\n", line);
   }
-  story.push_back(fmt::format("options:{}{}", options.monotone ? " --monotone" : "",
-                              options.tolerance ? fmt::format(" --tolerance {}", *options.tolerance) : ""));
+  if (options.monotone) {
+    story.emplace_back("option: monotone");
+  }
+  if (options.tolerance) {
+    story.push_back(fmt::format("option: tolerance {} nits", *options.tolerance));
+  }
   file << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
   WriteComment(options, story, file);
   file << fmt::format(R"(<Calib_Data gamma="{}" minimum_bl="{}" max_bl="{}" max_os_bl="{}"{}>)", options.gamma,

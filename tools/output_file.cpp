@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "failure.h"
 
@@ -12,6 +13,9 @@ void WriteWhole(const std::string& path, const std::function<void(const std::str
   const std::string unfinished = path + ".unfinished";
   std::error_code error;
   try {
+    if (!std::ofstream(unfinished)) {
+      throw Failure(fmt::format("{}: cannot be written", path));
+    }
     write(unfinished);
   } catch (...) {
     std::filesystem::remove(unfinished, error);

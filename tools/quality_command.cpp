@@ -68,7 +68,7 @@ void LookAtReturns(Panel* panel, const Curve& curve, const Levels& levels, Quali
 
 void LookAtSteps(const Curve& curve, const Levels& levels, Quality* quality) {
   for (size_t i = 0; i + 1 < levels.size(); ++i) {
-    const double jump = 100.0 * (curve.nits[i + 1] - curve.nits[i]);
+    const double jump = 100.0 * std::abs(curve.nits[i + 1] - curve.nits[i]);
     const bool counts = levels[i] >= kFirstJumpLevel && levels[i + 1] == levels[i] + 1 && curve.nits[i] > 0.0;
     if (counts && jump > quality->jump * curve.nits[i]) {
       quality->jump = jump / curve.nits[i];
@@ -192,8 +192,8 @@ void AddQualityCommand(CLI::App* app, CapturedLog* log) {
   AddLutOptions(command, &options->luts);
   AddFormatOption(command, &options->format);
   command->footer(fmt::format(
-      "For every client level at coverages 10, 55 and 100 %; with LUTs also dimmed. A step is the rise to the\n"
-      "next level, from level {} on, in per cent of the lower luminance; a plateau is a run of levels with\n"
+      "For every client level at coverages 10, 55 and 100 %; with LUTs also dimmed. A step is the way to the\n"
+      "next level, from level {} on, in per cent of the luminance before it; a plateau is a run of levels with\n"
       "the same luminance; an extrapolated level is one that no point of the file encloses.\n"
       "Example: blnits quality samples/backlight_calib_oled_phone.xml",
       kFirstJumpLevel));
