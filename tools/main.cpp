@@ -21,7 +21,9 @@ int Run(int argc, char** argv) {
   CLI::App app("Converts between a panel's backlight level and its luminance, as the device does.", "blnits");
   app.require_subcommand(1);
   app.set_version_flag("--version", BLNITS_VERSION);
-  app.footer("Exit status: 0, 1 when a file or a conversion failed, 2 for wrong usage.");
+  app.footer(
+      "Exit status: 0, 1 when a file or a conversion failed, 2 for wrong usage.\n"
+      "Each subcommand has a --help with an example. To begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
   blnits::AddLevelCommand(&app, &log);
