@@ -40,7 +40,7 @@ void AddLutOptions(CLI::App* command, LutFiles* luts);
 void AddConversionOptions(CLI::App* command, ConversionOptions* options);
 
 /// Switches dimming on, with the LUTs of the files where there are some. \throws Failure when a file is wrong.
-void SwitchDimmingOn(const LutFiles& luts, Panel* panel);
+void SwitchDimmingOn(const LutFiles& files, Panel* panel);
 
 /// Opens the panel, with dimming as the options ask for it. \throws as Panel; Failure when a LUT's file is wrong.
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log);

@@ -63,7 +63,7 @@ void MakeMonotone(std::vector<Reading>* readings, const char* table, Story* stor
 
 Points Thin(const Points& points, double tolerance, const char* table, Story* story) {
   double largest = 0.0;
-  const Points kept = Thinned(points, tolerance, &largest);
+  Points kept = Thinned(points, tolerance, &largest);
   story->push_back(fmt::format("{}: {} of {} points dropped, largest error {} nits", table, points.size() - kept.size(),
                                points.size(), largest));
   return kept;
@@ -105,7 +105,9 @@ std::array<Points, kMeasuredTables.size()> ReadTables(const ImportOptions& optio
 std::string InComment(const std::string& text) {
   std::string safe;
   for (const char c : text) {
-    safe += !safe.empty() && safe.back() == '-' && c == '-' ? " -" : std::string(1, c < ' ' && c >= 0 ? ' ' : c);
+    safe += !safe.empty() && safe.back() == '-' && c == '-'
+                ? " -"
+                : std::string(1, static_cast<unsigned char>(c) < ' ' ? ' ' : c);
   }
   return safe;
 }
