@@ -7,6 +7,12 @@
 #include <random>
 
 namespace bench {
+namespace {
+
+/// As a colorimeter tells it.
+double Measured(double nits) { return std::round(nits * 1000.0) / 1000.0; }
+
+}  // namespace
 
 Calibration RealisticCalibration(uint32_t points, uint32_t max_os_bl) {
   Calibration calibration(kMaxBl, max_os_bl);
@@ -18,9 +24,9 @@ Calibration RealisticCalibration(uint32_t points, uint32_t max_os_bl) {
     // With more points than levels the measured levels exceed the range, as they do where scales differ.
     const uint32_t last = std::max(max_os_bl, points);
     const auto level = 1 + static_cast<uint32_t>(std::lround(share * (last - 1)));
-    const double nits = 2.0 + 500.0 * std::pow(share, 1.6);
+    const double nits = Measured(2.0 + 500.0 * std::pow(share, 1.6));
     calibration.standard_100.emplace_back(level, nits);
-    calibration.standard_10.emplace_back(level, nits * (1.0 + 0.4 * share));
+    calibration.standard_10.emplace_back(level, Measured(nits * (1.0 + 0.4 * share)));
     const auto linear = static_cast<uint32_t>(std::lround(share * kMaxBl));
     calibration.linear.emplace_back(linear, static_cast<uint32_t>(std::lround(kMaxBl * std::pow(share, 0.7))));
   }

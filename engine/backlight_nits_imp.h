@@ -144,7 +144,7 @@ class BackLightNitsImp : public BackLightNitsIntf {
   int LevelAtCoverage(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl);
 
   template <auto X, auto Y, class Value>
-  int ValueOnTable(const BackLightToNitsTable& table, Value wanted, double* value);
+  int ValueOnTable(const BackLightToNitsTable& table, size_t place, Value wanted, double* value);
   template <class At10, class At100>
   int ValueAtCoverage(uint32_t percentage, At10 at_10, At100 at_100, double* value);
 

@@ -94,7 +94,7 @@ int BackLightNitsImp::GetNitsValue(uint32_t bl, const BackLightToNitsTable* tabl
                 static_cast<void*>(nits));
     return -EINVAL;
   }
-  return ValueOnTable<&BlNitsPoint::bl, &BlNitsPoint::nits>(*table, bl, nits);
+  return ValueOnTable<&BlNitsPoint::bl, &BlNitsPoint::nits>(*table, Walk<&BlNitsPoint::bl>(*table, bl), bl, nits);
 }
 
 }  // namespace zarn

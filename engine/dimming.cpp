@@ -2,6 +2,7 @@
 #include <cerrno>
 
 #include "backlight_nits_imp.h"
+#include "interpolation.h"
 #include "log.h"
 #include "records.h"
 
@@ -137,19 +138,22 @@ int BackLightNitsImp::UpdateBlNitsMapping(uint32_t percentage, bool hdr, const B
     LogMapFailure(fetched, __func__);
     return fetched.ret;
   }
+  const BackLightToNitsTable& table = percentage == 10 ? *tables.table_10 : *tables.table_100;
   map.resize(size_t{range->max_os_bl} + 1);
-  BlBackLight in;
-  in.percentage = percentage;
-  in.hdr = hdr;
-  BlNitsValue out;
+  uint32_t before = 0;
+  size_t place = 0;
   for (size_t vb = 0; vb < map.size(); ++vb) {
-    in.bl = DimmedLevel(static_cast<uint32_t>(vb), *range, luts->dimming_bl_lut);
-    const int ret = CalculateNits(&in, &out, tables.table_100, tables.table_10);
+    const uint32_t bl = DimmedLevel(static_cast<uint32_t>(vb), *range, luts->dimming_bl_lut);
+    // A LUT that rises makes one walk of all: the points before the last place are below the last level.
+    place = Walk<&BlNitsPoint::bl>(table, bl, bl < before ? 0 : place);
+    before = bl;
+    double nits = 0.0;
+    const int ret = ValueOnTable<&BlNitsPoint::bl, &BlNitsPoint::nits>(table, place, bl, &nits);
     if (ret != 0) {
       map.clear();
       return ret;
     }
-    map[vb] = out.nits * luts->pcc_attn_lut[vb];
+    map[vb] = nits * luts->pcc_attn_lut[vb];
     if (percentage == 10 && !hdr) {
       Log().Verbose("BackLightNitsImp::%s: vb %d nits %f", __func__, static_cast<uint32_t>(vb), map[vb]);
     }

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 
 #include "backlight_nits_imp.h"
+#include "interpolation.h"
 #include "log.h"
 #include "records.h"
 #include "saturate.h"
@@ -75,7 +75,7 @@ void BackLightNitsImp::AppendSegment(const std::pair<uint32_t, uint32_t>& from, 
   for (uint32_t level = from.first + 1; level < to.first; ++level) {
     BackLightCordinates on_line{static_cast<double>(level), 0.0};
     InterPolate(p1, p2, &on_line);
-    dense->emplace_back(level, SaturateToU32(std::round(on_line.y)));
+    dense->emplace_back(level, RoundToU32(on_line.y));
   }
 }
 

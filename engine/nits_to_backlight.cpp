@@ -101,8 +101,9 @@ int BackLightNitsImp::GetBlValue(double nits, const BackLightToNitsTable* table,
     return -EINVAL;
   }
   double level = 0.0;
-  const int ret = ValueOnTable<&BlNitsPoint::nits, &BlNitsPoint::bl>(*table, nits, &level);
-  *bl = SaturateToU32(std::round(level));
+  const size_t place = Walk<&BlNitsPoint::nits>(*table, nits);
+  const int ret = ValueOnTable<&BlNitsPoint::nits, &BlNitsPoint::bl>(*table, place, nits, &level);
+  *bl = RoundToU32(level);
   return ret;
 }
 

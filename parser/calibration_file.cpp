@@ -47,37 +47,43 @@ bool Read(FILE* file, std::string* text) {
   return std::ferror(file) == 0;
 }
 
-// Where the markup that begins at `start` ends: behind "-->" for a comment, likewise for the others, behind the first
-// '>' outside quotes for a tag.
-size_t EndOfMarkup(std::string_view text, size_t start) {
+// Where the tag that begins at `start` ends: behind the first '>' outside quotes.
+size_t EndOfTag(std::string_view text, size_t start) {
+  char quote = '\0';
+  for (size_t at = start; at < text.size(); ++at) {
+    const char c = text[at];
+    if (quote != '\0') {
+      quote = c == quote ? '\0' : quote;
+    } else if (c == '>') {
+      return at + 1;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    }
+  }
+  return text.size();
+}
+
+// Where the markup that begins with "<!" or "<?" at `start` ends: behind "-->" for a comment, likewise for the others.
+size_t EndOfOtherMarkup(std::string_view text, size_t start) {
   for (const auto& [opening, closing] : {std::pair<std::string_view, std::string_view>{"<!--", "-->"},
                                          {"<![CDATA[", "]]>"},
                                          {"<?", "?>"},
                                          {"<!", ">"}}) {
     if (text.compare(start, opening.size(), opening) == 0) {
       const size_t end = text.find(closing, start + opening.size());
-      return end == std::string_view::npos ? end : end + closing.size();
+      return end == std::string_view::npos ? text.size() : end + closing.size();
     }
   }
-  for (size_t at = text.find_first_of("'\">", start); at != std::string_view::npos;
-       at = text.find_first_of("'\">", at + 1)) {
-    if (text[at] == '>') {
-      return at + 1;
-    }
-    at = text.find(text[at], at + 1);
-    if (at == std::string_view::npos) {
-      break;
-    }
-  }
-  return std::string_view::npos;
+  return text.size();
 }
 
 // Where the first tag that is too long begins; npos when none is.
 size_t FindLongTag(std::string_view text) {
   for (size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
-    const size_t end = std::min(EndOfMarkup(text, at), text.size());
-    const bool has_attributes = text.substr(at, 2) != "<!" && text.substr(at, 2) != "<?";
-    if (has_attributes && end - at > kMaxTagBytes) {
+    const char next = at + 1 < text.size() ? text[at + 1] : '\0';
+    const bool is_tag = next != '!' && next != '?';
+    const size_t end = is_tag ? EndOfTag(text, at) : EndOfOtherMarkup(text, at);
+    if (is_tag && end - at > kMaxTagBytes) {
       return at;
     }
     at = end;

@@ -20,9 +20,6 @@ display::DebugHandler* const silent = new (storage) SilentHandler;
 
 }  // namespace
 
-display::DebugHandler& Log() {
-  display::DebugHandler* const handler = display::debug_handler_;
-  return handler != nullptr ? *handler : *silent;
-}
+display::DebugHandler& SilentLog() { return *silent; }
 
 }  // namespace zarn

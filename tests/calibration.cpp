@@ -1,19 +1,23 @@
 #include "calibration.h"
 
 #include <array>
-#include <iomanip>
+#include <cstdio>
+#include <cstdlib>
 #include <sstream>
 
 namespace {
+
+std::string Text(uint32_t number) { return std::to_string(number); }
+std::string Text(double number) { return Shortest(number); }
 
 template <class List>
 std::string TwoLists(const char* first, const char* second, const List& list) {
   std::array<std::ostringstream, 2> text;
   text[0] << "<" << first << ">";
-  text[1] << "<" << second << ">" << std::setprecision(17);
+  text[1] << "<" << second << ">";
   for (const auto& row : list) {
-    text[0] << "<value>" << row.first << "</value>";
-    text[1] << "<value>" << row.second << "</value>";
+    text[0] << "<value>" << Text(row.first) << "</value>";
+    text[1] << "<value>" << Text(row.second) << "</value>";
   }
   return text[0].str() + "</" + first + ">\n" + text[1].str() + "</" + second + ">\n";
 }
@@ -24,6 +28,17 @@ std::string Group(const std::string& name, const Points& points_100, const Point
 }
 
 }  // namespace
+
+std::string Shortest(double number) {
+  char text[40];
+  for (int digits = 15; digits <= 17; ++digits) {
+    std::snprintf(text, sizeof text, "%.*g", digits, number);
+    if (std::strtod(text, nullptr) == number) {
+      break;
+    }
+  }
+  return text;
+}
 
 std::string FileName(const std::string& panel) { return "backlight_calib_" + panel + ".xml"; }
 

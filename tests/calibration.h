@@ -8,6 +8,9 @@
 /// The name of a calibration file without its folder.
 std::string FileName(const std::string& panel);
 
+/// The shortest text that reads back as the same number.
+std::string Shortest(double number);
+
 using Points = std::vector<std::pair<uint32_t, double>>;
 using Levels = std::vector<std::pair<uint32_t, uint32_t>>;
 

@@ -6,18 +6,6 @@
 
 namespace {
 
-/// The shortest text that reads back as the same number.
-std::string Shortest(double number) {
-  char text[40];
-  for (int digits = 15; digits <= 17; ++digits) {
-    std::snprintf(text, sizeof text, "%.*g", digits, number);
-    if (std::strtod(text, nullptr) == number) {
-      break;
-    }
-  }
-  return text;
-}
-
 /// A complaint when a failed call has changed its output.
 std::string Touched(const zarn::BlNitsValue& now, const zarn::BlNitsValue& before) {
   const auto fields = [](const auto& record) {
