@@ -69,11 +69,9 @@ void Panel::Dim() {
   Check(engine->SetParameter(zarn::kBLDimmingStatus, status.payload));
 }
 
-void Panel::Check(int ret) {
-  if (ret != 0) {
-    std::fprintf(stderr, "a call failed: %d\n", ret);
-    std::exit(1);
-  }
+void Panel::Fail(int ret) {
+  std::fprintf(stderr, "a call failed: %d\n", ret);
+  std::exit(1);
 }
 
 }  // namespace bench

@@ -44,9 +44,15 @@ class Panel {
   std::shared_ptr<zarn::BackLightNitsIntf> engine;
 
   /// Ends the process where a call failed: nothing is measured then.
-  static void Check(int ret);
+  static void Check(int ret) {
+    if (ret != 0) {
+      Fail(ret);
+    }
+  }
 
  private:
+  [[noreturn]] static void Fail(int ret);
+
   std::vector<Request> requests_;
   size_t next_ = 0;
   Holding<zarn::DimmingLuts> luts_;

@@ -16,12 +16,9 @@ size_t FirstAbove(const std::vector<double>& map, double nits) {
   size_t start = 0;
   for (size_t count = map.size(); count != 0;) {
     const size_t half = count / 2;
-    if (map[start + half] > nits) {
-      count = half;
-    } else {
-      start += half + 1;
-      count -= half + 1;
-    }
+    const bool above = map[start + half] > nits;
+    start += above ? 0 : half + 1;
+    count = above ? half : count - half - 1;
   }
   return start;
 }
