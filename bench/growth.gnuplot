@@ -2,6 +2,7 @@
 set terminal pngcairo size 1000,600 noenhanced font 'sans,11'
 set output picture
 set logscale xy
+set autoscale xfix
 set xlabel what
 set ylabel 'nanoseconds a call (median)'
 set format y '10^{%T}'

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <filesystem>
 #include <numeric>
+#include <random>
 
 #include "client.h"
 
@@ -209,6 +211,41 @@ TEST_F(Dimming, MapsOutlastARepeatedInit) {
   Init();
   Dim(true);
   EXPECT_EQ(Nits(10, 55), "0 hdr") << "Deinit empties them";
+}
+
+/// The maps are made in one walk as far as the LUT rises: from any table, sorted or not, and any LUT, they hold what the
+/// table itself gives.
+TEST_F(Dimming, MapsHoldWhatTheTablesGive) {
+  constexpr uint32_t kLast = 60;
+  std::mt19937 generator(7);  // NOLINT(cert-msc51-cpp): the same in every run
+  const auto below = [&](uint32_t end) { return static_cast<uint32_t>(generator() % end); };
+  for (int round = 0; round < 40; ++round) {
+    Calibration calibration(kLast, kLast);
+    for (Points* table : {&calibration.standard_10, &calibration.standard_100}) {
+      table->resize(1 + below(12));
+      for (auto& [bl, nits] : *table) {
+        bl = 1 + below(80);
+        nits = below(1000) / 8.0;
+      }
+    }
+    std::vector<uint32_t> lut(kLast + 1);
+    for (uint32_t& level : lut) {
+      level = below(kLast + 1);
+    }
+    if (round % 2 == 0) {
+      std::sort(lut.begin(), lut.end());
+    }
+    Open(calibration);
+    std::vector<std::string> from_tables;
+    for (const uint32_t level : lut) {
+      from_tables.push_back(Nits(level, 10) + " " + Nits(level, 100));
+    }
+    EXPECT_EQ(SetLuts(lut, std::vector<double>(kLast + 1, 1.0))[0], '0');
+    Dim(true);
+    for (uint32_t vb = 0; vb <= kLast; ++vb) {
+      EXPECT_EQ(Nits(vb, 10) + " " + Nits(vb, 100), from_tables[vb]) << "round " << round << " level " << vb;
+    }
+  }
 }
 
 }  // namespace

@@ -9,10 +9,33 @@ using zarn::GenericPayload;
 static_assert(sizeof(GenericPayload) == 64);
 static_assert(offsetof(PayloadLayout, data) == 8 && offsetof(PayloadLayout, count) == 16);
 static_assert(offsetof(PayloadLayout, release) == 24 && offsetof(PayloadLayout, copied) == 56);
-static_assert(sizeof(zarn::BLLinearTable) == 32 && sizeof(zarn::BackLightToNitsTable) == 32);
-static_assert(sizeof(zarn::BlNitsValue) == 32 && sizeof(zarn::DimmingLuts) == 32);
-static_assert(sizeof(zarn::BLRange) == 16 && sizeof(zarn::BlBackLight) == 16 && sizeof(zarn::BLGamma) == 16);
-static_assert(sizeof(zarn::BLDimmingStatus) == 8 && offsetof(zarn::BlNitsValue, nits) == 16);
+
+// Clients are built separately: on LP64, every record stays as it is, field by field.
+template <class Record>
+constexpr bool HasSize(size_t size) {
+  return sizeof(Record) == size && offsetof(Record, size) == 0;
+}
+static_assert(HasSize<zarn::BLRange>(16) && offsetof(zarn::BLRange, minimum_bl) == 4);
+static_assert(offsetof(zarn::BLRange, max_bl) == 8 && offsetof(zarn::BLRange, max_os_bl) == 12);
+static_assert(HasSize<zarn::BLGamma>(16) && offsetof(zarn::BLGamma, gamma) == 8);
+static_assert(HasSize<zarn::BLPccThresh>(16) && offsetof(zarn::BLPccThresh, pcc_thresh) == 8);
+static_assert(HasSize<zarn::BLLinearTable>(32) && offsetof(zarn::BLLinearTable, entries) == 8);
+static_assert(sizeof(zarn::BlNitsPoint) == 16 && offsetof(zarn::BlNitsPoint, bl) == 0);
+static_assert(offsetof(zarn::BlNitsPoint, nits) == 8);
+static_assert(sizeof(zarn::BackLightCordinates) == 16 && offsetof(zarn::BackLightCordinates, x) == 0);
+static_assert(offsetof(zarn::BackLightCordinates, y) == 8);
+static_assert(HasSize<zarn::BackLightToNitsTable>(32) && offsetof(zarn::BackLightToNitsTable, percentage) == 4);
+static_assert(offsetof(zarn::BackLightToNitsTable, points) == 8);
+static_assert(HasSize<zarn::BlBackLight>(16) && offsetof(zarn::BlBackLight, percentage) == 4);
+static_assert(offsetof(zarn::BlBackLight, bl) == 8 && offsetof(zarn::BlBackLight, hdr) == 12);
+static_assert(HasSize<zarn::BlNitsValue>(32) && offsetof(zarn::BlNitsValue, percentage) == 4);
+static_assert(offsetof(zarn::BlNitsValue, bl) == 8 && offsetof(zarn::BlNitsValue, nits) == 16);
+static_assert(offsetof(zarn::BlNitsValue, hdr) == 24);
+static_assert(HasSize<zarn::BLDimmingStatus>(8) && offsetof(zarn::BLDimmingStatus, enabled) == 4);
+static_assert(HasSize<zarn::BLDimmingScale>(16) && offsetof(zarn::BLDimmingScale, scale) == 8);
+static_assert(HasSize<zarn::DimmingLuts>(32) && offsetof(zarn::DimmingLuts, bl_lut_sz) == 4);
+static_assert(offsetof(zarn::DimmingLuts, dimming_bl_lut) == 8 && offsetof(zarn::DimmingLuts, pcc_lut_sz) == 16);
+static_assert(offsetof(zarn::DimmingLuts, pcc_attn_lut) == 24);
 #endif
 
 /// Counts its living instances.
