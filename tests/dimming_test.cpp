@@ -238,7 +238,7 @@ TEST_F(Dimming, MapsHoldWhatTheTablesGive) {
     Open(calibration);
     std::vector<std::string> from_tables;
     for (const uint32_t level : lut) {
-      from_tables.push_back(Nits(level, 10) + " " + Nits(level, 100));
+      from_tables.push_back(Nits(level, 10) + " hdr " + Nits(level, 100) + " hdr");
     }
     EXPECT_EQ(SetLuts(lut, std::vector<double>(kLast + 1, 1.0))[0], '0');
     Dim(true);
