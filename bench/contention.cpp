@@ -22,6 +22,7 @@ void Convert(Panel* panel, benchmark::State& state) {
 
 void RegisterContention() {
   std::vector<Panel*> panels;
+  panels.reserve(kMaxThreads);
   for (int i = 0; i < kMaxThreads; ++i) {
     panels.push_back(NewPanel(kPoints, kLevels, false));
   }
