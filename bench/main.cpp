@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 
 #include "operations.h"
 
@@ -29,6 +30,9 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 1;
   }
+#ifndef BLNITS_PEER
+  std::cerr << "Built without GSL: there is no peer to compare with.\n";
+#endif
   const WorkingFolder folder;
   bench::RegisterOperations();
   bench::RegisterGrowth();

@@ -237,6 +237,7 @@ TEST_F(Dimming, MapsHoldWhatTheTablesGive) {
     }
     Open(calibration);
     std::vector<std::string> from_tables;
+    from_tables.reserve(lut.size());
     for (const uint32_t level : lut) {
       from_tables.push_back(Nits(level, 10) + " hdr " + Nits(level, 100) + " hdr");
     }
