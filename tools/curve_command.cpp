@@ -112,11 +112,23 @@ void AddLines(DrawnPanel* drawn, size_t number, const std::string& label, size_t
   }
 }
 
+// gnuplot has no words for it.
+void CheckVisible(const DrawnPanel& drawn) {
+  const auto dark = [](const Curve& curve) {
+    return std::none_of(curve.nits.begin(), curve.nits.end(), [](double nits) { return std::isfinite(nits); });
+  };
+  if (std::all_of(drawn.curves.begin(), drawn.curves.end(), dark)) {
+    throw Failure(fmt::format("{}: no level has a luminance, there is nothing to draw; blnits check says why",
+                              drawn.panel.File()));
+  }
+}
+
 void DrawCurves(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
   Plot plot;
   plot.logarithmic = options.logarithmic;
   for (size_t i = 0; i < panels->size(); ++i) {
     DrawnPanel& drawn = (*panels)[i];
+    CheckVisible(drawn);
     const std::string label = LabelOf(drawn.panel, *panels);
     plot.title += (i > 0 ? " and " : "") + label;
     AddLines(&drawn, i, panels->size() > 1 ? label + ": " : "", options.coverages.size(), &plot);

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
@@ -71,7 +72,8 @@ Points Thin(const Points& points, double tolerance, const char* table, Story* st
 
 Points ReadTable(const std::string& file, const char* table, const ImportOptions& options, Story* story) {
   std::vector<Reading> readings = ReadMeasurements(file);
-  story->push_back(fmt::format("{}: {} levels from {}", table, readings.size(), file));
+  story->push_back(
+      fmt::format("{}: {} level{} from {}", table, readings.size(), readings.size() == 1 ? "" : "s", file));
   TellRepeated(readings, table, story);
   if (options.monotone) {
     MakeMonotone(&readings, table, story);
@@ -178,6 +180,17 @@ void Write(const ImportOptions& options, std::ostream& file) {
   file << "  </measurement_data>\n</Calib_Data>\n";
 }
 
+void CheckOutput(const ImportOptions& options) {
+  std::vector<std::string> inputs(options.tables.begin(), options.tables.end());
+  inputs.push_back(options.linear);
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (std::filesystem::equivalent(input, options.output, error)) {
+      throw UsageError(fmt::format("{}: would be replaced by the calibration; give --output another name", input));
+    }
+  }
+}
+
 void WriteFile(const ImportOptions& options) {
   WriteWhole(options.output, [&](const std::string& unfinished) {
     std::ofstream file(unfinished);
@@ -190,6 +203,7 @@ void WriteFile(const ImportOptions& options) {
 }
 
 void Run(const ImportOptions& options, CapturedLog* log) {
+  CheckOutput(options);
   WriteFile(options);
   const CheckReport report = Check(options.output, {}, kUsualLimit, log);
   PrintReport(options.output, report);
