@@ -101,8 +101,8 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// Rebuilds one map: for each client level the luminance of the level that the dimming LUT makes of it, times its
   /// attenuation.
   /// \param percentage 10 or 100; with any other the map stays as it is and the result is 0.
-  /// \return 0; what the parser answered, the map then being untouched; or what CalculateNits answered, the map then
-  /// being empty.
+  /// \return 0; what the parser answered, the map then being untouched; or -EINVAL, the map then being empty: at some
+  /// level the table gives no straight line.
   int UpdateBlNitsMapping(uint32_t percentage, bool hdr, const BLRange* range, const DimmingLuts* luts,
                           std::vector<double>& map) BLNITS_REQUIRES(lock_);
 
