@@ -68,15 +68,6 @@ void PrintCsv(const std::vector<DrawnPanel>& panels) {
   }
 }
 
-std::vector<zarn::BlNitsPoint> MeasuredOn(Panel* panel, const Curve& curve) {
-  for (const MeasuredTable& table : kMeasuredTables) {
-    if (table.coverage == curve.coverage && table.hdr == curve.hdr) {
-      return PointsOf(panel, table);
-    }
-  }
-  return {};
-}
-
 /// One hue for each panel's operation, darker for a smaller coverage.
 std::string ColourOf(size_t panel, const Curve& curve, size_t coverage) {
   constexpr const char* kColours[2][2][3] = {{{"#08306b", "#2171b5", "#6baed6"}, {"#7f2704", "#d94801", "#fd8d3c"}},
@@ -94,7 +85,8 @@ void AddLines(DrawnPanel* drawn, size_t number, const std::string& label, size_t
   const std::vector<Curve>& curves = drawn->curves;
   std::vector<size_t> drawn_at(curves.size());
   for (size_t i = 0; i < curves.size(); ++i) {
-    const auto measured = MeasuredOn(&drawn->panel, curves[i]);
+    const MeasuredTable* const table = TableOf(curves[i]);
+    const auto measured = table != nullptr ? PointsOf(&drawn->panel, *table) : std::vector<zarn::BlNitsPoint>();
     const auto same =
         std::find_if(curves.begin(), curves.end(), [&](const Curve& curve) { return curve.nits == curves[i].nits; });
     const auto first = static_cast<size_t>(same - curves.begin());

@@ -23,14 +23,14 @@ using Levels = std::vector<uint32_t>;
 struct Quality {
   std::string curve;
   bool dimmed = false;
-  size_t refused = 0;                  ///< Levels that do not get there or back.
-  size_t not_back = 0;                 ///< Levels that come back as another.
-  uint32_t worst = 0;                  ///< The level that comes back farthest from itself, the first of them,
-  uint32_t worst_as = 0;               ///< and as what.
-  double jump = 0.0;                   ///< Largest step up to the next level, in per cent of the lower luminance,
-  uint32_t jump_from = 0;              ///< and from where; 0: there is none.
-  size_t plateaus = 0;                 ///< Runs of levels with the same luminance,
-  size_t longest = 0;                  ///< and how many levels the longest has.
+  size_t refused = 0;      ///< Levels that do not get there or back.
+  size_t not_back = 0;     ///< Levels that come back as another.
+  uint32_t worst = 0;      ///< The level that comes back farthest from itself, the first of them,
+  uint32_t worst_as = 0;   ///< and as what.
+  double jump = 0.0;       ///< Largest step to the next level, up or down, in per cent of what is before it,
+  uint32_t jump_from = 0;  ///< and from where; 0: there is none.
+  size_t plateaus = 0;     ///< Runs of levels with the same luminance,
+  size_t longest = 0;      ///< and how many levels the longest has.
   std::optional<double> extrapolated;  ///< Share of the levels, in per cent. Nothing when dimmed: the maps say not.
 };
 
@@ -107,7 +107,7 @@ std::vector<Seam> SeamsOf(Panel* panel) {
     if (table.hdr || points.empty()) {
       continue;
     }
-    const uint32_t level = points.back().bl;
+    const uint32_t level = HighestLevel(points);
     const auto standard = panel->TryToNits(level, table.coverage, false);
     const auto hbm = panel->TryToNits(level, table.coverage, true);
     if (hbm && standard.value_or(0.0) > 0.0) {

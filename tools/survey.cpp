@@ -11,6 +11,14 @@ std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table
   return panel->Get<zarn::BackLightToNitsTable>(table.param).points;
 }
 
+uint32_t HighestLevel(const std::vector<zarn::BlNitsPoint>& points) {
+  uint32_t highest = 0;
+  for (const auto& point : points) {
+    highest = std::max(highest, point.bl);
+  }
+  return highest;
+}
+
 // A conversion copies and walks its tables: its time grows with their points.
 std::vector<uint32_t> SurveyLevels(Panel* panel) {
   uint64_t points = 1;
@@ -27,13 +35,17 @@ std::vector<uint32_t> SurveyLevels(Panel* panel) {
   return levels;
 }
 
+const MeasuredTable* TableOf(const Curve& curve) {
+  const auto* const table = std::find_if(
+      kMeasuredTables.begin(), kMeasuredTables.end(),
+      [&](const MeasuredTable& measured) { return measured.coverage == curve.coverage && measured.hdr == curve.hdr; });
+  return table != kMeasuredTables.end() ? table : nullptr;
+}
+
 std::string NameOf(const Curve& curve) {
-  for (const MeasuredTable& table : kMeasuredTables) {
-    if (table.coverage == curve.coverage && table.hdr == curve.hdr) {
-      return table.name;
-    }
-  }
-  return fmt::format("{}, {} %", curve.hdr ? "high brightness" : "standard", curve.coverage);
+  const MeasuredTable* const table = TableOf(curve);
+  return table != nullptr ? table->name
+                          : fmt::format("{}, {} %", curve.hdr ? "high brightness" : "standard", curve.coverage);
 }
 
 std::vector<Curve> SurveyCurves(Panel* panel, const std::vector<uint32_t>& coverages,
@@ -60,10 +72,7 @@ std::vector<bool> Extrapolated(Panel* panel, const Curve& curve, const std::vect
     if (table.hdr != curve.hdr || !read || points.empty()) {
       continue;
     }
-    uint32_t last = 0;
-    for (const auto& point : points) {
-      last = std::max(last, point.bl);
-    }
+    const uint32_t last = HighestLevel(points);
     for (size_t i = 0; i < levels.size(); ++i) {
       const bool outside = levels[i] < points.front().bl || levels[i] > last;
       extrapolated[i] = extrapolated[i] || (levels[i] > 0 && outside);

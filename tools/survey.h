@@ -31,6 +31,9 @@ constexpr std::array<MeasuredTable, 4> kMeasuredTables = {{
 /// The points of one table, in the order of the file. \throws Failure.
 std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table);
 
+/// The highest level among `points`, in whatever order they are; 0 when there are none.
+uint32_t HighestLevel(const std::vector<zarn::BlNitsPoint>& points);
+
 /// The client levels at which a panel is looked at: all, 0 to max_os_bl. Where that would take too long, as many as are
 /// quick, spread evenly, both ends among them: never fewer than 256, and all up to 4096 of any sensible panel.
 /// \throws Failure.
@@ -42,6 +45,9 @@ struct Curve {
   bool hdr;
   std::vector<double> nits;  ///< One for each level; not a number where the device refuses.
 };
+
+/// The table that was measured at the curve's coverage; null between the coverages.
+const MeasuredTable* TableOf(const Curve& curve);
 
 /// "standard, full screen", "high brightness, 55 %".
 std::string NameOf(const Curve& curve);
