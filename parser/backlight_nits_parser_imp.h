@@ -17,6 +17,11 @@
 
 namespace zarn {
 
+/// A file that is read whatever its name and its folder are.
+struct CalibrationPath {
+  std::string path;
+};
+
 /// Reads one panel's calibration file and serves what it found, unchanged and read-only.
 class BackLightNitsParserImp : public BackLightNitsIntf {
  public:
@@ -25,6 +30,9 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
 
   /// Chooses the calibration file of `panel_name` by looking into the search directories; reads nothing yet.
   explicit BackLightNitsParserImp(std::string panel_name);
+
+  /// Takes the file at `file`'s path and searches no directory; reads nothing yet.
+  explicit BackLightNitsParserImp(CalibrationPath file);
 
   int Init() noexcept override;
   int Deinit() noexcept override;
@@ -46,6 +54,7 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
  private:
   // Lifecycle. All but the choice of the file run with the lock held.
   std::string ChooseFile() const;
+  void FillTables();
   int RunParseSteps() BLNITS_REQUIRES(lock_);
   void ClearParseredData() BLNITS_REQUIRES(lock_);
   void ReleaseDocument() BLNITS_REQUIRES(lock_);

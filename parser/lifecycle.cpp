@@ -25,7 +25,14 @@ bool DirectoryOpens(const std::string& path) {
 BackLightNitsParserImp::BackLightNitsParserImp(std::string panel_name) : panel_name_(std::move(panel_name)) {
   file_name_ = ChooseFile();
   Log().Info("BackLightNitsParserImp::%s: file_name %s", __func__, file_name_.c_str());
+  FillTables();
+}
 
+BackLightNitsParserImp::BackLightNitsParserImp(CalibrationPath file) : file_name_(std::move(file.path)) {
+  FillTables();
+}
+
+void BackLightNitsParserImp::FillTables() {
   using Imp = BackLightNitsParserImp;
   const std::pair<const char*, int (Imp::*)()> steps[] = {
       {"ParseTopNode", &Imp::ParseTopNode},

@@ -1,5 +1,6 @@
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -22,9 +23,22 @@ std::string Shell(const std::string& command) {
   return said.str();
 }
 
-/// Each "$ command" of the transcript says what stands below it, one after the other in one folder. Where this machine
+std::vector<std::string> Transcripts() {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(BLNITS_TESTS "/transcripts")) {
+    names.push_back(entry.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+class Tool : public testing::TestWithParam<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(Says, Tool, testing::ValuesIn(Transcripts()), [](const auto& name) { return name.param; });
+
+/// Each "$ command" of a transcript says what stands below it, one after the other in one folder. Where this machine
 /// lets nobody make a namespace, the transcript ends at the first command that needs one.
-TEST(Tool, SaysWhatTheTranscriptSays) {
+TEST_P(Tool, WhatTheTranscriptSays) {
   const TemporaryFolder folder;
   std::filesystem::copy(BLNITS_TESTS "/../samples", "samples");
   std::filesystem::create_symlink(BLNITS_TESTS "/../fuzz/corpus/calibration_file", "corpus");
@@ -34,7 +48,7 @@ TEST(Tool, SaysWhatTheTranscriptSays) {
   ASSERT_EQ(setenv("TESTS", BLNITS_TESTS, 1), 0);
   const bool namespaces = Shell("unshare --map-root-user --mount true").empty();
 
-  std::ifstream transcript(BLNITS_TESTS "/tool.transcript");
+  std::ifstream transcript(BLNITS_TESTS "/transcripts/" + GetParam() + ".transcript");
   std::string line;
   std::string command = "true";
   std::string expected;
@@ -54,13 +68,54 @@ TEST(Tool, SaysWhatTheTranscriptSays) {
 }
 
 /// blnits check says of each faulty file what stands in the .txt beside it.
-TEST(Tool, ChecksEachFaultAsToldBesideIt) {
+TEST(Check, TellsEachFaultAsInTheFileBesideIt) {
   const TemporaryFolder folder;
   std::filesystem::copy(BLNITS_TESTS "/check", ".");
   for (const auto& entry : std::filesystem::directory_iterator(".")) {
     const std::string name = entry.path().filename().string();
     if (entry.path().extension() == ".xml") {
       EXPECT_EQ(Shell(BLNITS_TOOL " check " + name), Shell("cat " + entry.path().stem().string() + ".txt"));
+    }
+  }
+}
+
+/// The tool links parser and engine itself; its answers are those of the shared library, in every bit.
+TEST(Conversions, AreThoseOfTheSharedLibrary) {
+  const TemporaryFolder folder;
+  std::filesystem::copy(BLNITS_TESTS "/../samples", ".");
+  for (const std::string panel : {"lcd_small", "oled_hbm", "oled_phone"}) {
+    const auto engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel);
+    ASSERT_EQ(engine->Init(), 0);
+    for (const bool hdr : {false, true}) {
+      for (const uint32_t coverage : {1, 10, 37, 55, 100}) {
+        SCOPED_TRACE(panel + " at " + std::to_string(coverage));
+        const std::string options =
+            " ./" + FileName(panel) + (hdr ? " --hdr" : "") + " -c " + std::to_string(coverage) + " < given > answers";
+        EXPECT_EQ(Shell("seq 0 255 > given; " BLNITS_TOOL " nits" + options), "");
+        size_t count = 0;
+        for (std::ifstream answers("answers"); answers; ++count) {
+          const Holding<zarn::BlBackLight> in({sizeof(zarn::BlBackLight), coverage, static_cast<uint32_t>(count), hdr});
+          Holding<zarn::BlNitsValue> out;
+          std::string answer;
+          if (std::getline(answers, answer)) {
+            ASSERT_EQ(engine->ProcessOps(zarn::kBLToNits, in.payload, &out.payload), 0);
+            EXPECT_EQ(std::strtod(answer.c_str(), nullptr), out->nits);
+          }
+        }
+        EXPECT_EQ(count, 257U);
+        EXPECT_EQ(Shell("seq 0 0.7 900 > given; " BLNITS_TOOL " level" + options), "");
+        std::ifstream given("given");
+        std::ifstream answers("answers");
+        std::string nits;
+        for (std::string answer; std::getline(answers, answer) && std::getline(given, nits);) {
+          const Holding<zarn::BlNitsValue> in(
+              {sizeof(zarn::BlNitsValue), coverage, 0, std::strtod(nits.c_str(), nullptr), hdr});
+          Holding<zarn::BlNitsValue> out;
+          ASSERT_EQ(engine->ProcessOps(zarn::kNitsToBL, in.payload, &out.payload), 0);
+          EXPECT_EQ(answer, std::to_string(out->bl));
+        }
+        EXPECT_FALSE(std::getline(given, nits));
+      }
     }
   }
 }

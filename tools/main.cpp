@@ -1,9 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
-#include "captured_log.h"
-#include "commands.h"
-#include "failure.h"
+#include "commands/commands.h"
+#include "support/captured_log.h"
+#include "support/failure.h"
 
 namespace {
 

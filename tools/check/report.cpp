@@ -1,0 +1,34 @@
+#include "check/report.h"
+
+#include <fmt/color.h>
+
+#include "support/terminal.h"
+
+namespace blnits {
+namespace {
+
+std::string Counted(size_t count, const char* what) {
+  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+/// In the colours that compilers have.
+fmt::text_style StyleOf(Severity severity) {
+  constexpr fmt::terminal_color kColours[] = {fmt::terminal_color::red, fmt::terminal_color::magenta,
+                                              fmt::terminal_color::cyan};
+  return WantsColours() ? fmt::emphasis::bold | fmt::fg(kColours[static_cast<int>(severity)]) : fmt::text_style();
+}
+
+}  // namespace
+
+void PrintReport(const std::string& file, const CheckReport& report) {
+  fmt::print("{}: the device {} this file\n", file, report.loads ? "loads" : "refuses");
+  for (const auto& [line, rule, text] : report.findings) {
+    fmt::print("{}:{}: {}: {} [{}]\n", file, line, fmt::format(StyleOf(rule->severity), "{}", NameOf(rule->severity)),
+               text, rule->name);
+  }
+  fmt::print("{}: {}: {}, {}, {}\n", file, report.loads ? "loads" : "does not load",
+             Counted(report.Count(Severity::kError), "error"), Counted(report.Count(Severity::kWarning), "warning"),
+             Counted(report.Count(Severity::kNote), "note"));
+}
+
+}  // namespace blnits

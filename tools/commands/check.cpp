@@ -1,0 +1,90 @@
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "check/report.h"
+#include "commands/commands.h"
+#include "commands/conversion.h"
+
+namespace blnits {
+namespace {
+
+struct CheckOptions {
+  std::vector<std::string> files;
+  std::vector<std::string> disabled;
+  std::string format = "text";
+  size_t limit = kUsualLimit;
+  bool strict = false;
+  bool list_rules = false;
+};
+
+void PrintJson(const std::string& file, const CheckReport& report) {
+  nlohmann::ordered_json findings = nlohmann::ordered_json::array();
+  for (const auto& [line, rule, text] : report.findings) {
+    findings.push_back({{"line", line}, {"severity", NameOf(rule->severity)}, {"rule", rule->name}, {"text", text}});
+  }
+  const nlohmann::ordered_json object = {{"file", file},
+                                         {"loads", report.loads},
+                                         {"errors", report.Count(Severity::kError)},
+                                         {"warnings", report.Count(Severity::kWarning)},
+                                         {"notes", report.Count(Severity::kNote)},
+                                         {"findings", findings}};
+  // A file's text may be no UTF-8.
+  fmt::print("{}\n", object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+}
+
+void ListRules() {
+  for (const Rule& rule : Rules()) {
+    fmt::print("{:<18} {:<8} {}\n", rule.name, NameOf(rule.severity), rule.summary);
+  }
+}
+
+void Run(const CheckOptions& options, CapturedLog* log) {
+  if (options.list_rules) {
+    ListRules();
+    return;
+  }
+  if (options.files.empty()) {
+    throw UsageError("check: FILE is required");
+  }
+  bool fine = true;
+  for (const std::string& file : options.files) {
+    const CheckReport report = Check(file, options.disabled, options.limit, log);
+    (options.format == "json" ? PrintJson : PrintReport)(file, report);
+    fine = fine && report.Count(Severity::kError) == 0 && !(options.strict && report.Count(Severity::kWarning) > 0);
+  }
+  if (!fine) {
+    throw Negative();
+  }
+}
+
+std::vector<std::string> RuleNames() {
+  std::vector<std::string> names;
+  for (const Rule& rule : Rules()) {
+    names.emplace_back(rule.name);
+  }
+  return names;
+}
+
+}  // namespace
+
+void AddCheckCommand(CLI::App* app, CapturedLog* log) {
+  auto* const command =
+      app->add_subcommand("check", "Tell what is wrong in calibration files, and what the device does");
+  auto options = std::make_shared<CheckOptions>();
+  command->add_option("FILE", options->files, "Calibration files, of any name");
+  command->add_flag("--strict", options->strict, "Exit with status 1 on warnings, too");
+  command->add_option("--disable", options->disabled, "A rule that is not applied; may be repeated")
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(RuleNames()).description(""))
+      ->type_name("RULE");
+  AddFormatOption(command, &options->format);
+  command->add_option("--limit", options->limit, "Findings of one rule in one file that are told; 0: all")
+      ->capture_default_str();
+  command->add_flag("--list-rules", options->list_rules, "List the rules and end");
+  command->footer(
+      "Findings: FILE:LINE: error|warning|note: TEXT [RULE]. Exit status: 0 without an error, else 1.\n"
+      "Example: blnits check --strict samples/*.xml");
+  command->callback([options, log] { Run(*options, log); });
+}
+
+}  // namespace blnits

@@ -1,0 +1,77 @@
+#include "commands/conversion.h"
+
+namespace blnits {
+namespace {
+
+template <class Number>
+std::vector<Number> ReadLut(const std::string& path, const char* what, const char* levels, uint32_t last,
+                            const char* attribute) {
+  auto numbers = ReadColumn<Number>(path, what);
+  if (numbers.size() != uint64_t{last} + 1) {
+    throw Failure(fmt::format("{}: found {} numbers, expected {}: one for each {} level 0 to {} ({})", path,
+                              numbers.size(), uint64_t{last} + 1, levels, last, attribute));
+  }
+  return numbers;
+}
+
+}  // namespace
+
+void AddPanelArgument(CLI::App* command, std::string* panel) {
+  command->add_option("PANEL", *panel, "Panel's name, or path to its backlight_calib_<panel>.xml")->required();
+}
+
+void AddFormatOption(CLI::App* command, std::string* format) {
+  command->add_option("--format", *format, "text, or json for machines: one object a line")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->type_name("FORMAT")
+      ->capture_default_str();
+}
+
+void AddLutOptions(CLI::App* command, LutFiles* luts) {
+  auto* const dimming = command->add_option("--dimming-lut", luts->dimming,
+                                            "File of the dimming LUT, and dimming on: a dimmed panel level for each "
+                                            "panel level 0 to max_bl, one a line or the last column of a CSV file");
+  auto* const attenuation = command->add_option("--attenuation", luts->attenuation,
+                                                "File of the attenuation LUT: a factor for each client level 0 to "
+                                                "max_os_bl, likewise");
+  dimming->needs(attenuation);
+  attenuation->needs(dimming);
+}
+
+void AddConversionOptions(CLI::App* command, ConversionOptions* options) {
+  AddPanelArgument(command, &options->panel);
+  command->add_option("-c,--coverage", options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
+      ->check(CLI::Range(uint32_t{0}, UINT32_MAX, "PERCENT"))
+      ->capture_default_str();
+  command->add_flag("--hdr", options->hdr, "Use the high-brightness curves");
+  command->add_flag("--table", options->table, "Print what was given, the result and the coverage in columns");
+  command->add_flag("--dimming", options->dimming, "Switch dimming on; without LUTs every level then has 0 nits");
+  AddLutOptions(command, &options->luts);
+}
+
+void SwitchDimmingOn(const LutFiles& files, Panel* panel) {
+  if (!files.dimming.empty()) {
+    const auto range = panel->Get<zarn::BLRange>(zarn::kBLRange);
+    auto bl = ReadLut<uint32_t>(files.dimming, "a panel level", "panel", range.max_bl, "max_bl");
+    auto pcc = ReadLut<double>(files.attenuation, "a factor", "client", range.max_os_bl, "max_os_bl");
+    zarn::DimmingLuts luts;
+    luts.bl_lut_sz = static_cast<uint32_t>(bl.size());
+    luts.dimming_bl_lut = bl.data();
+    luts.pcc_lut_sz = static_cast<uint32_t>(pcc.size());
+    luts.pcc_attn_lut = pcc.data();
+    panel->Set(zarn::kBLDimmingLuts, luts, "the dimming LUTs cannot be set");
+  }
+  zarn::BLDimmingStatus status;
+  status.enabled = true;
+  panel->Set(zarn::kBLDimmingStatus, status, "dimming cannot be switched on");
+}
+
+Panel OpenPanel(const ConversionOptions& options, CapturedLog* log) {
+  Panel panel(options.panel, log);
+  if (options.dimming || !options.luts.dimming.empty()) {
+    SwitchDimmingOn(options.luts, &panel);
+  }
+  return panel;
+}
+
+}  // namespace blnits

@@ -1,0 +1,212 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "commands/commands.h"
+#include "commands/conversion.h"
+#include "panel/survey.h"
+
+namespace blnits {
+namespace {
+
+struct DiffOptions {
+  std::string a;
+  std::string b;
+  double max_nits = std::numeric_limits<double>::infinity();
+  double max_percent = std::numeric_limits<double>::infinity();
+  std::string format = "text";
+};
+
+/// How far apart two rows of numbers are.
+class Spread {
+ public:
+  void Add(uint32_t level, double difference) {
+    difference = std::abs(difference);
+    squares_ += difference * difference;
+    ++count_;
+    if (difference > largest) {
+      largest = difference;
+      at = level;
+    }
+  }
+  double Rms() const { return count_ > 0 ? std::sqrt(squares_ / static_cast<double>(count_)) : 0.0; }
+
+  double largest = 0.0;
+  uint32_t at = 0;  ///< The first level with that.
+
+ private:
+  double squares_ = 0.0;
+  size_t count_ = 0;
+};
+
+struct TableDifference {
+  std::string table;
+  Spread nits;
+  Spread percent;      ///< Of A, at levels where that is not 0.
+  size_t refused = 0;  ///< Levels that one of the two devices refuses.
+};
+
+struct AttributeDifference {
+  const char* name;
+  double a;
+  double b;
+};
+
+struct Difference {
+  std::vector<AttributeDifference> attributes;
+  std::optional<Spread> linear;  ///< In panel levels; nothing where one of the tables is refused.
+  std::vector<uint32_t> levels;
+  std::vector<TableDifference> tables;
+};
+
+std::vector<AttributeDifference> CompareAttributes(Panel* a, Panel* b) {
+  const auto range_a = a->Get<zarn::BLRange>(zarn::kBLRange);
+  const auto range_b = b->Get<zarn::BLRange>(zarn::kBLRange);
+  std::vector<AttributeDifference> attributes = {
+      {"gamma", a->Get<zarn::BLGamma>(zarn::kBLGamma).gamma, b->Get<zarn::BLGamma>(zarn::kBLGamma).gamma},
+      {"minimum_bl", static_cast<double>(range_a.minimum_bl), static_cast<double>(range_b.minimum_bl)},
+      {"max_bl", static_cast<double>(range_a.max_bl), static_cast<double>(range_b.max_bl)},
+      {"max_os_bl", static_cast<double>(range_a.max_os_bl), static_cast<double>(range_b.max_os_bl)},
+      {"pcc_thresh", a->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh,
+       b->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh}};
+  attributes.erase(
+      std::remove_if(attributes.begin(), attributes.end(), [](const auto& each) { return each.a == each.b; }),
+      attributes.end());
+  return attributes;
+}
+
+std::optional<Spread> CompareLinearTables(Panel* a, Panel* b) {
+  try {
+    const auto pairs_a = a->Get<zarn::BLLinearTable>(zarn::kBLLinearTable).entries;
+    const auto pairs_b = b->Get<zarn::BLLinearTable>(zarn::kBLLinearTable).entries;
+    Spread spread;
+    for (size_t i = 0; i < std::min(pairs_a.size(), pairs_b.size()); ++i) {
+      spread.Add(pairs_a[i].first, static_cast<double>(pairs_a[i].second) - pairs_b[i].second);
+    }
+    return spread;
+  } catch (const Failure&) {
+    return std::nullopt;
+  }
+}
+
+TableDifference CompareCurves(const Curve& a, const Curve& b, const std::vector<uint32_t>& levels) {
+  TableDifference difference;
+  difference.table = NameOf(a);
+  for (size_t i = 0; i < levels.size(); ++i) {
+    if (!std::isfinite(a.nits[i]) || !std::isfinite(b.nits[i])) {
+      difference.refused += std::isfinite(a.nits[i]) != std::isfinite(b.nits[i]) ? 1 : 0;
+      continue;
+    }
+    difference.nits.Add(levels[i], b.nits[i] - a.nits[i]);
+    if (a.nits[i] != 0.0) {
+      difference.percent.Add(levels[i], 100.0 * (b.nits[i] / a.nits[i] - 1.0));
+    }
+  }
+  return difference;
+}
+
+Difference Compare(Panel* a, Panel* b) {
+  Difference difference;
+  difference.attributes = CompareAttributes(a, b);
+  difference.linear = CompareLinearTables(a, b);
+  const auto top = [](Panel* panel) { return panel->Get<zarn::BLRange>(zarn::kBLRange).max_os_bl; };
+  difference.levels = SurveyLevels(top(a) <= top(b) ? a : b);
+  const auto curves_a = SurveyCurves(a, {10, 100}, difference.levels);
+  const auto curves_b = SurveyCurves(b, {10, 100}, difference.levels);
+  for (size_t i = 0; i < curves_a.size(); ++i) {
+    difference.tables.push_back(CompareCurves(curves_a[i], curves_b[i], difference.levels));
+  }
+  return difference;
+}
+
+bool HasGate(const DiffOptions& options) {
+  return std::isfinite(options.max_nits) || std::isfinite(options.max_percent);
+}
+
+bool Passes(const TableDifference& table, const DiffOptions& options) {
+  return !HasGate(options) ||
+         (table.nits.largest <= options.max_nits && table.percent.largest <= options.max_percent && table.refused == 0);
+}
+
+void PrintText(const Difference& difference, const DiffOptions& options) {
+  fmt::print("A  {}\nB  {}\n\n", options.a, options.b);
+  fmt::print("{:<16}{:>12}{:>12}\n", "attribute", "A", "B");
+  for (const auto& [name, a, b] : difference.attributes) {
+    fmt::print("{:<16}{:>12}{:>12}\n", name, a, b);
+  }
+  fmt::print("{}\n", difference.attributes.empty() ? "(all alike)\n" : "");
+  if (difference.linear) {
+    fmt::print("linear table: largest difference {} panel levels, at linearized level {}\n\n",
+               difference.linear->largest, difference.linear->at);
+  } else {
+    fmt::print("linear table: the device refuses to give one of the two\n\n");
+  }
+  fmt::print("client levels 0 to {}, {} compared\n\n", difference.levels.back(), difference.levels.size());
+  fmt::print("{:<30}{:>13}{:>10}{:>11}{:>11}{:>10}{:>9}{:>9}\n", "measured table", "largest nits", "at level",
+             "rms nits", "largest %", "at level", "rms %", "refused");
+  for (const TableDifference& table : difference.tables) {
+    fmt::print("{:<30}{:>13.4f}{:>10}{:>11.4f}{:>11.3f}{:>10}{:>9.3f}{:>9}{}\n", table.table, table.nits.largest,
+               table.nits.at, table.nits.Rms(), table.percent.largest, table.percent.at, table.percent.Rms(),
+               table.refused, Passes(table, options) ? "" : "  beyond the limit");
+  }
+}
+
+nlohmann::ordered_json ToJson(const Spread& spread) {
+  return {{"largest", spread.largest}, {"at", spread.at}, {"rms", spread.Rms()}};
+}
+
+void PrintJson(const Difference& difference, const DiffOptions& options) {
+  nlohmann::ordered_json object = {
+      {"a", options.a}, {"b", options.b}, {"attributes", nlohmann::ordered_json::object()}};
+  for (const auto& [name, a, b] : difference.attributes) {
+    object["attributes"][name] = {a, b};
+  }
+  object["linear_table"] = difference.linear ? ToJson(*difference.linear) : nlohmann::ordered_json();
+  object["last_level"] = difference.levels.back();
+  object["levels"] = difference.levels.size();
+  for (const TableDifference& table : difference.tables) {
+    object["tables"].push_back({{"table", table.table},
+                                {"nits", ToJson(table.nits)},
+                                {"percent", ToJson(table.percent)},
+                                {"refused", table.refused},
+                                {"passes", Passes(table, options)}});
+  }
+  fmt::print("{}\n", object.dump());
+}
+
+void Run(const DiffOptions& options, CapturedLog* log) {
+  Panel a(options.a, log);
+  Panel b(options.b, log);
+  const Difference difference = Compare(&a, &b);
+  (options.format == "json" ? PrintJson : PrintText)(difference, options);
+  const bool passes = std::all_of(difference.tables.begin(), difference.tables.end(),
+                                  [&](const TableDifference& table) { return Passes(table, options); });
+  if (!passes) {
+    throw Negative();
+  }
+}
+
+}  // namespace
+
+void AddDiffCommand(CLI::App* app, CapturedLog* log) {
+  auto* const command = app->add_subcommand("diff", "Compare two calibrations by what the device makes of them");
+  auto options = std::make_shared<DiffOptions>();
+  command->add_option("A", options->a, "Panel's name, or path to its file")->required();
+  command->add_option("B", options->b, "The panel that is compared with it; per cent are of A")->required();
+  command->add_option("--max-nits", options->max_nits, "Exit with status 1 when a table differs by more, in nits")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("NITS");
+  command->add_option("--max-percent", options->max_percent, "The same in per cent, at levels where A is not dark")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("PERCENT");
+  AddFormatOption(command, &options->format);
+  command->footer(
+      "Over all client levels that both have; refused: levels that one of the two refuses, which pass no limit.\n"
+      "Example: blnits diff samples/backlight_calib_oled_phone.xml revised.xml --max-percent 2");
+  command->callback([options, log] { Run(*options, log); });
+}
+
+}  // namespace blnits

@@ -1,0 +1,267 @@
+#include <fmt/format.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include "check/report.h"
+#include "commands/commands.h"
+#include "panel/survey.h"
+#include "support/failure.h"
+#include "support/fitting.h"
+#include "support/measurements.h"
+#include "support/output_file.h"
+
+namespace blnits {
+namespace {
+
+struct ImportOptions {
+  std::array<std::string, kMeasuredTables.size()> tables;  ///< Files, as kMeasuredTables; empty: none.
+  std::string linear;
+  std::string gamma;
+  uint32_t minimum_bl = 0;
+  uint32_t max_bl = 0;
+  uint32_t max_os_bl = 0;
+  std::optional<double> pcc_thresh;
+  std::string date;
+  bool monotone = false;
+  std::optional<double> tolerance;
+  std::string output;
+};
+
+/// What was done to the measurements, line by line: for the user and for the file.
+using Story = std::vector<std::string>;
+
+using Points = std::vector<zarn::BlNitsPoint>;
+
+void TellRepeated(const std::vector<Reading>& readings, const char* table, Story* story) {
+  for (const Reading& reading : readings) {
+    if (reading.count > 1) {
+      story->push_back(fmt::format("{}: level {} is the mean of {} readings, {} to {} nits", table, reading.level,
+                                   reading.count, reading.least, reading.most));
+    }
+  }
+}
+
+void MakeMonotone(std::vector<Reading>* readings, const char* table, Story* story) {
+  std::vector<double> nits;
+  std::vector<double> weights;
+  for (const Reading& reading : *readings) {
+    nits.push_back(reading.nits);
+    weights.push_back(static_cast<double>(reading.count));
+  }
+  const std::vector<double> repaired = NeverFalling(nits, weights);
+  for (size_t i = 0; i < repaired.size(); ++i) {
+    if (repaired[i] != nits[i]) {
+      story->push_back(
+          fmt::format("{}: level {} changed from {} to {} nits", table, (*readings)[i].level, nits[i], repaired[i]));
+      (*readings)[i].nits = repaired[i];
+    }
+  }
+}
+
+Points Thin(const Points& points, double tolerance, const char* table, Story* story) {
+  double largest = 0.0;
+  Points kept = Thinned(points, tolerance, &largest);
+  story->push_back(fmt::format("{}: {} of {} points dropped, largest error {} nits", table, points.size() - kept.size(),
+                               points.size(), largest));
+  return kept;
+}
+
+Points ReadTable(const std::string& file, const char* table, const ImportOptions& options, Story* story) {
+  std::vector<Reading> readings = ReadMeasurements(file);
+  story->push_back(
+      fmt::format("{}: {} level{} from {}", table, readings.size(), readings.size() == 1 ? "" : "s", file));
+  TellRepeated(readings, table, story);
+  if (options.monotone) {
+    MakeMonotone(&readings, table, story);
+  }
+  Points points;
+  for (const Reading& reading : readings) {
+    points.push_back({reading.level, reading.nits});
+  }
+  return options.tolerance ? Thin(points, *options.tolerance, table, story) : points;
+}
+
+// A table without measurements repeats the one of the same operation, the full screen, or else the standard one.
+std::array<Points, kMeasuredTables.size()> ReadTables(const ImportOptions& options, Story* story) {
+  constexpr size_t kInstead[] = {1, 1, 0, 1};  // places in kMeasuredTables
+  constexpr size_t kOrder[] = {1, 0, 3, 2};
+  std::array<Points, kMeasuredTables.size()> tables;
+  for (const size_t i : kOrder) {
+    const char* const name = kMeasuredTables[i].name;
+    if (options.tables[i].empty()) {
+      const size_t instead = i == 2 && !options.tables[3].empty() ? 3 : kInstead[i];
+      story->push_back(fmt::format("{}: not measured, repeats {}", name, kMeasuredTables[instead].name));
+      tables[i] = tables[instead];
+    } else {
+      tables[i] = ReadTable(options.tables[i], name, options, story);
+    }
+  }
+  return tables;
+}
+
+/// Text as a comment can hold it.
+std::string InComment(const std::string& text) {
+  std::string safe;
+  for (const char c : text) {
+    safe += !safe.empty() && safe.back() == '-' && c == '-'
+                ? " -"
+                : std::string(1, static_cast<unsigned char>(c) < ' ' ? ' ' : c);
+  }
+  return safe;
+}
+
+void WriteComment(const ImportOptions& options, const Story& story, std::ostream& file) {
+  file << "<!--\n  Made by blnits import from measurements";
+  file << InComment(options.date.empty() ? "" : " of " + options.date) << ".\n";
+  for (const std::string& line : story) {
+    file << "  " << InComment(line) << "\n";
+  }
+  file << "-->\n";
+}
+
+template <class Row, class Number>
+void WriteList(const char* name, const std::vector<Row>& rows, Number Row::*number, const std::string& indent,
+               std::ostream& file) {
+  constexpr size_t kValuesInLine = 5;
+  file << indent << "<" << name << ">";
+  for (size_t i = 0; i < rows.size(); ++i) {
+    file << (i % kValuesInLine == 0 ? "\n  " + indent : " ") << fmt::format("<value>{}</value>", rows[i].*number);
+  }
+  file << "\n" << indent << "</" << name << ">\n";
+}
+
+void WriteTable(const MeasuredTable& table, const Points& points, std::ostream& file) {
+  file << fmt::format("      <{}>\n", table.element);
+  WriteList("bl_value", points, &zarn::BlNitsPoint::bl, "        ", file);
+  WriteList("nits_value", points, &zarn::BlNitsPoint::nits, "        ", file);
+  file << fmt::format("      </{}>\n", table.element);
+}
+
+void Write(const ImportOptions& options, std::ostream& file) {
+  Story story;
+  const auto tables = ReadTables(options, &story);
+  std::vector<std::pair<uint32_t, uint32_t>> pairs = {{0, 0}, {options.max_bl, options.max_bl}};
+  if (options.linear.empty()) {
+    story.emplace_back("linear table: not measured, panel levels are taken as linear");
+  } else {
+    pairs = ReadLevelPairs(options.linear);
+    story.push_back(fmt::format("linear table: {} pairs from {}", pairs.size(), options.linear));
+  }
+  for (const std::string& line : story) {
+    fmt::print("{}\n", line);
+  }
+  if (options.monotone) {
+    story.emplace_back("option: monotone");
+  }
+  if (options.tolerance) {
+    story.push_back(fmt::format("option: tolerance {} nits", *options.tolerance));
+  }
+  file << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+  WriteComment(options, story, file);
+  file << fmt::format(R"(<Calib_Data gamma="{}" minimum_bl="{}" max_bl="{}" max_os_bl="{}"{}>)", options.gamma,
+                      options.minimum_bl, options.max_bl, options.max_os_bl,
+                      options.pcc_thresh ? fmt::format(R"( pcc_thresh="{}")", *options.pcc_thresh) : "")
+       << "\n";
+  using Pair = std::pair<uint32_t, uint32_t>;
+  WriteList("linearized_bl", pairs, &Pair::first, "  ", file);
+  WriteList("panel_bl", pairs, &Pair::second, "  ", file);
+  file << "  <measurement_data>\n";
+  for (const size_t group : {0U, 2U}) {
+    file << fmt::format("    <{}>\n", kMeasuredTables[group].group);
+    for (const size_t table : {group + 1, group}) {
+      WriteTable(kMeasuredTables[table], tables[table], file);
+    }
+    file << fmt::format("    </{}>\n", kMeasuredTables[group].group);
+  }
+  file << "  </measurement_data>\n</Calib_Data>\n";
+}
+
+void CheckOutput(const ImportOptions& options) {
+  std::vector<std::string> inputs(options.tables.begin(), options.tables.end());
+  inputs.push_back(options.linear);
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (std::filesystem::equivalent(input, options.output, error)) {
+      throw UsageError(fmt::format("{}: would be replaced by the calibration; give --output another name", input));
+    }
+  }
+}
+
+void WriteFile(const ImportOptions& options) {
+  WriteWhole(options.output, [&](const std::string& unfinished) {
+    std::ofstream file(unfinished);
+    Write(options, file);
+    file.close();
+    if (!file) {
+      throw Failure(fmt::format("{}: cannot be written", options.output));
+    }
+  });
+}
+
+void Run(const ImportOptions& options, CapturedLog* log) {
+  CheckOutput(options);
+  WriteFile(options);
+  const CheckReport report = Check(options.output, {}, kUsualLimit, log);
+  PrintReport(options.output, report);
+  if (report.Count(Severity::kError) > 0) {
+    throw Negative();
+  }
+}
+
+}  // namespace
+
+void AddImportCommand(CLI::App* app, CapturedLog* log) {
+  auto* const command = app->add_subcommand("import", "Make a calibration file from measurements, and check it");
+  auto options = std::make_shared<ImportOptions>();
+  const char* const names[] = {"--standard-10", "--standard-100", "--hbm-10", "--hbm-100"};
+  for (const size_t i : {1U, 0U, 3U, 2U}) {
+    command
+        ->add_option(names[i], options->tables[i],
+                     fmt::format("CSV file, level,nits: {}{}", kMeasuredTables[i].name,
+                                 i == 1 ? "" : "; without it another table is repeated"))
+        ->required(i == 1)
+        ->type_name("FILE");
+  }
+  command
+      ->add_option("--linear", options->linear,
+                   "CSV file, linearized level,panel level; without it panel levels are taken as linear")
+      ->type_name("FILE");
+  const auto level = CLI::Range(0, INT32_MAX).description("");
+  command->add_option("--minimum-bl", options->minimum_bl, "Lowest panel level")
+      ->required()
+      ->check(level)
+      ->type_name("LEVEL");
+  command->add_option("--max-bl", options->max_bl, "Highest panel level")->required()->check(level)->type_name("LEVEL");
+  command->add_option("--max-os-bl", options->max_os_bl, "Highest client level")
+      ->required()
+      ->check(level)
+      ->type_name("LEVEL");
+  command->add_option("--gamma", options->gamma, "Gamma of the panel")
+      ->required()
+      ->check(CLI::Number.description(""))
+      ->type_name("NUMBER");
+  command->add_option("--pcc-thresh", options->pcc_thresh, "Threshold of the colour-correction attenuation")
+      ->type_name("FACTOR");
+  command->add_option("--date", options->date, "When it was measured, for the comment in the file")->type_name("TEXT");
+  command->add_flag("--monotone", options->monotone,
+                    "Repair falling readings by the smallest change; every change is told");
+  command
+      ->add_option("--tolerance", options->tolerance,
+                   "Drop points that the lines between the others give back within so many nits")
+      ->check(CLI::NonNegativeNumber.description(""))
+      ->type_name("NITS");
+  command->add_option("-o,--output", options->output, "The calibration file, backlight_calib_<panel>.xml")
+      ->required()
+      ->type_name("FILE");
+  command->footer(
+      "CSV files may have a header, and comments after '#'; readings of the same level are averaged.\n"
+      "Example: blnits import --standard-100 full.csv --standard-10 window.csv --minimum-bl 1 --max-bl 4095\n"
+      "           --max-os-bl 255 --gamma 2.2 --date 2026-11-23 --monotone -o backlight_calib_mine.xml");
+  command->callback([options, log] { Run(*options, log); });
+}
+
+}  // namespace blnits

@@ -1,0 +1,147 @@
+#include "panel/panel.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "panel/factory.h"
+
+namespace blnits {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A file that is there is meant, whatever it is called.
+bool IsPath(const std::string& argument) {
+  std::error_code error;
+  return argument.find('/') != std::string::npos || fs::path(argument).extension() == ".xml" ||
+         (fs::exists(argument, error) && !fs::is_directory(argument, error));
+}
+
+// What the library would call the panel of this file.
+std::string PanelNameOf(const fs::path& path) {
+  const std::string start = "backlight_calib_";
+  const std::string stem = path.stem().string();
+  return stem.compare(0, start.size(), start) == 0 ? stem.substr(start.size()) : stem;
+}
+
+}  // namespace
+
+Panel::Panel(const std::string& argument, CapturedLog* log) : Panel(log) {
+  if (IsPath(argument)) {
+    OpenByPath(argument);
+  } else {
+    OpenByName(argument);
+  }
+}
+
+Panel Panel::FromFile(const std::string& path, CapturedLog* log) {
+  Panel panel(log);
+  panel.OpenByPath(path);
+  return panel;
+}
+
+// The library tells the file that it chose in a line of Info.
+void Panel::OpenByName(const std::string& name) {
+  name_ = name;
+  engine_name_ = name;
+  const int ret = InitEngine();
+  file_ = log_->InfoAfter("BackLightNitsParserImp::BackLightNitsParserImp: file_name ");
+  CheckLoaded(ret);
+}
+
+void Panel::OpenByPath(const std::string& path) {
+  name_ = PanelNameOf(path);
+  file_ = path;
+  engine_name_ = EngineNameOf(path);
+  CheckLoaded(InitEngine());
+}
+
+int Panel::InitEngine() {
+  engine_ = MakeEngine(engine_name_);
+  log_->Take();
+  return engine_->Init();
+}
+
+// Engines densify the table, parsers do not.
+zarn::BLLinearTable Panel::SparseLinearTable() {
+  const auto parser = MakeParser(engine_name_);
+  CheckLoaded(parser->Init());
+  return GetFrom<zarn::BLLinearTable>(parser.get(), zarn::kBLLinearTable);
+}
+
+double Panel::ToNits(uint32_t level, uint32_t coverage, bool hdr) {
+  const auto nits = TryToNits(level, coverage, hdr);
+  Check(ret_, fmt::format("level {} at {} % coverage cannot be converted", level, coverage));
+  return *nits;
+}
+
+uint32_t Panel::ToLevel(double nits, uint32_t coverage, bool hdr) {
+  const auto level = TryToLevel(nits, coverage, hdr);
+  Check(ret_, fmt::format("{} nits at {} % coverage cannot be converted", nits, coverage));
+  return *level;
+}
+
+std::optional<double> Panel::TryToNits(uint32_t level, uint32_t coverage, bool hdr) {
+  zarn::BlBackLight in;
+  in.percentage = coverage;
+  in.bl = level;
+  in.hdr = hdr;
+  zarn::BlNitsValue out;
+  ret_ = Process(zarn::kBLToNits, in, &out);
+  return ret_ == 0 ? std::optional(out.nits) : std::nullopt;
+}
+
+std::optional<uint32_t> Panel::TryToLevel(double nits, uint32_t coverage, bool hdr) {
+  zarn::BlNitsValue in;
+  in.percentage = coverage;
+  in.nits = nits;
+  in.hdr = hdr;
+  zarn::BlNitsValue out;
+  ret_ = Process(zarn::kNitsToBL, in, &out);
+  return ret_ == 0 ? std::optional(out.bl) : std::nullopt;
+}
+
+template <class In>
+int Panel::Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out) {
+  zarn::GenericPayload in_payload;
+  zarn::GenericPayload out_payload;
+  zarn::BlNitsValue* result = nullptr;
+  in_payload.CopyPayload(in);
+  out_payload.CreatePayload(result);
+  log_->Take();
+  const int ret = engine_->ProcessOps(op, in_payload, &out_payload);
+  *out = *result;
+  return ret;
+}
+
+void Panel::CheckLoaded(int ret) const {
+  if (ret != 0) {
+    const std::string refusal = Refusal(ret, "the calibration cannot be loaded");
+    throw LoadFailure(refusal, log_->Take());
+  }
+}
+
+void Panel::Check(int ret, const std::string& what) const {
+  if (ret != 0) {
+    throw Failure(Refusal(ret, what));
+  }
+}
+
+std::string Panel::Refusal(int ret, const std::string& what) const {
+  std::string reason = log_->Reason();
+  if (reason.empty()) {
+    reason =
+        fmt::format("result {}, without a reason; while dimming is on, only LUTs give luminances their levels", ret);
+  }
+  // The library says "file not found" of everything that it cannot load.
+  std::error_code error;
+  if (ret == -ENOENT && fs::exists(file_, error)) {
+    reason += " (the file is there; blnits check says what is wrong with it)";
+  }
+  return fmt::format("{}: {}: {}", file_, what, reason);
+}
+
+}  // namespace blnits

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "backlight_nits_intf.h"
+#include "support/captured_log.h"
+#include "support/failure.h"
+
+namespace blnits {
+
+/// A calibration that the library does not load.
+struct LoadFailure : Failure {
+  LoadFailure(const std::string& what, std::vector<LogLine> its_log) : Failure(what), log(std::move(its_log)) {}
+  std::vector<LogLine> log;  ///< What the library said.
+};
+
+/// One panel's engine, ready to convert. Every function throws Failure with the file and the library's own reason when
+/// the library refuses, where it does not say otherwise.
+class Panel {
+ public:
+  /// Opens a panel. Each Panel has an engine of its own.
+  /// \param argument a panel's name, whose file is searched where the library searches; or a path to a file of any
+  /// name. The name of a file that is there, text with a slash, and text that ends with ".xml" are paths.
+  /// \param log has been the process's log handler since before; outlives the panel.
+  /// \throws LoadFailure when the library does not load the calibration.
+  Panel(const std::string& argument, CapturedLog* log);
+
+  /// Opens the file at `path`, whatever it is called. \throws as above.
+  static Panel FromFile(const std::string& path, CapturedLog* log);
+
+  /// The panel's name.
+  const std::string& Name() const { return name_; }
+
+  /// The calibration file: the path that was given, or the one that the library found.
+  const std::string& File() const { return file_; }
+
+  /// A parameter's record.
+  template <class Record>
+  Record Get(zarn::BLNitsParams param) {
+    return GetFrom<Record>(engine_.get(), param);
+  }
+
+  /// The linear table as it stands in the file; kBLLinearTable is the dense one, or a Failure.
+  zarn::BLLinearTable SparseLinearTable();
+
+  /// Sets a parameter. \param failure says what has failed when the library refuses.
+  template <class Record>
+  void Set(zarn::BLNitsParams param, const Record& record, const std::string& failure) {
+    zarn::GenericPayload payload;
+    payload.CopyPayload(record);
+    log_->Take();
+    Check(engine_->SetParameter(param, payload), failure);
+  }
+
+  /// Luminance in nits of a client level at a coverage in per cent.
+  double ToNits(uint32_t level, uint32_t coverage, bool hdr);
+
+  /// Client level for a luminance in nits at a coverage in per cent.
+  uint32_t ToLevel(double nits, uint32_t coverage, bool hdr);
+
+  /// The same two, with nothing where the library refuses; its reason is then the log's.
+  std::optional<double> TryToNits(uint32_t level, uint32_t coverage, bool hdr);
+  std::optional<uint32_t> TryToLevel(double nits, uint32_t coverage, bool hdr);
+
+ private:
+  explicit Panel(CapturedLog* log) : log_(log) {}
+  void OpenByName(const std::string& name);
+  void OpenByPath(const std::string& path);
+  int InitEngine();
+  template <class Record>
+  Record GetFrom(zarn::BackLightNitsIntf* component, zarn::BLNitsParams param) {
+    zarn::GenericPayload payload;
+    Record* record = nullptr;
+    payload.CreatePayload(record);
+    log_->Take();
+    Check(component->GetParameter(param, &payload), "the parameter cannot be read");
+    return *record;
+  }
+  template <class In>
+  int Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out);
+  void CheckLoaded(int ret) const;
+  void Check(int ret, const std::string& what) const;
+  std::string Refusal(int ret, const std::string& what) const;
+
+  CapturedLog* log_;
+  int ret_ = 0;  // of the last conversion
+  std::string name_;
+  std::string file_;
+  std::string engine_name_;  // as MakeEngine takes it
+  std::shared_ptr<zarn::BackLightNitsIntf> engine_;
+};
+
+}  // namespace blnits

@@ -1,0 +1,63 @@
+#include "support/foreign_text.h"
+
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <string>
+
+namespace blnits {
+namespace {
+
+/// One character of UTF-8: how many bytes it has, and which it is.
+struct Character {
+  size_t size;  ///< 0: the bytes are no character.
+  uint32_t code;
+};
+
+Character CharacterAt(std::string_view text) {
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const size_t size = byte(0) < 0x80 ? 1 : byte(0) < 0xc2 ? 0 : byte(0) < 0xe0 ? 2 : byte(0) < 0xf0 ? 3 : 4;
+  if (size < 2 || byte(0) > 0xf4 || text.size() < size) {
+    return {size == 1 ? size_t{1} : size_t{0}, byte(0)};
+  }
+  uint32_t code = byte(0) & (0xffu >> (size + 1));
+  for (size_t i = 1; i < size; ++i) {
+    if ((byte(i) & 0xc0) != 0x80) {
+      return {0, 0};
+    }
+    code = code << 6 | (byte(i) & 0x3f);
+  }
+  constexpr uint32_t kShortest[] = {0, 0, 0x80, 0x800, 0x10000};
+  const bool surrogate = code >= 0xd800 && code < 0xe000;
+  return code < kShortest[size] || code > 0x10ffff || surrogate ? Character{0, 0} : Character{size, code};
+}
+
+bool IsControl(uint32_t code) { return code < 0x20 || (code >= 0x7f && code < 0xa0); }
+
+}  // namespace
+
+std::string Printable(std::string_view text) {
+  std::string printable;
+  while (!text.empty()) {
+    const auto [size, code] = CharacterAt(text);
+    if (size == 0 || IsControl(code)) {
+      printable += fmt::format("\\x{:02x}", size == 0 ? static_cast<unsigned char>(text[0]) : code);
+    } else {
+      printable += text.substr(0, size);
+    }
+    text.remove_prefix(size == 0 ? 1 : size);
+  }
+  return printable;
+}
+
+std::string Shown(std::string_view text) {
+  constexpr size_t kShown = 24;
+  size_t end = 0;
+  for (size_t count = 0; end < text.size() && count < kShown; ++count) {
+    const size_t size = CharacterAt(text.substr(end)).size;
+    end += size == 0 ? 1 : size;
+  }
+  return Printable(text.substr(0, end)) + (end < text.size() ? "..." : "");
+}
+
+}  // namespace blnits
