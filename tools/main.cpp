@@ -1,28 +1,32 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "commands/command_line.h"
 #include "commands/commands.h"
 #include "support/captured_log.h"
 #include "support/failure.h"
+#include "support/foreign_text.h"
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kWrongUsage = 2;
+// The same for all subcommands.
+constexpr int kNegative = 1;
+constexpr int kTrouble = 2;
 
-int Say(const std::exception& error, int status) {
+int Say(const std::string& trouble) {
   std::fflush(stdout);
-  std::fprintf(stderr, "blnits: %s\n", error.what());
-  return status;
+  std::fprintf(stderr, "blnits: %s\n", blnits::Printable(trouble).c_str());
+  return kTrouble;
 }
 
 int Run(int argc, char** argv) {
   blnits::CapturedLog log;
   CLI::App app("Converts between a panel's backlight level and its luminance, as the device does.", "blnits");
   app.require_subcommand(1);
-  app.set_version_flag("--version", BLNITS_VERSION);
+  app.set_version_flag("--version", "blnits " BLNITS_VERSION);
   app.footer(
-      "Exit status: 0, 1 when a file or a conversion failed, 2 for wrong usage.\n"
+      "Exit status: 0; 1 for a negative verdict (check finds an error, diff exceeds a limit); 2 for trouble: wrong\n"
+      "usage, a file or a level that is refused, output that cannot be written.\n"
       "Each subcommand has a --help with an example. To begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
@@ -34,15 +38,14 @@ int Run(int argc, char** argv) {
   blnits::AddDiffCommand(&app, &log);
   blnits::AddImportCommand(&app, &log);
   blnits::AddManualCommand(&app);
+  blnits::AddHelpCommand(&app);
+  int status = 0;
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kWrongUsage;
+    status = blnits::RunCommandLine(&app, argc, argv) ? 0 : kTrouble;
+  } catch (const blnits::Negative&) {
+    status = kNegative;
   }
-  if (std::fflush(stdout) != 0) {
-    throw blnits::Failure("standard output cannot be written");
-  }
-  return 0;
+  return std::fflush(stdout) == 0 ? status : Say("standard output cannot be written");
 }
 
 }  // namespace
@@ -50,11 +53,7 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
-  } catch (const blnits::Negative&) {
-    return std::fflush(stdout) == 0 ? kFailed : Say(blnits::Failure("standard output cannot be written"), kFailed);
-  } catch (const blnits::UsageError& error) {
-    return Say(error, kWrongUsage);
   } catch (const std::exception& error) {
-    return Say(error, kFailed);
+    return Say(error.what());
   }
 }

@@ -44,7 +44,7 @@ void Run(const CheckOptions& options, CapturedLog* log) {
     return;
   }
   if (options.files.empty()) {
-    throw UsageError("check: FILE is required");
+    throw Failure("check: FILE is required");
   }
   bool fine = true;
   for (const std::string& file : options.files) {

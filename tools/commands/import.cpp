@@ -186,7 +186,7 @@ void CheckOutput(const ImportOptions& options) {
   for (const std::string& input : inputs) {
     std::error_code error;
     if (std::filesystem::equivalent(input, options.output, error)) {
-      throw UsageError(fmt::format("{}: would be replaced by the calibration; give --output another name", input));
+      throw Failure(fmt::format("{}: would be replaced by the calibration; give --output another name", input));
     }
   }
 }

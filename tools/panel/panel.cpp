@@ -20,6 +20,15 @@ bool IsPath(const std::string& argument) {
          (fs::exists(argument, error) && !fs::is_directory(argument, error));
 }
 
+// Where the library has looked before it chose `file`, which it has not found.
+std::string Searched(const fs::path& file) {
+  if (!file.has_parent_path()) {
+    return "the working folder, and there is no /vendor/etc/display or /usr/data/display; a path reads any file";
+  }
+  const std::string folder = file.parent_path().string();
+  return folder == "/usr/data/display" ? folder : "/vendor/etc/display or /odm/etc/display";
+}
+
 // What the library would call the panel of this file.
 std::string PanelNameOf(const fs::path& path) {
   const std::string start = "backlight_calib_";
@@ -49,6 +58,12 @@ void Panel::OpenByName(const std::string& name) {
   engine_name_ = name;
   const int ret = InitEngine();
   file_ = log_->InfoAfter("BackLightNitsParserImp::BackLightNitsParserImp: file_name ");
+  std::error_code error;
+  if (ret == -ENOENT && !fs::exists(file_, error)) {
+    throw LoadFailure(
+        fmt::format("panel {}: {} is not in {}", name, fs::path(file_).filename().string(), Searched(file_)),
+        log_->Take());
+  }
   CheckLoaded(ret);
 }
 

@@ -5,13 +5,9 @@
 
 namespace blnits {
 
-/// A conversion or a file that failed; what() is the whole line for the user. Exit status 1.
+/// What keeps a subcommand from doing its job: a file, a level, an option that is refused, output that cannot be
+/// written. what() is the whole line for the user. Exit status 2.
 struct Failure : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-/// A command line that makes no sense; what() is the whole line for the user. Exit status 2.
-struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 

@@ -47,7 +47,7 @@ Device DeviceFor(const std::string& path) {
   if (end == ".png") {
     return {"pngcairo size 1000,640 noenhanced font 'sans,11'", dashes, "dashes", {7, 5}};
   }
-  throw UsageError(fmt::format("{}: the name of a picture ends with .svg or .png", path));
+  throw Failure(fmt::format("{}: the name of a picture ends with .svg or .png", path));
 }
 
 // Three columns: level; nits where the line is solid; nits where it is dashed. Both have the points where they meet.

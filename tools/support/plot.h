@@ -28,7 +28,7 @@ struct Plot {
 
 /// Draws on standard output in characters, or into a file whose name ends with ".svg" or ".png".
 /// \param path of the file; empty: standard output.
-/// \throws UsageError when the name ends otherwise; Failure when gnuplot is missing or the file cannot be written.
+/// \throws Failure when the name ends otherwise, gnuplot is missing or the file cannot be written.
 void Draw(const Plot& plot, const std::string& path);
 
 }  // namespace blnits
