@@ -1,5 +1,7 @@
 #include "commands/conversion.h"
 
+#include <cstdlib>
+
 namespace blnits {
 namespace {
 
@@ -14,7 +16,20 @@ std::vector<Number> ReadLut(const std::string& path, const char* what, const cha
   return numbers;
 }
 
+CLI::Validator Number(const char* expected, bool negative) {
+  return CLI::Validator(
+      [=](const std::string& text) {
+        const bool fits = IsNumber(text) && (negative || std::strtod(text.c_str(), nullptr) >= 0.0);
+        return fits ? std::string() : fmt::format("found \"{}\", expected {}", text, expected);
+      },
+      "");
+}
+
 }  // namespace
+
+CLI::Validator Finite() { return Number("a number", true); }
+
+CLI::Validator NotNegative() { return Number("a number that is not negative", false); }
 
 void AddPanelArgument(CLI::App* command, std::string* panel) {
   command->add_option("PANEL", *panel, "Panel's name, or path to its backlight_calib_<panel>.xml")->required();

@@ -28,6 +28,10 @@ struct ConversionOptions {
   LutFiles luts;
 };
 
+/// What an option's number must be: finite and in decimal digits; likewise and not negative.
+CLI::Validator Finite();
+CLI::Validator NotNegative();
+
 /// The positional argument PANEL of a subcommand.
 void AddPanelArgument(CLI::App* command, std::string* panel);
 

@@ -197,10 +197,10 @@ void AddDiffCommand(CLI::App* app, CapturedLog* log) {
   command->add_option("A", options->a, "Panel's name, or path to its file")->required();
   command->add_option("B", options->b, "The panel that is compared with it; per cent are of A")->required();
   command->add_option("--max-nits", options->max_nits, "Exit with status 1 when a table differs by more, in nits")
-      ->check(CLI::NonNegativeNumber)
+      ->check(NotNegative())
       ->type_name("NITS");
   command->add_option("--max-percent", options->max_percent, "The same in per cent, at levels where A is not dark")
-      ->check(CLI::NonNegativeNumber)
+      ->check(NotNegative())
       ->type_name("PERCENT");
   AddFormatOption(command, &options->format);
   command->footer(

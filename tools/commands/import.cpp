@@ -1,16 +1,23 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
+#include <sstream>
 
+#include "calibration_file.h"
 #include "check/report.h"
 #include "commands/commands.h"
+#include "commands/conversion.h"
 #include "panel/survey.h"
 #include "support/failure.h"
 #include "support/fitting.h"
+#include "support/foreign_text.h"
 #include "support/measurements.h"
 #include "support/output_file.h"
 
@@ -20,28 +27,55 @@ namespace {
 struct ImportOptions {
   std::array<std::string, kMeasuredTables.size()> tables;  ///< Files, as kMeasuredTables; empty: none.
   std::string linear;
-  std::string gamma;
+  double gamma = 0.0;
   uint32_t minimum_bl = 0;
   uint32_t max_bl = 0;
   uint32_t max_os_bl = 0;
   std::optional<double> pcc_thresh;
   std::string date;
   bool monotone = false;
-  std::optional<double> tolerance;
+  std::string tolerance;  ///< "0.5" nits or "0.2%"; empty: none.
   std::string output;
 };
 
-/// What was done to the measurements, line by line: for the user and for the file.
-using Story = std::vector<std::string>;
+/// What was done to the measurements.
+class Story {
+ public:
+  /// For the user and for the file.
+  void Tell(std::string line) {
+    fmt::print("{}\n", Printable(line));
+    Keep(std::move(line));
+  }
+  /// For the user: one change of many.
+  void Detail(const std::string& line) { fmt::print("{}\n", Printable(line)); }
+  /// For the file: one line a kind of change.
+  void Keep(std::string line) { kept_.push_back(std::move(line)); }
+
+  const std::vector<std::string>& Kept() const { return kept_; }
+
+ private:
+  std::vector<std::string> kept_;
+};
 
 using Points = std::vector<zarn::BlNitsPoint>;
 
+std::string NameOfFile(const std::string& path) { return std::filesystem::path(path).filename().string(); }
+
+std::string Counted(size_t count, const char* what) {
+  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
 void TellRepeated(const std::vector<Reading>& readings, const char* table, Story* story) {
+  size_t repeated = 0;
   for (const Reading& reading : readings) {
     if (reading.count > 1) {
-      story->push_back(fmt::format("{}: level {} is the mean of {} readings, {} to {} nits", table, reading.level,
-                                   reading.count, reading.least, reading.most));
+      ++repeated;
+      story->Detail(fmt::format("{}: level {} is the mean of {} readings, {} to {} nits", table, reading.level,
+                                reading.count, reading.least, reading.most));
     }
+  }
+  if (repeated > 0) {
+    story->Keep(fmt::format("{}: {} with more than one reading, their mean", table, Counted(repeated, "level")));
   }
 }
 
@@ -53,27 +87,41 @@ void MakeMonotone(std::vector<Reading>* readings, const char* table, Story* stor
     weights.push_back(static_cast<double>(reading.count));
   }
   const std::vector<double> repaired = NeverFalling(nits, weights);
+  size_t changed = 0;
+  double largest = 0.0;
   for (size_t i = 0; i < repaired.size(); ++i) {
     if (repaired[i] != nits[i]) {
-      story->push_back(
+      ++changed;
+      largest = std::max(largest, std::abs(repaired[i] - nits[i]));
+      story->Detail(
           fmt::format("{}: level {} changed from {} to {} nits", table, (*readings)[i].level, nits[i], repaired[i]));
       (*readings)[i].nits = repaired[i];
     }
   }
+  if (changed > 0) {
+    story->Keep(fmt::format("{}: {} changed so that luminance never falls, by at most {} nits", table,
+                            Counted(changed, "level"), largest));
+  }
 }
 
-Points Thin(const Points& points, double tolerance, const char* table, Story* story) {
+Tolerance ToleranceOf(const std::string& text) {
+  const double amount = std::strtod(text.c_str(), nullptr);
+  return text.back() == '%' ? Tolerance{amount / 100.0, true} : Tolerance{amount, false};
+}
+
+Points Thin(const Points& points, const std::string& tolerance, const char* table, Story* story) {
+  const Tolerance allowed = ToleranceOf(tolerance);
   double largest = 0.0;
-  Points kept = Thinned(points, tolerance, &largest);
-  story->push_back(fmt::format("{}: {} of {} points dropped, largest error {} nits", table, points.size() - kept.size(),
-                               points.size(), largest));
+  Points kept = Thinned(points, allowed, &largest);
+  story->Tell(
+      fmt::format("{}: {} of {} points dropped, largest error {}", table, points.size() - kept.size(), points.size(),
+                  allowed.relative ? fmt::format("{:.3g} %", 100.0 * largest) : fmt::format("{} nits", largest)));
   return kept;
 }
 
 Points ReadTable(const std::string& file, const char* table, const ImportOptions& options, Story* story) {
   std::vector<Reading> readings = ReadMeasurements(file);
-  story->push_back(
-      fmt::format("{}: {} level{} from {}", table, readings.size(), readings.size() == 1 ? "" : "s", file));
+  story->Tell(fmt::format("{}: {} from {}", table, Counted(readings.size(), "level"), NameOfFile(file)));
   TellRepeated(readings, table, story);
   if (options.monotone) {
     MakeMonotone(&readings, table, story);
@@ -82,7 +130,7 @@ Points ReadTable(const std::string& file, const char* table, const ImportOptions
   for (const Reading& reading : readings) {
     points.push_back({reading.level, reading.nits});
   }
-  return options.tolerance ? Thin(points, *options.tolerance, table, story) : points;
+  return options.tolerance.empty() ? points : Thin(points, options.tolerance, table, story);
 }
 
 // A table without measurements repeats the one of the same operation, the full screen, or else the standard one.
@@ -94,7 +142,7 @@ std::array<Points, kMeasuredTables.size()> ReadTables(const ImportOptions& optio
     const char* const name = kMeasuredTables[i].name;
     if (options.tables[i].empty()) {
       const size_t instead = i == 2 && !options.tables[3].empty() ? 3 : kInstead[i];
-      story->push_back(fmt::format("{}: not measured, repeats {}", name, kMeasuredTables[instead].name));
+      story->Tell(fmt::format("{}: not measured, repeats {}", name, kMeasuredTables[instead].name));
       tables[i] = tables[instead];
     } else {
       tables[i] = ReadTable(options.tables[i], name, options, story);
@@ -117,8 +165,8 @@ std::string InComment(const std::string& text) {
 void WriteComment(const ImportOptions& options, const Story& story, std::ostream& file) {
   file << "<!--\n  Made by blnits import from measurements";
   file << InComment(options.date.empty() ? "" : " of " + options.date) << ".\n";
-  for (const std::string& line : story) {
-    file << "  " << InComment(line) << "\n";
+  for (const std::string& line : story.Kept()) {
+    file << "  " << InComment(Printable(line)) << "\n";
   }
   file << "-->\n";
 }
@@ -146,19 +194,17 @@ void Write(const ImportOptions& options, std::ostream& file) {
   const auto tables = ReadTables(options, &story);
   std::vector<std::pair<uint32_t, uint32_t>> pairs = {{0, 0}, {options.max_bl, options.max_bl}};
   if (options.linear.empty()) {
-    story.emplace_back("linear table: not measured, panel levels are taken as linear");
+    story.Tell("linear table: not measured, panel levels are taken as linear");
   } else {
     pairs = ReadLevelPairs(options.linear);
-    story.push_back(fmt::format("linear table: {} pairs from {}", pairs.size(), options.linear));
-  }
-  for (const std::string& line : story) {
-    fmt::print("{}\n", line);
+    story.Tell(fmt::format("linear table: {} from {}", Counted(pairs.size(), "pair"), NameOfFile(options.linear)));
   }
   if (options.monotone) {
-    story.emplace_back("option: monotone");
+    story.Keep("option: monotone");
   }
-  if (options.tolerance) {
-    story.push_back(fmt::format("option: tolerance {} nits", *options.tolerance));
+  if (!options.tolerance.empty()) {
+    story.Keep(
+        fmt::format("option: tolerance {}{}", options.tolerance, options.tolerance.back() == '%' ? "" : " nits"));
   }
   file << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
   WriteComment(options, story, file);
@@ -191,20 +237,34 @@ void CheckOutput(const ImportOptions& options) {
   }
 }
 
-void WriteFile(const ImportOptions& options) {
-  WriteWhole(options.output, [&](const std::string& unfinished) {
+// What the device would not load is not written at all.
+std::string TextOf(const ImportOptions& options) {
+  std::ostringstream file;
+  Write(options, file);
+  std::string text = file.str();
+  if (text.size() > zarn::kMaxFileBytes) {
+    throw Failure(
+        fmt::format("{}: not written: it would have {} bytes, the device loads at most {}; drop points with "
+                    "--tolerance",
+                    options.output, text.size(), zarn::kMaxFileBytes));
+  }
+  return text;
+}
+
+void WriteFile(const std::string& path, const std::string& text) {
+  WriteWhole(path, [&](const std::string& unfinished) {
     std::ofstream file(unfinished);
-    Write(options, file);
+    file << text;
     file.close();
     if (!file) {
-      throw Failure(fmt::format("{}: cannot be written", options.output));
+      throw Failure(fmt::format("{}: cannot be written", path));
     }
   });
 }
 
 void Run(const ImportOptions& options, CapturedLog* log) {
   CheckOutput(options);
-  WriteFile(options);
+  WriteFile(options.output, TextOf(options));
   const CheckReport report = Check(options.output, {}, kUsualLimit, log);
   PrintReport(options.output, report);
   if (report.Count(Severity::kError) > 0) {
@@ -242,23 +302,30 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
       ->type_name("LEVEL");
   command->add_option("--gamma", options->gamma, "Gamma of the panel")
       ->required()
-      ->check(CLI::Number.description(""))
+      ->check(NotNegative())
       ->type_name("NUMBER");
   command->add_option("--pcc-thresh", options->pcc_thresh, "Threshold of the colour-correction attenuation")
+      ->check(NotNegative())
       ->type_name("FACTOR");
   command->add_option("--date", options->date, "When it was measured, for the comment in the file")->type_name("TEXT");
   command->add_flag("--monotone", options->monotone,
                     "Repair falling readings by the smallest change; every change is told");
   command
       ->add_option("--tolerance", options->tolerance,
-                   "Drop points that the lines between the others give back within so many nits")
-      ->check(CLI::NonNegativeNumber.description(""))
-      ->type_name("NITS");
+                   "Drop points that the lines between the others give back within so many nits, or, with a % behind\n"
+                   "the number, within such a share of their luminance: 0.2%")
+      ->check(CLI::Validator(
+          [](const std::string& text) {
+            return NotNegative()(text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0)));
+          },
+          ""))
+      ->type_name("NITS|PERCENT");
   command->add_option("-o,--output", options->output, "The calibration file, backlight_calib_<panel>.xml")
       ->required()
       ->type_name("FILE");
   command->footer(
-      "CSV files may have a header, and comments after '#'; readings of the same level are averaged.\n"
+      "CSV files may have a header, which names the columns, and comments after '#'; readings of the same level\n"
+      "are averaged.\n"
       "Example: blnits import --standard-100 full.csv --standard-10 window.csv --minimum-bl 1 --max-bl 4095\n"
       "           --max-os-bl 255 --gamma 2.2 --date 2026-11-23 --monotone -o backlight_calib_mine.xml");
   command->callback([options, log] { Run(*options, log); });

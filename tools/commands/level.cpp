@@ -14,7 +14,7 @@ void AddLevelCommand(CLI::App* app, CapturedLog* log) {
   AddConversionOptions(command, options.get());
   command
       ->add_option("-n,--nits", options->nits, "Luminances; without it they are read from standard input, one a line")
-      ->check(CLI::Number)
+      ->check(Finite())
       ->type_name("NITS");
   command->footer("Example: blnits level samples/backlight_calib_lcd_small.xml --nits 10 97 413 --coverage 55");
   command->callback([options, log] {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace blnits {
 
@@ -32,30 +33,56 @@ std::vector<double> NeverFalling(const std::vector<double>& values, const std::v
 
 namespace {
 
+using Point = zarn::BlNitsPoint;
+
+// A hair less than the tolerance: slopes are rounded, and the line must still keep it.
+double Allowed(const Point& point, const Tolerance& tolerance) {
+  const double nits = std::abs(point.nits);
+  const double rounding = 8.0 * std::numeric_limits<double>::epsilon() * nits;
+  return std::max(0.0, (tolerance.relative ? tolerance.amount * nits : tolerance.amount) - rounding);
+}
+
+double Slope(const Point& from, double level, double nits) { return (nits - from.nits) / (level - from.bl); }
+
 // The largest error of the line between two points at the points between them.
-double ErrorOfLine(const std::vector<zarn::BlNitsPoint>& points, size_t from, size_t to) {
+double ErrorOfLine(const std::vector<Point>& points, size_t from, size_t to, bool relative) {
   const auto& [first, first_nits] = points[from];
   const auto& [last, last_nits] = points[to];
   double largest = 0.0;
   for (size_t i = from + 1; i < to; ++i) {
     const double share = static_cast<double>(points[i].bl - first) / (last - first);
-    largest = std::max(largest, std::abs(first_nits + share * (last_nits - first_nits) - points[i].nits));
+    const double error = std::abs(first_nits + share * (last_nits - first_nits) - points[i].nits);
+    const double scale = relative && error > 0.0 ? std::abs(points[i].nits) : 1.0;
+    largest = std::max(largest, error / scale);
   }
   return largest;
 }
 
+// The last point to which the line from `from` fits. Each point that the line passes narrows the slopes that it may have.
+size_t EndOfLine(const std::vector<Point>& points, size_t from, const Tolerance& tolerance) {
+  double least = -std::numeric_limits<double>::infinity();
+  double most = std::numeric_limits<double>::infinity();
+  size_t to = from + 1;
+  for (; to + 1 < points.size(); ++to) {
+    const Point& passed = points[to];
+    least = std::max(least, Slope(points[from], passed.bl, passed.nits - Allowed(passed, tolerance)));
+    most = std::min(most, Slope(points[from], passed.bl, passed.nits + Allowed(passed, tolerance)));
+    const double slope = Slope(points[from], points[to + 1].bl, points[to + 1].nits);
+    if (!(slope >= least && slope <= most)) {
+      break;
+    }
+  }
+  return to;
+}
+
 }  // namespace
 
-std::vector<zarn::BlNitsPoint> Thinned(const std::vector<zarn::BlNitsPoint>& points, double tolerance,
-                                       double* largest) {
+std::vector<Point> Thinned(const std::vector<Point>& points, const Tolerance& tolerance, double* largest) {
   *largest = 0.0;
-  std::vector<zarn::BlNitsPoint> kept(points.begin(), points.begin() + (points.empty() ? 0 : 1));
+  std::vector<Point> kept(points.begin(), points.begin() + (points.empty() ? 0 : 1));
   for (size_t from = 0; from + 1 < points.size();) {
-    size_t to = from + 1;
-    while (to + 1 < points.size() && ErrorOfLine(points, from, to + 1) <= tolerance) {
-      ++to;
-    }
-    *largest = std::max(*largest, ErrorOfLine(points, from, to));
+    const size_t to = EndOfLine(points, from, tolerance);
+    *largest = std::max(*largest, ErrorOfLine(points, from, to, tolerance.relative));
     kept.push_back(points[to]);
     from = to;
   }

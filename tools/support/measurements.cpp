@@ -3,30 +3,67 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <cctype>
 #include <map>
 
 #include "support/failure.h"
+#include "support/foreign_text.h"
 #include "support/numbers.h"
 
 namespace blnits {
 namespace {
 
-/// The rows of a file with two columns. \param columns names them.
-template <class Second>
-std::vector<std::pair<uint32_t, Second>> ReadRows(const std::string& path, const char* columns, const char* second) {
-  std::vector<std::pair<uint32_t, Second>> rows;
-  ForEachRow(path, [&](size_t line, const std::vector<std::string>& fields) {
-    if (fields.size() != 2) {
-      throw Failure(fmt::format("{}:{}: found {} fields, expected {}", path, line, fields.size(), columns));
+/// A column of a file, by what it holds and by the names that its header may have, in any case.
+struct Column {
+  const char* holds;
+  std::vector<std::string> names;
+};
+
+// Which of the two columns comes first: 0 or 1.
+size_t FirstColumn(const std::string& path, size_t line, const std::vector<std::string>& fields,
+                   const std::array<Column, 2>& columns) {
+  const auto place = [&](std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    for (const size_t i : {0U, 1U}) {
+      const auto& names = columns[i].names;
+      if (std::find(names.begin(), names.end(), name) != names.end()) {
+        return i;
+      }
     }
-    const auto level = NumberIn<uint32_t>(fields[0], path, line, "a level");
+    throw Failure(fmt::format("{}:{}: found a column \"{}\", expected {} and {}", path, line, Shown(name),
+                              columns[0].names.front(), columns[1].names.front()));
+  };
+  const size_t first = place(fields.front());
+  if (fields.size() != 2 || place(fields.back()) == first) {
+    throw Failure(fmt::format("{}:{}: found {} columns, expected {} and {}", path, line, fields.size(),
+                              columns[0].names.front(), columns[1].names.front()));
+  }
+  return first;
+}
+
+/// The rows of a file with two columns, in the order of its header or, without one, of `columns`.
+template <class Second>
+std::vector<std::pair<uint32_t, Second>> ReadRows(const std::string& path, const std::array<Column, 2>& columns) {
+  std::vector<std::pair<uint32_t, Second>> rows;
+  size_t first = 0;
+  const std::string expected = columns[0].names.front() + "," + columns[1].names.front();
+  const auto read = [&](size_t line, const std::vector<std::string>& fields) {
+    if (fields.size() != 2) {
+      throw Failure(fmt::format("{}:{}: found {} fields, expected {}", path, line, fields.size(), expected));
+    }
+    const auto level = NumberIn<uint32_t>(fields[first], path, line, columns[0].holds);
     if (level > INT32_MAX) {
       throw Failure(fmt::format("{}:{}: found level {}, expected at most {}", path, line, level, INT32_MAX));
     }
-    rows.emplace_back(level, NumberIn<Second>(fields[1], path, line, second));
+    rows.emplace_back(level, NumberIn<Second>(fields[1 - first], path, line, columns[1].holds));
+  };
+  ForEachRow(path, read, [&](size_t line, const std::vector<std::string>& fields) {
+    first = FirstColumn(path, line, fields, columns);
   });
   if (rows.empty()) {
-    throw Failure(fmt::format("{}: found no rows, expected {}", path, columns));
+    throw Failure(fmt::format("{}: found no rows, expected {}", path, expected));
   }
   return rows;
 }
@@ -34,8 +71,11 @@ std::vector<std::pair<uint32_t, Second>> ReadRows(const std::string& path, const
 }  // namespace
 
 std::vector<Reading> ReadMeasurements(const std::string& path) {
+  const std::array<Column, 2> columns = {
+      Column{"a level", {"level", "client level", "backlight level", "bl", "brightness"}},
+      Column{"a luminance in nits", {"nits", "luminance", "lv", "y", "cd/m2", "cd/m²"}}};
   std::map<uint32_t, std::vector<double>> levels;
-  for (const auto& [level, nits] : ReadRows<double>(path, "level,nits", "a luminance in nits")) {
+  for (const auto& [level, nits] : ReadRows<double>(path, columns)) {
     levels[level].push_back(nits);
   }
   std::vector<Reading> readings;
@@ -51,7 +91,10 @@ std::vector<Reading> ReadMeasurements(const std::string& path) {
 }
 
 std::vector<std::pair<uint32_t, uint32_t>> ReadLevelPairs(const std::string& path) {
-  auto pairs = ReadRows<uint32_t>(path, "linearized level,panel level", "a panel level");
+  const std::array<Column, 2> columns = {
+      Column{"a linearized level", {"linearized level", "linearized_bl", "linearized"}},
+      Column{"a panel level", {"panel level", "panel_bl", "panel"}}};
+  auto pairs = ReadRows<uint32_t>(path, columns);
   std::sort(pairs.begin(), pairs.end());
   return pairs;
 }

@@ -16,7 +16,8 @@ struct Reading {
   double most;
 };
 
-/// The rows "level,nits" of a CSV file (as ForEachRow reads it), by level; readings of one level are averaged.
+/// The rows "level,nits" of a CSV file (as ForEachRow reads it), by level; readings of one level are averaged. A header
+/// names the columns and decides their order.
 /// \throws Failure when the file cannot be read, has no readings, or a row that is none.
 std::vector<Reading> ReadMeasurements(const std::string& path);
 

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "support/failure.h"
+#include "support/foreign_text.h"
 
 namespace blnits {
 namespace {
@@ -28,10 +29,12 @@ bool ParseNumber(const std::string& text, uint32_t* number) {
   return error == std::errc() && stop == end;
 }
 
+// In decimal digits: std::strtod reads more than that, and ends at a NUL.
 bool ParseNumber(const std::string& text, double* number) {
   char* stop = nullptr;
   *number = std::strtod(text.c_str(), &stop);
-  return !text.empty() && *stop == '\0' && std::isfinite(*number);
+  const bool decimal = text.find_first_not_of("0123456789+-.eE") == std::string::npos;
+  return !text.empty() && decimal && stop == text.c_str() + text.size() && std::isfinite(*number);
 }
 
 std::vector<std::string> FieldsOf(const std::string& row) {
@@ -51,11 +54,16 @@ bool IsHeader(const std::vector<std::string>& fields) {
 
 }  // namespace
 
+bool IsNumber(const std::string& text) {
+  double number = 0.0;
+  return ParseNumber(text, &number);
+}
+
 template <class Number>
 Number NumberIn(const std::string& text, const std::string& source, size_t line, const std::string& what) {
   Number number = {};
   if (!ParseNumber(text, &number)) {
-    throw Failure(fmt::format("{}:{}: found \"{}\", expected {}", source, line, text, what));
+    throw Failure(fmt::format("{}:{}: found \"{}\", expected {}", source, line, Shown(text), what));
   }
   return number;
 }
@@ -72,17 +80,19 @@ void ForEachLine(std::istream& stream, const std::string& source, const std::str
   }
 }
 
-void ForEachRow(const std::string& path,
-                const std::function<void(size_t line, const std::vector<std::string>& fields)>& use) {
+void ForEachRow(const std::string& path, const RowFunction& use, const RowFunction& header) {
   std::ifstream file(path);
   std::string line;
   bool first = true;
   for (size_t count = 1; std::getline(file, line); ++count) {
-    const std::string row = Trimmed(line.substr(0, line.find('#')));
-    const std::vector<std::string> fields = FieldsOf(row);
-    if (!row.empty() && !(std::exchange(first, false) && IsHeader(fields))) {
-      use(count, fields);
+    const std::string byte_order_mark = "\xef\xbb\xbf";
+    const size_t start = count == 1 && line.compare(0, 3, byte_order_mark) == 0 ? 3 : 0;
+    const std::string row = Trimmed(line.substr(start, line.find('#') - start));
+    if (row.empty()) {
+      continue;
     }
+    const std::vector<std::string> fields = FieldsOf(row);
+    (std::exchange(first, false) && IsHeader(fields) ? header : use)(count, fields);
   }
   if (!file.eof() || std::filesystem::is_directory(path)) {  // which libc++ reads as an empty file
     throw Failure(fmt::format("{}: cannot be read", path));
@@ -92,9 +102,10 @@ void ForEachRow(const std::string& path,
 template <class Number>
 std::vector<Number> ReadColumn(const std::string& path, const std::string& what) {
   std::vector<Number> numbers;
-  ForEachRow(path, [&](size_t line, const std::vector<std::string>& fields) {
+  const auto read = [&](size_t line, const std::vector<std::string>& fields) {
     numbers.push_back(NumberIn<Number>(fields.back(), path, line, what));
-  });
+  };
+  ForEachRow(path, read, [](size_t, const auto&) {});
   return numbers;
 }
 
