@@ -76,8 +76,11 @@ TEST_F(ScriptedEngine, TellsWhichRequestFailedAndMakesNoFurther) {
     EXPECT_EQ(log_.With(engine_.UpdateBlNitsMapping(100, hdr, nullptr, nullptr, map)),
               "-7 | E engine::UpdateBlNitsMapping: get parameter for kBLNitsMapping10Percent ret -7");
   }
-  EXPECT_EQ(log_.With(engine_.UpdateBlNitsMapping(55, false, nullptr, nullptr, map)),
-            "0 | I engine::UpdateBlNitsMapping: only 10 or 100 percentage is supported, input percentage 55");
+  for (const uint32_t percentage : {9U, 11U, 99U, 101U}) {
+    EXPECT_EQ(log_.With(engine_.UpdateBlNitsMapping(percentage, false, nullptr, nullptr, map)),
+              "0 | I engine::UpdateBlNitsMapping: only 10 or 100 percentage is supported, input percentage " +
+                  std::to_string(percentage));
+  }
   EXPECT_EQ(map, std::vector<double>(3, 5.0));
   script.failing = {{kBLLinearTable, -7}};
   GenericPayload empty;
@@ -103,20 +106,22 @@ TEST_F(ScriptedEngine, StepsRefuseNullPointersAndCoverages) {
   const BlBackLight level{sizeof(BlBackLight), 101, 1, false};
   const BlNitsValue luminance;
   BlNitsValue out;
-  EXPECT_EQ(log_.With(engine_.InterPolate({0.0, 0.0}, {0.0, 0.0}, nullptr) + engine_.GetNitsValue(1, nullptr, nullptr) +
-                      engine_.GetBlValue(1.0, nullptr, nullptr) + engine_.InterPolateBlLinearTable({}, nullptr) +
-                      engine_.CalculateNits(&level, &out, &table, &table) +
-                      engine_.CalculateBl(&luminance, &out, &table, &table)),
-            "-132 | E engine::InterPolate: invalid out params (nil)K"
-            " | E engine::GetNitsValue: invalid table (nil)K nits (nil)K"
-            " | E engine::GetBlValue: invalid table (nil)K bl (nil)K"
-            " | E engine::InterPolateBlLinearTable: invalid out param"
-            " | E engine::CalculateNits: invalid screen percentage 101"
-            " | E engine::CalculateBl: invalid screen percentage 0");
-  EXPECT_EQ(engine_.GetNitsValue(1, &table, nullptr) + engine_.GetNitsValue(1, nullptr, &nits), -44);
-  EXPECT_EQ(engine_.GetBlValue(1.0, &table, nullptr) + engine_.GetBlValue(1.0, nullptr, &bl), -44);
+  const auto expect = [this](int result, const std::string& line) {
+    EXPECT_EQ(log_.With(result), "-22 | E engine::" + line);
+  };
+  expect(engine_.InterPolate({0.0, 0.0}, {0.0, 0.0}, nullptr), "InterPolate: invalid out params (nil)K");
+  expect(engine_.GetNitsValue(1, nullptr, nullptr), "GetNitsValue: invalid table (nil)K nits (nil)K");
+  expect(engine_.GetBlValue(1.0, nullptr, nullptr), "GetBlValue: invalid table (nil)K bl (nil)K");
+  expect(engine_.InterPolateBlLinearTable({}, nullptr), "InterPolateBlLinearTable: invalid out param");
+  expect(engine_.CalculateNits(&level, &out, &table, &table), "CalculateNits: invalid screen percentage 101");
+  expect(engine_.CalculateBl(&luminance, &out, &table, &table), "CalculateBl: invalid screen percentage 0");
+  EXPECT_EQ(engine_.GetNitsValue(1, &table, nullptr), -22);
+  EXPECT_EQ(engine_.GetNitsValue(1, nullptr, &nits), -22);
+  EXPECT_EQ(engine_.GetBlValue(1.0, &table, nullptr), -22);
+  EXPECT_EQ(engine_.GetBlValue(1.0, nullptr, &bl), -22);
   EXPECT_TRUE(nits == 9.0 && bl == 9) << "untouched";
-  EXPECT_EQ(engine_.GetNitsValue(1, &table, &nits) + engine_.GetBlValue(1.0, &table, &bl), -44);
+  EXPECT_EQ(engine_.GetNitsValue(1, &table, &nits), -22);
+  EXPECT_EQ(engine_.GetBlValue(1.0, &table, &bl), -22);
   EXPECT_TRUE(nits == 0.0 && bl == 0) << "from an empty table";
 }
 
@@ -157,7 +162,8 @@ TEST(Parser, StepsRefuseASecondDocumentAndNullPointers) {
 
   BackLightNitsParserImp without_panel;  // and so without steps and getters
   Holding<BLRange> range;
-  EXPECT_EQ(log.With(without_panel.Init() + without_panel.GetParameter(kBLRange, &range.payload)),
+  EXPECT_EQ(without_panel.Init(), 0);
+  EXPECT_EQ(log.With(without_panel.GetParameter(kBLRange, &range.payload)),
             "-95 | E parser::GetParameter: getparameter not supported 1");
 }
 
