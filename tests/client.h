@@ -44,9 +44,16 @@ struct PayloadLayout {
   bool copied;
 };
 
-template <class Value>
-void Poke(zarn::GenericPayload* payload, size_t offset, Value value) {
-  std::memcpy(reinterpret_cast<char*>(payload) + offset, &value, sizeof value);
+/// Writes a member of a payload or a record, also a value that its type does not have.
+template <class Object, class Value>
+void Poke(Object* object, size_t offset, Value value) {
+  std::memcpy(reinterpret_cast<char*>(object) + offset, &value, sizeof value);
+}
+
+/// The byte that stands for a flag.
+template <class Object>
+int ByteAt(const Object& object, size_t offset) {
+  return reinterpret_cast<const unsigned char*>(&object)[offset];
 }
 
 /// An empty working folder for as long as it lives.

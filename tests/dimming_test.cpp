@@ -65,11 +65,14 @@ TEST_F(Dimming, KeepsStatusAndScale) {
 TEST_F(Dimming, GettersWantOneRecordAndSettersAny) {
   Open(Calibration());
   GenericPayload empty;
-  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingStatus, &empty) + engine_->GetParameter(kBLDimmingScale, &empty)),
-            "-44 | E engine::GetDimmingStatus: get payload failed | E engine::GetDimmingScale: get payload failed");
-  EXPECT_EQ(log_.With(engine_->SetParameter(kBLDimmingStatus, empty) + engine_->SetParameter(kBLDimmingScale, empty)),
-            "-44 | E engine::SetDimmingStatus: failed to get payload for dimming status ret -22"
-            " | E engine::SetDimmingScale: failed to get payload for dimming scale ret -22");
+  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingStatus, &empty)),
+            "-22 | E engine::GetDimmingStatus: get payload failed");
+  EXPECT_EQ(log_.With(engine_->GetParameter(kBLDimmingScale, &empty)),
+            "-22 | E engine::GetDimmingScale: get payload failed");
+  EXPECT_EQ(log_.With(engine_->SetParameter(kBLDimmingStatus, empty)),
+            "-22 | E engine::SetDimmingStatus: failed to get payload for dimming status ret -22");
+  EXPECT_EQ(log_.With(engine_->SetParameter(kBLDimmingScale, empty)),
+            "-22 | E engine::SetDimmingScale: failed to get payload for dimming scale ret -22");
   EXPECT_EQ(log_.With(engine_->SetParameter(kBLDimmingLuts, empty)),
             "-22" + updating_ + " | E engine::SetDimmingLuts: failed to get payload for dimming Luts ret -22");
   Poke(&empty, 0, uint32_t{sizeof(BLDimmingStatus)});
@@ -80,6 +83,30 @@ TEST_F(Dimming, GettersWantOneRecordAndSettersAny) {
   Poke(&two.payload, offsetof(PayloadLayout, count), uint32_t{2});
   EXPECT_EQ(engine_->SetParameter(kBLDimmingStatus, two.payload), 0);
   EXPECT_EQ(engine_->GetParameter(kBLDimmingStatus, &two.payload), -22);
+}
+
+// A client that is built separately may leave any byte in a flag.
+TEST_F(Dimming, TakesEveryByteButZeroForTrue) {
+  OpenDimmed(10, 10);
+  for (const uint8_t byte : {uint8_t{1}, uint8_t{2}, uint8_t{128}, uint8_t{255}}) {
+    Holding<BLDimmingStatus> status;
+    Poke(status.record, offsetof(BLDimmingStatus, enabled), byte);
+    Dim(false);
+    EXPECT_EQ(log_.With(engine_->SetParameter(kBLDimmingStatus, status.payload)),
+              "0 | I engine::SetDimmingStatus: dimming_enabled_ is updated to 1");
+    EXPECT_EQ(Get(kBLDimmingStatus, &status), "0");
+    EXPECT_EQ(ByteAt(*status.record, offsetof(BLDimmingStatus, enabled)), 1);
+    Holding<BlBackLight> in({sizeof(BlBackLight), 10, 5, false});
+    Poke(in.record, offsetof(BlBackLight, hdr), byte);
+    Holding<BlNitsValue> out;
+    EXPECT_EQ(engine_->ProcessOps(kBLToNits, in.payload, &out.payload), 0);
+    EXPECT_EQ(out->nits, 15.0);
+    EXPECT_EQ(ByteAt(*out.record, offsetof(BlNitsValue, hdr)), 1);
+    Poke(out.record, offsetof(BlNitsValue, hdr), byte);
+    EXPECT_EQ(engine_->ProcessOps(kNitsToBL, out.payload, &out.payload), 0);
+    EXPECT_EQ(out->bl, 5U);
+    EXPECT_EQ(ByteAt(*out.record, offsetof(BlNitsValue, hdr)), 1);
+  }
 }
 
 TEST_F(Dimming, WithoutLutsEveryLevelIsDarkAndNoLuminanceHasALevel) {
@@ -140,6 +167,8 @@ TEST_F(Dimming, LevelsDoNotWrap) {
   EXPECT_EQ(Nits(69999, 10), "69999 hdr");
   OpenDimmed(0, 0);
   EXPECT_EQ(Nits(0, 10), "0 hdr");
+  OpenDimmed(1, 1);
+  EXPECT_EQ(Nits(1, 10), "1 hdr");
 }
 
 TEST_F(Dimming, LutsMustMatchTheRange) {
@@ -154,13 +183,18 @@ TEST_F(Dimming, LutsMustMatchTheRange) {
     EXPECT_EQ(told.find("-22" + updating_ + " | E engine::SetDimmingLuts: invalid input(s) dimming_bl_lut "), 0U)
         << told;
   }
+  uint32_t level = 0;
+  double factor = 0.0;
+  const std::string null_levels = Set(kBLDimmingLuts, DimmingLuts{32, 21, nullptr, 11, &factor});
+  EXPECT_NE(null_levels.find("dimming_bl_lut (nil)K pcc_attn_lut 0x"), std::string::npos) << null_levels;
+  EXPECT_NE(null_levels.find("K bl_lut_sz 21 pcc_lut_sz 11"), std::string::npos) << null_levels;
+  const std::string null_factors = Set(kBLDimmingLuts, DimmingLuts{32, 21, &level, 11, nullptr});
+  EXPECT_NE(null_factors.find("K pcc_attn_lut (nil)K"), std::string::npos) << null_factors;
   EXPECT_EQ(Nits(10, 10), "10 hdr") << "the maps are as they were";
 
   // Nothing matches the greatest range: in 32 bits the count would be 0.
   for (const auto& [max_bl, max_os_bl] : {std::pair{4294967295U, 10U}, {20U, 4294967295U}}) {
     Open(StraightPanel(max_bl, max_os_bl));
-    uint32_t level = 0;
-    double factor = 0.0;
     const std::string told = Set(kBLDimmingLuts, DimmingLuts{32, max_bl + 1, &level, max_os_bl + 1, &factor});
     EXPECT_EQ(told.substr(0, 3), "-22");
   }
@@ -207,19 +241,26 @@ TEST_F(Dimming, MapsOutlastARepeatedInit) {
   for (const uint32_t percentage : {10U, 55U, 100U}) {
     EXPECT_EQ(Nits(11, percentage), "-22 | E engine::ProcessBackLightToNits: invalid input backlight 11 max 10");
   }
+  EXPECT_EQ(SetLuts(Identity(10), std::vector<double>(13, 1.0))[0], '0');
+  EXPECT_EQ(Nits(12, 10), "12 hdr") << "made anew, they have the new range";
+
   EXPECT_EQ(engine_->Deinit(), 0);
   Init();
   Dim(true);
-  EXPECT_EQ(Nits(10, 55), "0 hdr") << "Deinit empties them";
+  for (const uint32_t percentage : {10U, 100U}) {
+    for (const bool hdr : {false, true}) {
+      EXPECT_EQ(Level(1.0, percentage, hdr), "-22") << "Deinit empties them";
+    }
+  }
 }
 
-/// The maps are made in one walk as far as the LUT rises: from any table, sorted or not, and any LUT, they hold what the
-/// table itself gives.
+/// The maps are made in one walk as far as the LUT rises: from any table, sorted or not, and any LUT (random, rising, or
+/// in steps of one up and down), they hold what the table itself gives.
 TEST_F(Dimming, MapsHoldWhatTheTablesGive) {
   constexpr uint32_t kLast = 60;
   std::mt19937 generator(7);  // NOLINT(cert-msc51-cpp): the same in every run
   const auto below = [&](uint32_t end) { return static_cast<uint32_t>(generator() % end); };
-  for (int round = 0; round < 40; ++round) {
+  for (int round = 0; round < 60; ++round) {
     Calibration calibration(kLast, kLast);
     for (Points* table : {&calibration.standard_10, &calibration.standard_100}) {
       table->resize(1 + below(12));
@@ -229,10 +270,11 @@ TEST_F(Dimming, MapsHoldWhatTheTablesGive) {
       }
     }
     std::vector<uint32_t> lut(kLast + 1);
-    for (uint32_t& level : lut) {
-      level = below(kLast + 1);
+    lut[0] = kLast / 2;
+    for (size_t i = 1; i < lut.size(); ++i) {
+      lut[i] = round % 3 == 0 ? std::clamp(lut[i - 1] + 1 - 2 * below(2), 1U, kLast) : below(kLast + 1);
     }
-    if (round % 2 == 0) {
+    if (round % 3 == 1) {
       std::sort(lut.begin(), lut.end());
     }
     Open(calibration);

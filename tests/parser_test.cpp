@@ -154,19 +154,39 @@ TEST_F(Parser, ServesEachParameterUnderItsOwnIdentifier) {
 }
 
 TEST_F(Parser, ForgetsOnDeinitAndReadsAnewOnInit) {
-  const auto parser = Of(Calibration().Text());
+  const std::string text = Calibration().Text();
+  const auto parser = Of(text);
+  GenericPayload unread;
+  const auto expect_tables = [&](const char* when) {
+    SCOPED_TRACE(when);
+    EXPECT_EQ(parser->Init(), 0);
+    EXPECT_EQ(Got<BLLinearTable>(*parser, kBLLinearTable)->entries.size(), 2U) << "not twice";
+    for (const auto param :
+         {kBLNitsMapping10Percent, kBLNitsMapping100Percent, kBLHdrNitsMapping10Percent, kBLHdrNitsMapping100Percent}) {
+      EXPECT_EQ(Got<BackLightToNitsTable>(*parser, param)->points.size(), 2U) << "not twice: " << param;
+    }
+  };
   EXPECT_EQ(parser->Deinit(), 0);
-  EXPECT_EQ(parser->Init(), 0);
-  EXPECT_EQ(parser->Init(), 0);
-  Holding<BackLightToNitsTable> table;
-  EXPECT_EQ(parser->GetParameter(kBLNitsMapping10Percent, &table.payload), 0);
-  EXPECT_EQ(table->points.size(), 2U) << "not twice";
+  expect_tables("first");
+  expect_tables("again");
   EXPECT_EQ(parser->Deinit(), 0);
-  EXPECT_EQ(parser->GetParameter(kBLNitsMapping10Percent, &table.payload), -22);
-  EXPECT_EQ(parser->Init(), 0);
-  WriteFile(FileName("x"), "");
-  EXPECT_EQ(parser->Init(), -2);
-  EXPECT_EQ(parser->GetParameter(kBLNitsMapping10Percent, &table.payload), -22);
+  log_.With("");
+  EXPECT_EQ(log_.With(parser->GetParameter(kBLRange, &unread)),
+            "-22 | E parser::GetParameter: Implementation not initialized");
+  expect_tables("after Deinit");
+  const size_t hbm_10 = text.rfind("<nits_10>");
+  for (const auto& [wrong, result] : {std::pair{std::string(), -2},
+                                      {Replaced(text, "gamma", "Gamma"), -22},
+                                      {text.substr(0, hbm_10) + "</hbm></measurement_data></Calib_Data>", -22},
+                                      {text.substr(0, hbm_10) + Replaced(text.substr(hbm_10), ">60<", "><"), -22}}) {
+    WriteFile(FileName("x"), wrong);
+    EXPECT_EQ(parser->Init(), result);
+    log_.With("");
+    EXPECT_EQ(log_.With(parser->GetParameter(kBLRange, &unread)),
+              "-22 | E parser::GetParameter: Implementation not initialized");
+    WriteFile(FileName("x"), text);
+    expect_tables("after a failure");
+  }
 }
 
 }  // namespace

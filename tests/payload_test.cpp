@@ -58,6 +58,7 @@ TEST(Payload, OwnsOneRecordAndFreesItOnce) {
     uint32_t count = 0;
     EXPECT_EQ(payload.GetPayload(held, count), 0);
     EXPECT_EQ(count, 1U);
+    EXPECT_EQ(ByteAt(payload, offsetof(PayloadLayout, copied)), copy ? 1 : 0);
     EXPECT_EQ(held->value, copy ? 8 : 7);
     EXPECT_NE(held, &source);
     Counted* second = held;
@@ -72,12 +73,15 @@ TEST(Payload, OwnsOneRecordAndFreesItOnce) {
 TEST(Payload, ChecksTheSizeAndThatARecordIsThere) {
   LogLines log;
   uint32_t count = 5;
-  zarn::BLLinearTable* table = nullptr;
+  zarn::BLLinearTable own;
+  zarn::BLLinearTable* table = &own;
   EXPECT_EQ(GenericPayload().GetPayload(table, count), -22);
   Holding<zarn::BLRange> held;
   EXPECT_EQ(held.payload.GetPayload(table, count), -22);
+  zarn::BLDimmingStatus* smaller = nullptr;
+  EXPECT_EQ(held.payload.GetPayload(smaller, count), -22);
   EXPECT_EQ(log.With("silent"), "silent");
-  EXPECT_EQ(count, 5U) << "untouched on failure";
+  EXPECT_TRUE(table == &own && count == 5) << "untouched on failure";
   zarn::BLGamma* as_large = nullptr;
   EXPECT_EQ(held.payload.GetPayload(as_large, count), 0);
 
@@ -93,12 +97,41 @@ TEST(Payload, ChecksTheSizeAndThatARecordIsThere) {
   display::debug_handler_ = handler;
 }
 
+/// Whether these members of a new record are 0, false, null or empty.
+template <class Record, class... Members>
+bool Empty(Members Record::*... members) {
+  const Record record;
+  const auto is_empty = [](const auto& member) {
+    if constexpr (std::is_class_v<std::decay_t<decltype(member)>>) {
+      return member.empty();
+    } else {
+      return member == std::decay_t<decltype(member)>{};
+    }
+  };
+  return (is_empty(record.*members) && ...);
+}
+
+/// The same, and whether it begins with its own size.
+template <class Record, class... Members>
+bool EmptyWithSize(Members Record::*... members) {
+  return Record().size == sizeof(Record) && Empty(members...);
+}
+
 TEST(Records, StartEmptyWithTheirOwnSize) {
-  const zarn::BackLightToNitsTable table;
-  EXPECT_TRUE(table.size == sizeof table && table.percentage == 0 && table.points.empty());
-  const zarn::DimmingLuts luts;
-  EXPECT_TRUE(luts.size == sizeof luts && luts.dimming_bl_lut == nullptr && luts.pcc_attn_lut == nullptr);
-  EXPECT_EQ(zarn::BLPccThresh().pcc_thresh, 0.0);
+  using namespace zarn;
+  EXPECT_TRUE(EmptyWithSize(&BLRange::minimum_bl, &BLRange::max_bl, &BLRange::max_os_bl));
+  EXPECT_TRUE(EmptyWithSize(&BLGamma::gamma));
+  EXPECT_TRUE(EmptyWithSize(&BLPccThresh::pcc_thresh));
+  EXPECT_TRUE(EmptyWithSize(&BLLinearTable::entries));
+  EXPECT_TRUE(Empty(&BlNitsPoint::bl, &BlNitsPoint::nits));
+  EXPECT_TRUE(Empty(&BackLightCordinates::x, &BackLightCordinates::y));
+  EXPECT_TRUE(EmptyWithSize(&BackLightToNitsTable::percentage, &BackLightToNitsTable::points));
+  EXPECT_TRUE(EmptyWithSize(&BlBackLight::percentage, &BlBackLight::bl, &BlBackLight::hdr));
+  EXPECT_TRUE(EmptyWithSize(&BlNitsValue::percentage, &BlNitsValue::bl, &BlNitsValue::nits, &BlNitsValue::hdr));
+  EXPECT_TRUE(EmptyWithSize(&BLDimmingStatus::enabled));
+  EXPECT_TRUE(EmptyWithSize(&BLDimmingScale::scale));
+  EXPECT_TRUE(EmptyWithSize(&DimmingLuts::bl_lut_sz, &DimmingLuts::dimming_bl_lut, &DimmingLuts::pcc_lut_sz,
+                            &DimmingLuts::pcc_attn_lut));
 }
 
 }  // namespace
