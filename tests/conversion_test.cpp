@@ -98,6 +98,15 @@ TEST_F(NitsToBackLight, FollowsTheMeasuredTables) {
   }
 }
 
+// Adding a half and cutting would make the first one 1: the sum is not exact.
+TEST_F(NitsToBackLight, RoundsWhatLiesJustBelowAHalfDown) {
+  Calibration calibration;
+  calibration.standard_10 = {{1, 1.0}};
+  Open(calibration);
+  EXPECT_EQ(Level(0.49999999999999994, 10), "0");
+  EXPECT_EQ(Level(0.5, 10), "1");
+}
+
 // Two equal levels at 15 % give 2.9999999999999996, of which 2 is left.
 TEST_F(NitsToBackLight, TruncatesTheExactCombination) {
   Calibration calibration;

@@ -157,7 +157,10 @@ TEST_F(Dimming, FindsLevelsInTheMaps) {
   EXPECT_EQ(level(100.0, 100), "50 hdr");
   EXPECT_EQ(level(1200.0, 10, true), "400 hdr");
   EXPECT_EQ(level(1200.0, 100, true), "300 hdr");
-  EXPECT_EQ(level(201.0, 55), "150 hdr");  // 201 and, the lower of two, 100: 150.5, truncated
+  EXPECT_EQ(Level(201.0, 55),  // 201 and, the lower of two, 100: 150.5, truncated
+            "150 hdr | V engine::GetBlValue: input nits 201.000000, bl 201, vb_to_nits_map[201] = 201.000000, "
+            "vb_to_nits_map[202] = 202.000000 | V engine::GetBlValue: input nits 201.000000, bl 100, "
+            "vb_to_nits_map[100] = 200.000000, vb_to_nits_map[101] = 202.000000");
   EXPECT_EQ(level(303.0, 55, true), "88 hdr");
   EXPECT_EQ(level(-1.0, 55), "0 hdr");
 }
@@ -216,6 +219,15 @@ TEST_F(Dimming, AMapIsEmptiedWhereItsTableGivesNoLineAndTheLaterOnesStay) {
   EXPECT_EQ(Nits(10, 55, true), "20 hdr") << "0 and 40: no other map in a combination";
   EXPECT_EQ(Level(1.0, 10, true), "-22") << "no other map in this direction";
   EXPECT_EQ(Level(1.0, 55, true), "-22");
+
+  std::swap(calibration.hbm_10, calibration.hbm_100);
+  Write(calibration.Text());
+  Init();
+  EXPECT_EQ(SetLuts(Identity(10), std::vector<double>(11, 1.0)).substr(0, 3), "-22");
+  EXPECT_EQ(Nits(10, 10, true), "40 hdr") << "rebuilt from the table that was the other one";
+  EXPECT_EQ(Nits(10, 100, true), "20 hdr") << "empty: the standard map instead";
+  EXPECT_EQ(Nits(10, 55, true), "20 hdr") << "40 and 0";
+  EXPECT_EQ(Level(1.0, 100, true), "-22") << "no other map in this direction";
 
   calibration.standard_100 = {{1, 1.0}, {0, 0.0}};  // fails from level 2 on
   Write(calibration.Text());

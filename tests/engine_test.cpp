@@ -16,10 +16,14 @@ TEST(Factory, HandsOutOneEngineANameAndAnyNumberOfParsers) {
   EXPECT_EQ(log.With(""),
             " | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel f"
             " | I factory::CreateBackLightNitsIntf: BL nits interface already created, use count 3");
-  for (const std::string name : {"f ", "F", ""}) {
+  for (const std::string& name : {std::string("f "), std::string("F"), std::string(), std::string("f\0", 2)}) {
     const auto other = factory->CreateBackLightNitsIntf(name);
     EXPECT_NE(other, engine);
-    EXPECT_EQ(log.With(""), " | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for panel " + name);
+    EXPECT_EQ(log.With(""), std::string(" | I factory::CreateBackLightNitsIntf: Creating new BlToNits interfece for "
+                                        "panel ") +
+                                name.c_str());
+    EXPECT_EQ(factory->CreateBackLightNitsIntf(name), other);
+    log.With("");
   }
   EXPECT_NE(factory->CreateBackLightNitsParser("f"), factory->CreateBackLightNitsParser("f"));
 }
@@ -94,6 +98,23 @@ TEST_F(Engine, RefusesInTheOrderStateOutputIdentifier) {
          "-22 | E engine::SetParameter: Implementation not initialized");
 }
 
+TEST_F(Engine, NamesTheIdentifierThatHasNoHandler) {
+  Open(Calibration());
+  GenericPayload empty;
+  for (const int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 11}) {
+    EXPECT_EQ(log_.With(engine_->SetParameter(BLNitsParams(id), empty)),
+              "-95 | E engine::SetParameter: setparameter not supported " + std::to_string(id));
+  }
+  for (const int id : {-1, 10, 11}) {
+    EXPECT_EQ(log_.With(engine_->GetParameter(BLNitsParams(id), &empty)),
+              "-95 | E engine::GetParameter: getparameter not supported " + std::to_string(id));
+  }
+  for (const int id : {-1, 2}) {
+    EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(id), empty, &empty)),
+              "-95 | E engine::ProcessOps: processops not supported " + std::to_string(id));
+  }
+}
+
 TEST_F(Engine, ForwardsCalibrationDataFromItsParser) {
   Open(Calibration());
   EXPECT_EQ(Got<BLGamma>(*engine_, kBLGamma)->gamma, 2.2);
@@ -111,6 +132,7 @@ TEST_F(Engine, InitCanFailAndBeRepeated) {
   Open(Calibration());
   panel_ += "b";
   engine_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel_);
+  EXPECT_EQ(engine_->Deinit(), 0) << "before the first Init";
   log_.With("");
   const std::string file = " | I parser::BackLightNitsParserImp: file_name " + FileName(panel_);
   const std::string missing = "-2" + file + " | W parser::ParseTopNode: file not found " + FileName(panel_) +

@@ -45,6 +45,7 @@ TEST_F(Parser, SaysWhatIsWrongInAFile) {
            {">1023<", "><!-- first -->1<", "ParseLinearTable: linear backlight value invalid cnt 1"},
            {"l_bl>", "l_bl><b>1</b><b><i>2</i></b>", "ParseLinearTable: panel backlight value invalid cnt 1"},
            {"l_bl>", "l_bl><b>1</b>", "ParseLinearTable: invalid cfg panel bl size 3 linear bl size 2"},
+           {"d_bl>", "d_bl><b>1</b>", "ParseLinearTable: invalid cfg panel bl size 2 linear bl size 3"},
            {"<m", "<measurement_data/><m", "ParseFullScreenNitsTable: failed to find standard"},
            {"<stan", "<standard/><stan", "ParseFullScreenNitsTable: failed to find nits_100"},
            {"<nits_100>", "<nits_100/><nits_100>", "BackLightsToNitsTableParse: failed to find bl_value node"},
@@ -52,6 +53,9 @@ TEST_F(Parser, SaysWhatIsWrongInAFile) {
            {">100<", "><", "BackLightsToNitsTableParse: backlight value invalid cnt 0"},
            {">600<", "><", "BackLightsToNitsTableParse: nits value invalid cnt 1"},
            {"<nits_v", "<nits_value/><nits_v", "BackLightsToNitsTableParse: invalid cfg nits size 0 bl size 2"},
+           {"s_value>", "s_value><b>1</b>", "BackLightsToNitsTableParse: invalid cfg nits size 3 bl size 2"},
+           {"<hbm>", "<hbm><nits_100><bl_value/><nits_value/></nits_100></hbm><hbm>",
+            "ParseHdrOneTenthScreenNitsTable: failed to find nits_10"},
            {"<hbm>", "<hbm/><hbm>", "ParseHdrFullScreenNitsTable: failed to find nits_100"},
        }) {
     std::string file = Replaced(text, what, with);
@@ -66,6 +70,16 @@ TEST_F(Parser, SaysWhatIsWrongInAFile) {
            {"<hbm", "</measurement_data>", "ParseHdrFullScreenNitsTable: failed to find hbm"}}) {
     expect(text.substr(0, text.find(last)) + end + "</Calib_Data>", line);
   }
+  // A list is read to its end before the next one is looked for.
+  expect(Replaced(text.substr(0, text.find("<panel_bl")), ">1023<", "><") + "</Calib_Data>",
+         "ParseLinearTable: linear backlight value invalid cnt 1");
+  expect(Replaced(text.substr(0, text.find("<nits_v")), ">100<", "><") +
+             "</nits_100></standard></measurement_data></Calib_Data>",
+         "BackLightsToNitsTableParse: backlight value invalid cnt 0");
+  EXPECT_EQ(log_.With(Of("<Calib_Data gamma='1' minimum_bl='1' max_bl='2'/>")->Init()),
+            "-22 | I parser::ParseBlRange: failed to find max_os_bl"
+            " | W parser::ParsePccThresh: failed to find pcc_thresh"
+            " | E parser::ParseLinearTable: failed to find linearized_bl | E parser::Init: ParseLinearTable: ret -22");
 }
 
 TEST_F(Parser, TellsAFileThatCannotBeLoadedFromOneThatIsWrong) {
@@ -92,15 +106,16 @@ TEST_F(Parser, ReadsNumbersAsTheyStandAndIgnoresWhatItDoesNotKnow) {
   calibration.hbm_10 = {};
   std::string text = Replaced(calibration.Text(), "<linearized_bl><value>0</value>",
                               "<other/>text<linearized_bl><a> 12 </a><!-- no value --><b>12abc</b><c>-1</c>"
-                              "<d><![CDATA[abc]]></d>");
-  text = Replaced(text, "<panel_bl>", "<panel_bl><v>5</v><v>4</v><v>3</v><v>2</v><v>1</v></panel_bl><panel_bl>");
+                              "<d><![CDATA[abc]]></d><e>010</e><f>1e3</f>");
+  text = Replaced(text, "<panel_bl>",
+                  "<panel_bl><v>7</v><v>6</v><v>5</v><v>4</v><v>3</v><v>2</v><v>1</v></panel_bl><panel_bl>");
   text = Replaced(text, "</measurement_data>", "</measurement_data><measurement_data><standard/></measurement_data>");
   const auto parser = Of(Replaced(text, "<value>600</value>", "<value>-0.25e1 nits</value>"));
   EXPECT_EQ(log_.With(parser->Init()),
             "0 | I parser::ParseBlRange: failed to find max_os_bl"
             " | W parser::ParsePccThresh: failed to find pcc_thresh");
   EXPECT_EQ(Got<BLLinearTable>(*parser, kBLLinearTable)->entries,
-            (Levels{{12, 5}, {12, 4}, {4294967295U, 3}, {0, 2}, {1023, 1}}));
+            (Levels{{12, 7}, {12, 6}, {4294967295U, 5}, {0, 4}, {10, 3}, {1, 2}, {1023, 1}}));
   EXPECT_EQ(Got<BackLightToNitsTable>(*parser, kBLNitsMapping100Percent)->points.at(1).nits, -2.5);
   const auto empty = Got<BackLightToNitsTable>(*parser, kBLHdrNitsMapping10Percent);
   EXPECT_TRUE(empty->points.empty() && empty->percentage == 10);
@@ -151,6 +166,16 @@ TEST_F(Parser, ServesEachParameterUnderItsOwnIdentifier) {
     ASSERT_EQ(table->points.size(), 3U) << "appended";
     EXPECT_TRUE(table->points[0].bl == 9 && table->points[1].bl == 100 && table->points[1].nits == nits);
   }
+  Holding<BLLinearTable> linear({1, {{9, 9}}});
+  Holding<BLRange> range({1, 0, 0, 0});
+  Holding<BLGamma> gamma({1, 0.0});
+  Holding<BLPccThresh> threshold({1, 0.0});
+  EXPECT_EQ(parser->GetParameter(kBLLinearTable, &linear.payload), 0);
+  EXPECT_EQ(linear->entries, (Levels{{9, 9}, {0, 0}, {1023, 1000}})) << "appended";
+  EXPECT_EQ(parser->GetParameter(kBLRange, &range.payload), 0);
+  EXPECT_EQ(parser->GetParameter(kBLGamma, &gamma.payload), 0);
+  EXPECT_EQ(parser->GetParameter(kBLPccThresh, &threshold.payload), 0);
+  EXPECT_TRUE(linear->size == 1 && range->size == 1 && gamma->size == 1 && threshold->size == 1) << "never written";
 }
 
 TEST_F(Parser, ForgetsOnDeinitAndReadsAnewOnInit) {

@@ -70,6 +70,17 @@ TEST(Payload, OwnsOneRecordAndFreesItOnce) {
   EXPECT_EQ(Counted::alive, 1);
 }
 
+// What a process without a handler of its own reads.
+TEST(Log, GoesToStandardErrorFromWarningOn) {
+  testing::internal::CaptureStderr();
+  display::debug_handler_->Error("%s %d", "one", 1);
+  display::debug_handler_->Warning("two");
+  display::debug_handler_->Info("three");
+  display::debug_handler_->Debug("four");
+  display::debug_handler_->Verbose("five");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "error: one 1\nwarning: two\n");
+}
+
 TEST(Payload, ChecksTheSizeAndThatARecordIsThere) {
   LogLines log;
   uint32_t count = 5;

@@ -12,9 +12,10 @@ namespace {
 
 using namespace zarn;
 
-/// Fails the requests in `failing`, with these codes; counts requests.
+/// Fails Init and the requests in `failing`, with these codes; counts requests.
 struct Script {
   bool no_parser = false;
+  int init = 0;
   std::map<BLNitsParams, int> failing;
   int requests = 0;
 };
@@ -22,7 +23,7 @@ Script script;
 
 class ScriptedParser : public BackLightNitsIntf {
  public:
-  int Init() override { return 0; }
+  int Init() override { return script.init; }
   int Deinit() override { return 0; }
   int SetParameter(BLNitsParams /*param*/, const GenericPayload& /*payload*/) override { return -95; }
   int ProcessOps(BLNitOps /*op*/, const GenericPayload& /*in*/, GenericPayload* /*out*/) override { return -95; }
@@ -52,8 +53,14 @@ TEST_F(ScriptedEngine, TellsWhichRequestFailedAndMakesNoFurther) {
   script.no_parser = true;
   EXPECT_EQ(log_.With(engine_.Init()), "-22 | E engine::Init: failed to create the parser");
   script.no_parser = false;
+  script.init = -6;
+  EXPECT_EQ(log_.With(engine_.Init()), "-6 | E engine::Init: parser initialization failed, ret -6");
+  script.init = 0;
   script.failing = {{kBLRange, -5}};
   EXPECT_EQ(log_.With(engine_.Init()), "-5 | E engine::Init: get parameter for BlRange ret -5");
+  GenericPayload empty;
+  EXPECT_EQ(log_.With(engine_.SetParameter(kBLGamma, empty)),
+            "-22 | E engine::SetParameter: Implementation not initialized");
   script.failing = {};
   ASSERT_EQ(engine_.Init(), 0);
 
@@ -83,7 +90,6 @@ TEST_F(ScriptedEngine, TellsWhichRequestFailedAndMakesNoFurther) {
   }
   EXPECT_EQ(map, std::vector<double>(3, 5.0));
   script.failing = {{kBLLinearTable, -7}};
-  GenericPayload empty;
   EXPECT_EQ(log_.With(engine_.GetParameter(kBLLinearTable, &empty)),
             "-7 | E engine::GetBlLinearTable: get bllinear tabled failed ret -7");
 }
@@ -155,6 +161,7 @@ TEST(Parser, StepsRefuseASecondDocumentAndNullPointers) {
             "-114 | E parser::ParseTopNode: document created already"
             " | E parser::Init: ParseTopNode: ret -114");
   EXPECT_EQ(log.With(parser.Init()), "0") << "the document went with the failure";
+  EXPECT_EQ(log.With(parser.ParseTopNode()), "0") << "and with the success";
   BackLightToNitsTable table;
   tinyxml2::XMLDocument document;
   EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(nullptr, &table)), "-22");
