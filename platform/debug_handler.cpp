@@ -2,7 +2,8 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <new>
+
+#include "never_destroyed.h"
 
 namespace display {
 namespace {
@@ -34,11 +35,10 @@ class StandardErrorHandler : public DebugHandler {
   void Verbose(const char* /*format*/, ...) override {}
 };
 
-// In storage of its own, so that it is never destroyed: threads may still log while the process exits.
-alignas(StandardErrorHandler) unsigned char storage[sizeof(StandardErrorHandler)];
+BLNITS_CONSTINIT zarn::NeverDestroyed<StandardErrorHandler> standard_error;
 
 }  // namespace
 
-DebugHandler* debug_handler_ = new (storage) StandardErrorHandler;
+BLNITS_CONSTINIT DebugHandler* debug_handler_ = &standard_error.object;
 
 }  // namespace display

@@ -1,6 +1,6 @@
 #include "log.h"
 
-#include <new>
+#include "never_destroyed.h"
 
 namespace zarn {
 namespace {
@@ -14,12 +14,10 @@ class SilentHandler : public display::DebugHandler {
   void Verbose(const char* /*format*/, ...) override {}
 };
 
-// In storage of its own, so that it is never destroyed: threads may still log while the process exits.
-alignas(SilentHandler) unsigned char storage[sizeof(SilentHandler)];
-display::DebugHandler* const silent = new (storage) SilentHandler;
+BLNITS_CONSTINIT NeverDestroyed<SilentHandler> silent;
 
 }  // namespace
 
-display::DebugHandler& SilentLog() { return *silent; }
+display::DebugHandler& SilentLog() { return silent.object; }
 
 }  // namespace zarn
