@@ -9,11 +9,8 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "required_flags.h"
 #include "thread_safety.h"
-
-#if defined(__FAST_MATH__) || __FINITE_MATH_ONLY__ || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__)
-#error "The results are defined to the last bit: build without -ffast-math and its parts."
-#endif
 
 namespace zarn {
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "backlight_nits_factory_intf.h"
+#include "required_flags.h"
 #include "thread_safety.h"
 
 namespace zarn {

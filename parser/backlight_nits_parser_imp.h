@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "required_flags.h"
 #include "thread_safety.h"
 
 namespace zarn {

@@ -1,0 +1,50 @@
+# The results are defined to the last bit, so the library computes doubles as IEEE 754 defines, whatever flags surround it.
+# Of contradicting flags the last one holds. CMake drops an option that an earlier one repeats, whatever stands between
+# them: as one SHELL: group, ours repeat nothing and stay the last.
+set(blnits_arithmetic_options "SHELL:-fno-fast-math -ffp-contract=off")
+
+# -Ofast, -ffast-math and -funsafe-math-optimizations also link an object that makes the processor take small numbers for
+# zero, in the whole process. A later -O takes -Ofast back; otherwise it matters to link-time optimization only.
+set(blnits_arithmetic_link_options "SHELL:-fno-fast-math -fno-unsafe-math-optimizations -O3")
+
+# Ends the configuration of the project unless a program that is compiled and linked as the library is, in configuration
+# `config`, computes as it should.
+function(blnits_check_arithmetic config)
+  set(CMAKE_TRY_COMPILE_CONFIGURATION ${config})
+  set(probe SOURCES ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/arithmetic.cpp NO_CACHE LINK_LIBRARIES blnits_probe)
+  set(failed 0)
+  if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    message(STATUS "The arithmetic of what is built is not tried out: there is no emulator to run it")
+    try_compile(compiled ${probe} OUTPUT_VARIABLE errors)
+  else()
+    try_run(failed compiled ${probe} COMPILE_OUTPUT_VARIABLE errors RUN_OUTPUT_VARIABLE faults)
+  endif()
+  if(NOT compiled)
+    message(FATAL_ERROR "A program does not compile with the options of the library:\n${errors}")
+  endif()
+  if(NOT failed EQUAL 0)
+    string(TOUPPER "FLAGS_${config}" of_config)
+    get_target_property(options blnits_probe INTERFACE_COMPILE_OPTIONS)
+    list(JOIN options " " options)
+    message(FATAL_ERROR "The results are defined to the last bit, but with\n"
+      "  ${CMAKE_CXX_COMPILER} ${CMAKE_CXX_FLAGS} ${CMAKE_CXX_${of_config}} ${options}\n"
+      "the compiler\n${faults}Please leave out what does that.")
+  endif()
+endfunction()
+
+get_directory_property(compile_options COMPILE_OPTIONS)
+get_directory_property(link_options LINK_OPTIONS)
+# What depends on targets means nothing outside this project.
+list(FILTER compile_options EXCLUDE REGEX "<TARGET")
+list(FILTER link_options EXCLUDE REGEX "<TARGET")
+add_library(blnits_probe INTERFACE IMPORTED)
+target_compile_options(blnits_probe INTERFACE
+  ${compile_options} ${BLNITS_LIBRARY_OPTIONS} ${blnits_arithmetic_options})
+target_link_options(blnits_probe INTERFACE ${link_options} ${blnits_arithmetic_link_options})
+if(CMAKE_CONFIGURATION_TYPES)
+  foreach(config IN LISTS CMAKE_CONFIGURATION_TYPES)
+    blnits_check_arithmetic(${config})
+  endforeach()
+else()
+  blnits_check_arithmetic("${CMAKE_BUILD_TYPE}")
+endif()

@@ -1,0 +1,21 @@
+#pragma once
+
+/// \file
+/// Refuses compiler flags under which the library would not be what it promises. The project's own build neutralises them;
+/// this is for any other. Clang has no macro for some parts of fast-math: with clang, put
+/// `-fno-fast-math -ffp-contract=off -fexceptions` behind all other flags.
+
+#include <cfloat>
+
+#if defined(__FAST_MATH__) || __FINITE_MATH_ONLY__ || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__)
+#error "The results are defined to the last bit: build without -ffast-math and its parts."
+#endif
+
+#if FLT_EVAL_METHOD != 0
+#error \
+    "The results are defined to the last bit: build for a processor, and without flags (-mfpmath=387), that compute doubles in another precision."
+#endif
+
+#if !defined(__cpp_exceptions)
+#error "Where memory runs out, an exception ends the process, while locks may be held: build with -fexceptions."
+#endif
