@@ -26,6 +26,7 @@ function(blnits_check_arithmetic config)
     string(TOUPPER "FLAGS_${config}" of_config)
     get_target_property(options blnits_probe INTERFACE_COMPILE_OPTIONS)
     list(JOIN options " " options)
+    string(REPLACE "SHELL:" "" options "${options}")
     message(FATAL_ERROR "The results are defined to the last bit, but with\n"
       "  ${CMAKE_CXX_COMPILER} ${CMAKE_CXX_FLAGS} ${CMAKE_CXX_${of_config}} ${options}\n"
       "the compiler\n${faults}Please leave out what does that.")

@@ -23,7 +23,8 @@ class BackLightNitsFactoryIntf {
   /// \param panel_name any bytes, compared exactly; put as they are into the name of the calibration file,
   /// "backlight_calib_<panel_name>.xml". It is searched in /vendor/etc/display/ and, if it is not there, in
   /// /odm/etc/display/; where /vendor/etc/display/ does not exist, in /usr/data/display/; where that does not exist
-  /// either, in the working directory.
+  /// either, in the working directory. A name with a NUL in it is another name than the part before the NUL, but paths
+  /// and log lines end there, without the ".xml".
   /// \return never null. A new engine is not initialised: call BackLightNitsIntf::Init. The factory keeps an owner of its
   /// own, so the engine and all its state live until the library is unloaded or the process exits, whatever happens to
   /// the handle. Drop every handle before that.

@@ -44,6 +44,10 @@ class BackLightNitsIntf {
   /// A file is not loaded (-2) when it is no regular file, is larger than 32 MiB, has a tag of more than 2048 bytes or is
   /// nested more than 100 deep.
   ///
+  /// Numbers in the file are read in the locale of the calling thread: where it has a decimal comma, 2.6875 becomes 2,
+  /// without an error. Call Init while LC_NUMERIC is "C", which it is until somebody calls setlocale, or give the thread
+  /// that locale with uselocale for the length of the call. No other operation depends on the locale.
+  ///
   /// A parser reads the file that it chose when it was made. After a failed repetition it is not initialised.
   /// \return 0, -2 or -22.
   virtual int Init() = 0;

@@ -42,7 +42,7 @@ endmacro()
 # The configuration is refused with `reason`.
 macro(refused reason)
   configure_and_build(${ARGN})
-  if(NOT result EQUAL 0 AND said MATCHES "the compiler\n[^\n]*${reason}")
+  if(NOT result EQUAL 0 AND said MATCHES "the compiler.*${reason}")
     message("refused, ${reason}: ${ARGN}")
   else()
     fault("${said}" ${ARGN})
