@@ -20,7 +20,7 @@ union NeverDestroyed {
   constexpr NeverDestroyed() : object() {}
   NeverDestroyed(const NeverDestroyed&) = delete;
   NeverDestroyed& operator=(const NeverDestroyed&) = delete;
-  ~NeverDestroyed() {}
+  ~NeverDestroyed() {}  // NOLINT(modernize-use-equals-default): that would be deleted.
 
   T object;
 };
