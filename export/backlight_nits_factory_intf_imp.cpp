@@ -24,6 +24,7 @@ std::shared_ptr<BackLightNitsIntf> BackLightNitsFactoryIntfImp::CreateBackLightN
       return handle;
     }
   }
+  // Spelled so for good: log texts are frozen.
   Log().Info("BackLightNitsFactoryIntfImp::%s: Creating new BlToNits interfece for panel %s", __func__,
              panel_name.c_str());
   std::shared_ptr<BackLightNitsIntf> handle(new BackLightNitsImp(panel_name));

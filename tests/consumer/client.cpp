@@ -1,7 +1,8 @@
-// A client made of nothing but the four public headers: the curve of a panel's every 85th level, and back.
+// A client made of nothing but the public headers: the curve of a panel's every 85th level and back, and the version.
 #include <backlight_nits_factory_intf.h>
 #include <backlight_nits_intf.h>
 #include <backlight_nits_records.h>
+#include <backlight_nits_version.h>
 #include <generic_payload.h>
 
 #include <iostream>
@@ -26,4 +27,5 @@ int main() {
     }
     std::cout << "level " << answer->bl << "\n";
   }
+  std::cout << "version " << zarn::LoadedBackLightNitsVersion() << ", headers " << BACKLIGHT_NITS_VERSION << "\n";
 }

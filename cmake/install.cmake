@@ -1,0 +1,56 @@
+# What `cmake --install` brings, for CMake and for pkg-config.
+include(CMakePackageConfigHelpers)
+
+set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/backlight_nits)
+install(TARGETS backlight_nits backlight_nits_debug_log blnits_interface
+  EXPORT backlight_nits
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  FILE_SET HEADERS DESTINATION ${header_folder} COMPONENT development
+  INCLUDES DESTINATION ${header_folder})
+set_target_properties(blnits_interface PROPERTIES EXPORT_NAME interface)
+set_target_properties(backlight_nits_debug_log PROPERTIES EXPORT_NAME debug_log)
+# An installed tree works wherever it is.
+set_target_properties(backlight_nits PROPERTIES INSTALL_RPATH "$ORIGIN")
+if(BLNITS_TOOL)
+  set_target_properties(blnits PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS blnits RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  if(TARGET blnits_manual)
+    install(FILES ${PROJECT_BINARY_DIR}/tools/blnits.1
+      DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    install(FILES ${PROJECT_BINARY_DIR}/tools/completion/blnits
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+  endif()
+endif()
+
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/backlight_nits)
+install(EXPORT backlight_nits NAMESPACE backlight_nits:: DESTINATION ${package_folder} COMPONENT development
+  FILE backlight_nits-targets.cmake)
+configure_package_config_file(cmake/backlight_nits-config.cmake.in backlight_nits-config.cmake
+  INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(backlight_nits-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/backlight_nits-config.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/backlight_nits-config-version.cmake
+  DESTINATION ${package_folder} COMPONENT development)
+
+# Relative, so that an installed tree can be moved.
+file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+set(packages backlight_nits)
+if(BLNITS_DEBUG_LOG)
+  set(log_cflags "-I\"${BLNITS_DEBUG_LOG_HEADERS}\"")
+  set(libs "\"${BLNITS_DEBUG_LOG}\"")
+else()
+  list(APPEND packages backlight_nits_debug_log)
+  set(requires backlight_nits_debug_log)
+endif()
+# What a static library needs is part of every link.
+if(NOT BUILD_SHARED_LIBS)
+  string(APPEND requires " tinyxml2")
+  string(APPEND libs " -pthread")
+endif()
+foreach(name IN LISTS packages)
+  configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
