@@ -4,7 +4,12 @@ string(REGEX REPLACE ".*\n## ${CPACK_PACKAGE_VERSION}[^\n]*\n\n" "" changes "${c
 string(REGEX REPLACE "\n## .*" "" changes "${changes}")
 string(REGEX REPLACE "\n+$" "" changes "\n${changes}")
 string(REPLACE "\n  " "\n    " changes "${changes}")
-string(REPLACE "\n- " "\n  * " changes "${changes}")
+string(REPLACE "\n- " "\n\n  * " changes "${changes}")
+# Debian's lines are shorter than ours.
+set(wrapped "${CPACK_TEMPORARY_DIRECTORY}/changes")
+file(WRITE "${wrapped}" "${changes}\n")
+execute_process(COMMAND fmt --tagged-paragraph --width=78 "${wrapped}" OUTPUT_VARIABLE changes COMMAND_ERROR_IS_FATAL ANY)
+file(REMOVE "${wrapped}")
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
 set(version "${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 
@@ -18,7 +23,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   set(folder "${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component}${CPACK_PACKAGING_INSTALL_PREFIX}/share")
   set(changelog "${folder}/doc/${package}/changelog.Debian")
   file(WRITE "${changelog}"
-    "${CPACK_DEBIAN_PACKAGE_SOURCE} (${version}) unstable; urgency=medium\n${changes}\n\n"
+    "${CPACK_DEBIAN_PACKAGE_SOURCE} (${version}) unstable; urgency=medium${changes}\n"
     " -- ${CPACK_PACKAGE_CONTACT}  ${now}\n")
   compress("${changelog}")
   file(GLOB pages "${folder}/man/man1/*.1")
