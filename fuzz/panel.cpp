@@ -40,11 +40,16 @@ class DroppedLog : public display::DebugHandler {
   void Verbose(const char* format, ...) override __attribute__((format(printf, 2, 3))) { BLNITS_FORMAT(); }
 };
 
+/// In memory where that is possible, since a fuzzer writes a file for each input.
 fs::path MakeFolder() {
-  const fs::path memory = "/dev/shm";
-  std::string pattern = (fs::is_directory(memory) ? memory : fs::temp_directory_path()) / "blnits_fuzz.XXXXXX";
-  Require(mkdtemp(pattern.data()) != nullptr, "a temporary folder can be made");
-  return pattern;
+  for (const fs::path& where : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
+    std::string pattern = where / "blnits_fuzz.XXXXXX";
+    if (mkdtemp(pattern.data()) != nullptr) {
+      return pattern;
+    }
+  }
+  Require(false, "a temporary folder can be made");
+  return {};
 }
 
 /// Calls with the working folder, where a panel's file is searched, elsewhere: relative paths of the fuzzer itself are

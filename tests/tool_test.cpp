@@ -30,6 +30,8 @@ class Workplace {
   Workplace() {
     static const std::string path = std::filesystem::path(BLNITS_TOOL).parent_path().string() + ":" + getenv("PATH");
     setenv("PATH", path.c_str(), 1);
+    // The shell's own commands (seq, sort, awk) print the same everywhere.
+    setenv("LC_ALL", "C", 1);
     // A link: no shell splits its name, whatever the folder is called.
     std::filesystem::create_symlink(BLNITS_TESTS, "tests");
     setenv("TESTS", "tests", 1);
