@@ -36,10 +36,10 @@ File OpenRegularFile(const std::string& path) {
   return file;
 }
 
-// Up to one byte more than a file may have. By what was read, not by the size that the file system tells: the file may
-// grow. False when reading fails.
+// Up to one block more than a file may have. By what was read, not by the size that the file system tells: the file may
+// grow. False when reading fails. The block is small, since clients call from threads with small stacks.
 bool Read(FILE* file, std::string* text) {
-  char block[65536];
+  char block[4096];
   size_t got = 0;
   while (text->size() <= kMaxFileBytes && (got = std::fread(block, 1, sizeof block, file)) > 0) {
     text->append(block, got);
@@ -47,20 +47,27 @@ bool Read(FILE* file, std::string* text) {
   return std::ferror(file) == 0;
 }
 
-// Where the tag that begins at `start` ends: behind the first '>' outside quotes.
-size_t EndOfTag(std::string_view text, size_t start) {
+struct Tag {
+  size_t end;         // Behind the first '>' outside quotes.
+  size_t attributes;  // As many as there are values in quotes.
+};
+
+Tag ReadTag(std::string_view text, size_t start) {
+  Tag tag{text.size(), 0};
   char quote = '\0';
   for (size_t at = start; at < text.size(); ++at) {
     const char c = text[at];
     if (quote != '\0') {
       quote = c == quote ? '\0' : quote;
     } else if (c == '>') {
-      return at + 1;
+      tag.end = at + 1;
+      break;
     } else if (c == '"' || c == '\'') {
       quote = c;
+      ++tag.attributes;
     }
   }
-  return text.size();
+  return tag;
 }
 
 // Where the markup that begins with "<!" or "<?" at `start` ends: behind "-->" for a comment, likewise for the others.
@@ -77,19 +84,109 @@ size_t EndOfOtherMarkup(std::string_view text, size_t start) {
   return text.size();
 }
 
-// Where the first tag that is too long begins; npos when none is.
-size_t FindLongTag(std::string_view text) {
-  for (size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
-    const char next = at + 1 < text.size() ? text[at + 1] : '\0';
-    const bool is_tag = next != '!' && next != '?';
-    const size_t end = is_tag ? EndOfTag(text, at) : EndOfOtherMarkup(text, at);
-    if (is_tag && end - at > kMaxTagBytes) {
+// Where the first reference that is too long begins; npos when none is.
+size_t FindLongReference(std::string_view text) {
+  for (size_t at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 2)) {
+    const std::string_view reference = text.substr(at, kMaxReferenceBytes + 1);
+    if (reference.size() > kMaxReferenceBytes && reference.find(';') >= kMaxReferenceBytes) {
       return at;
     }
-    at = end;
   }
   return std::string_view::npos;
 }
+
+bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// Takes a file's text apart as the XML reader will, and finds what would cost the reader too much time, memory or stack.
+// Where the reader stops at an error, the scan may go on and find something: the file is refused in either case.
+class Scan {
+ public:
+  explicit Scan(std::string_view text) : text_(text) {}
+
+  LoadResult FindFault() {
+    LoadFault fault = LoadFault::kNone;
+    while (at_ < text_.size() && fault == LoadFault::kNone) {
+      place_ = at_;
+      fault = text_[at_] != '<' ? TakeText() : IsTag() ? TakeTag() : TakeOther();
+    }
+    return {fault, fault != LoadFault::kNone ? Line() : 0};
+  }
+
+ private:
+  bool IsTag() const {
+    const char next = at_ + 1 < text_.size() ? text_[at_ + 1] : '\0';
+    return next != '!' && next != '?';
+  }
+
+  // The text from here to `end`, which becomes the next place.
+  std::string_view TakeUntil(size_t end) {
+    const std::string_view taken = text_.substr(at_, end - at_);
+    at_ = std::min(end, text_.size());
+    return taken;
+  }
+
+  // The reader drops white space between two tags.
+  LoadFault TakeText() {
+    const std::string_view text = TakeUntil(text_.find('<', at_));
+    if (std::all_of(text.begin(), text.end(), IsSpace)) {
+      return LoadFault::kNone;
+    }
+    return HasLongReference(text) ? LoadFault::kReferenceTooLong : AddNode();
+  }
+
+  LoadFault TakeTag() {
+    const Tag tag = ReadTag(text_, at_);
+    const std::string_view text = TakeUntil(tag.end);
+    if (text.size() > kMaxTagBytes) {
+      return LoadFault::kTagTooLong;
+    }
+    if (HasLongReference(text)) {
+      return LoadFault::kReferenceTooLong;
+    }
+    attributes_ += tag.attributes;
+    return attributes_ > kMaxAttributes ? LoadFault::kTooManyAttributes : AddElement(text);
+  }
+
+  bool HasLongReference(std::string_view text) {
+    const size_t offset = FindLongReference(text);
+    place_ += offset != std::string_view::npos ? offset : 0;
+    return offset != std::string_view::npos;
+  }
+
+  // The reader takes "</a/>" for an empty element, and allows white space in front of the first slash.
+  LoadFault AddElement(std::string_view tag) {
+    const auto name = std::find_if_not(tag.begin() + 1, tag.end(), IsSpace);
+    const bool closing = name != tag.end() && *name == '/';
+    const bool empty = tag[tag.size() - std::min<size_t>(tag.size(), 2)] == '/';
+    if (closing && !empty) {
+      depth_ -= std::min<size_t>(depth_, 1);
+      return LoadFault::kNone;
+    }
+    if (depth_ == kMaxDepth) {
+      return LoadFault::kNestedTooDeep;
+    }
+    depth_ += empty ? 0 : 1;
+    return AddNode();
+  }
+
+  LoadFault TakeOther() {
+    TakeUntil(EndOfOtherMarkup(text_, at_));
+    return AddNode();
+  }
+
+  LoadFault AddNode() { return ++nodes_ > kMaxNodes ? LoadFault::kTooManyNodes : LoadFault::kNone; }
+
+  int Line() const {
+    return 1 + static_cast<int>(std::count(text_.begin(), text_.begin() + static_cast<ptrdiff_t>(place_), '\n'));
+  }
+
+  const std::string_view text_;
+  size_t at_ = 0;
+  size_t place_ = 0;  // Of a fault.
+  size_t depth_ = 0;
+  size_t nodes_ = 0;
+  size_t attributes_ = 0;
+};
 
 }  // namespace
 
@@ -104,11 +201,9 @@ LoadResult LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* d
   if (text.size() > kMaxFileBytes) {
     return {LoadFault::kTooLarge, 0};
   }
-  const size_t long_tag = FindLongTag(text);
-  if (long_tag != std::string::npos) {
-    const auto start = text.begin();
-    return {LoadFault::kTagTooLong,
-            1 + static_cast<int>(std::count(start, start + static_cast<ptrdiff_t>(long_tag), '\n'))};
+  const LoadResult found = Scan(text).FindFault();
+  if (found.fault != LoadFault::kNone) {
+    return found;
   }
   if (document->Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
     return {LoadFault::kNotWellFormed, document->ErrorLineNum()};

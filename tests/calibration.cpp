@@ -40,6 +40,14 @@ std::string Shortest(double number) {
   return text;
 }
 
+std::string Repeated(const std::string& text, size_t count) {
+  std::string all;
+  for (size_t i = 0; i < count; ++i) {
+    all += text;
+  }
+  return all;
+}
+
 std::string FileName(const std::string& panel) { return "backlight_calib_" + panel + ".xml"; }
 
 Calibration::Calibration(uint32_t max_bl, uint32_t max_os_bl)

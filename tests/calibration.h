@@ -11,6 +11,9 @@ std::string FileName(const std::string& panel);
 /// The shortest text that reads back as the same number.
 std::string Shortest(double number);
 
+/// `text`, `count` times.
+std::string Repeated(const std::string& text, size_t count);
+
 using Points = std::vector<std::pair<uint32_t, double>>;
 using Levels = std::vector<std::pair<uint32_t, uint32_t>>;
 

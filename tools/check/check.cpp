@@ -97,6 +97,24 @@ void AddLoadFault(const CalibrationSource& source, Findings* findings) {
       findings->Add("load", load.line, "{}: this tag is longer than {} bytes; numbers belong into value elements", said,
                     zarn::kMaxTagBytes);
       break;
+    case zarn::LoadFault::kReferenceTooLong:
+      findings->Add(
+          "load", load.line,
+          "{}: \"&#\" without \";\" within {} bytes; end the reference, or write \"&amp;\" for the character &", said,
+          zarn::kMaxReferenceBytes);
+      break;
+    case zarn::LoadFault::kNestedTooDeep:
+      findings->Add("load", load.line, "{}: elements are nested more than {} deep; is an end tag missing before it?",
+                    said, zarn::kMaxDepth);
+      break;
+    case zarn::LoadFault::kTooManyNodes:
+      findings->Add("load", load.line, "{}: it has more than {} elements, texts and comments; leave out points", said,
+                    zarn::kMaxNodes);
+      break;
+    case zarn::LoadFault::kTooManyAttributes:
+      findings->Add("load", load.line, "{}: it has more than {} attributes; numbers belong into value elements", said,
+                    zarn::kMaxAttributes);
+      break;
     case zarn::LoadFault::kNotWellFormed:
       findings->Add("load", std::max(1, load.line), "{}: it is not well-formed XML: {}", said, source.XmlError());
       break;

@@ -1,0 +1,139 @@
+// The loader alone: why a file is refused, and in which line. Clients see nothing but -2.
+#include "calibration_file.h"
+
+#include <array>
+
+#include "client.h"
+
+namespace {
+
+using namespace zarn;
+
+/// "loaded", or what is wrong and in which line.
+std::string LoadPath(const std::string& path) {
+  constexpr const char* kNames[] = {"loaded",         "unreadable",          "too large",
+                                    "tag too long",   "long reference",      "too deep",
+                                    "too many nodes", "too many attributes", "not well-formed"};
+  tinyxml2::XMLDocument document;
+  const LoadResult result = LoadCalibrationFile(path, &document);
+  return kNames[static_cast<int>(result.fault)] + (result.line != 0 ? ":" + std::to_string(result.line) : "");
+}
+
+std::string Load(const std::string& text) {
+  const TemporaryFolder folder;
+  WriteFile("file.xml", text);
+  return LoadPath("file.xml");
+}
+
+/// `content` begins in line 2.
+std::string LoadContent(const std::string& content) { return Load("<root>\n" + content + "</root>"); }
+
+/// `text`, with spaces in place of its "..." that make it `bytes` long.
+std::string Filled(std::string text, size_t bytes) {
+  return text.replace(text.find("..."), 3, std::string(bytes - (text.size() - 3), ' '));
+}
+
+TEST(CalibrationFile, HasTagsOf2048Bytes) {
+  for (const auto& [front, tag, back] : std::vector<std::array<const char*, 3>>{
+           {"", "<a.../>", ""},
+           {"", "<...a/>", ""},
+           {"", "<a...>", "</a>"},
+           {"<a>", "</a...>", ""},
+           {"", "<a b='>...'/>", ""},
+           {"", "<a b=\"'>...\" c='\">'/>", ""},
+           {"<!-- <a b=' -->", "<a.../>", ""},
+           {"<!-->-->", "<a.../>", ""},
+           {"<!--->-->", "<a.../>", ""},
+           {"<![CDATA[ <a b=' ]]>", "<a.../>", ""},
+           {"<![CDATA[]]>", "<a.../>", ""},
+           {"<!a '>", "<a.../>", ""},
+           {"' > ]]> -->", "<a.../>", ""},
+       }) {
+    SCOPED_TRACE(std::string(front) + tag);
+    EXPECT_EQ(LoadContent(front + Filled(tag, 2048) + back), "loaded");
+    EXPECT_EQ(LoadContent(front + Filled(tag, 2049) + back), "tag too long:2");
+  }
+  for (const char* const declaration : {"<?a <b c='?>\n", "<?><?>\n", "<!---->\n", "\xef\xbb\xbf\n"}) {
+    EXPECT_EQ(Load(declaration + Filled("<root.../>", 2048)), "loaded") << declaration;
+    EXPECT_EQ(Load(declaration + Filled("<root.../>", 2049)), "tag too long:2") << declaration;
+  }
+  // What is no tag may be longer.
+  const std::string tag = Filled("<a.../>", 9000);
+  for (const auto& [front, back] :
+       {std::pair{"<!--", "-->"}, {"<!-->", "-->"}, {"<!--->", "-->"}, {"<![CDATA[", "]]>"}, {"<![CDATA[]>", "]]>"}}) {
+    EXPECT_EQ(LoadContent(front + tag + back), "loaded") << front;
+  }
+  EXPECT_EQ(Load("<?>" + tag + "?><root/>"), "loaded");
+  EXPECT_EQ(Load("<root a='" + std::string(2048, 'x')), "tag too long:1") << "without an end";
+}
+
+TEST(CalibrationFile, HasElements64Deep) {
+  const std::string ends = Repeated("</a>", 62);
+  for (const char* const tag : {"<a>", "<a b='/>'>", "<\na >", "<a></a/>", "<!-- </root> --><a><![CDATA[</a>]]>"}) {
+    SCOPED_TRACE(tag);
+    const std::string deep = Repeated(tag, 62);  // In the root; the elements below are the 64th and the 65th.
+    EXPECT_EQ(LoadContent(deep + "<b/><b></b><b>< /b>" + ends), "loaded");
+    EXPECT_EQ(LoadContent(deep + "<b><c/></b>" + ends).substr(0, 8), "too deep");
+    EXPECT_EQ(LoadContent(deep + "<b><c></c></b>" + ends).substr(0, 8), "too deep");
+  }
+  EXPECT_EQ(LoadContent(Repeated("<a>\n", 64)), "too deep:65");
+  EXPECT_EQ(LoadContent("<a>" + Repeated("<b><c d='>'/></b><b/>\n", 1000) + "</a>"), "loaded") << "side by side";
+}
+
+TEST(CalibrationFile, HasReferencesOf64Bytes) {
+  const std::string end = std::string(57, '0') + "31;";
+  ASSERT_EQ(("&#0" + end).size(), 63U);
+  for (const auto& [front, back] :
+       {std::pair{"<a>", "</a>"}, {"<a>&#49;&#x31; & ;", "</a>"}, {"<a b='", "'/>"}, {"<a b=\">", "\"/>"}}) {
+    for (const char* const reference : {"&#x0", "&#00", "&#&#", "&#@@"}) {
+      SCOPED_TRACE(std::string(front) + reference);
+      EXPECT_EQ(LoadContent(front + (reference + end) + back), "loaded");
+      EXPECT_EQ(LoadContent(front + ("\n" + std::string(reference) + "0" + end) + back), "long reference:3");
+    }
+  }
+  const std::string open = "&#" + std::string(62, 'x');
+  EXPECT_EQ(LoadContent(open), "loaded") << "the text ends in time";
+  EXPECT_EQ(LoadContent(open + "x"), "long reference:2");
+  EXPECT_EQ(LoadContent("<!--" + open + "x--><![CDATA[" + open + "x]]>"), "loaded") << "no place for references";
+}
+
+TEST(CalibrationFile, HasFiveMillionNodes) {
+  // Ten with an element, texts, comments and unknown markup.
+  const std::string ten = "<a>1<!---->2</a> <!>3\n<b c=''/>4<![CDATA[]]>5";
+  const std::string most = Repeated(ten, 499999) + "<a/><a/><a/><a/><a/><a/><a/><a/><a/>";
+  EXPECT_EQ(LoadContent(most), "loaded");
+  for (const char* const node : {"<a/>", "<a></a>", "1", "<!---->", "<!>", "<![CDATA[]]>"}) {
+    EXPECT_EQ(LoadContent(most + node), "too many nodes:500001") << node;
+  }
+}
+
+TEST(CalibrationFile, HasAMillionAttributes) {
+  const std::string four = "<a b='=' c=\"''\" d = ''\ne='>'/>";
+  const std::string most = Repeated(four, 249999) + "<a b=''></a c='' d='' e=''>";
+  EXPECT_EQ(LoadContent(most), "loaded");
+  EXPECT_EQ(LoadContent(most + "<a b=''/>"), "too many attributes:250001");
+}
+
+TEST(CalibrationFile, Has32MiB) {
+  const std::string most = Filled("<root>...</root>", 32 << 20);
+  EXPECT_EQ(Load(most), "loaded");
+  EXPECT_EQ(Load(most + " "), "too large");
+}
+
+// However large the blocks are in which it is read.
+TEST(CalibrationFile, IsReadToItsLastByte) {
+  for (size_t bytes = 256; bytes <= 1 << 18; bytes *= 2) {
+    const std::string text = Filled("<root>...</root>", bytes + 1);
+    EXPECT_EQ(Load(text), "loaded");
+    EXPECT_NE(Load(text.substr(0, bytes)), "loaded");
+  }
+}
+
+// The process's own memory is a regular file whose first byte cannot be read.
+TEST(CalibrationFile, IsUnreadableWhereReadingFails) {
+  EXPECT_EQ(LoadPath("/proc/self/mem"), "unreadable");
+  EXPECT_EQ(LoadPath("/proc/self/nothing"), "unreadable");
+  EXPECT_EQ(Load(""), "not well-formed") << "which is something else";
+}
+
+}  // namespace
