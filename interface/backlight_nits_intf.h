@@ -25,6 +25,8 @@ namespace zarn {
 /// component are served one after the other. Log lines are written while that lock is held: a log handler must not call
 /// back into the library.
 ///
+/// A stack of 32 KiB suffices for every operation, without what a log handler takes.
+///
 /// No exception leaves an operation: running out of memory ends the process.
 ///
 /// Payloads belong to the caller. A component uses them during the call only. An output record is meaningful only after
@@ -41,8 +43,9 @@ class BackLightNitsIntf {
   /// a level that such a map does not hold, since the range has grown, is then refused. A failed repetition leaves it
   /// initialised, without calibration data: what needs them gives -22 until an Init succeeds.
   ///
-  /// A file is not loaded (-2) when it is no regular file, is larger than 32 MiB, has a tag of more than 2048 bytes or is
-  /// nested more than 100 deep.
+  /// A file is not loaded (-2) when it is no regular file, is larger than 32 MiB, has a tag of more than 2048 bytes or a
+  /// character reference of more than 64 bytes, elements nested more than 64 deep, more than 5,000,000 nodes (elements,
+  /// texts, comments and the like) or more than 1,000,000 attributes.
   ///
   /// Numbers in the file are read in the locale of the calling thread: where it has a decimal comma, 2.6875 becomes 2,
   /// without an error. Call Init while LC_NUMERIC is "C", which it is until somebody calls setlocale, or give the thread
