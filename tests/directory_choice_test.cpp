@@ -38,6 +38,13 @@ std::string InRoot(const std::string& folder, const std::function<std::string()>
   return {buffer, static_cast<size_t>(got)};
 }
 
+/// The descriptor that the next file gets.
+int FreeDescriptor() {
+  const int descriptor = open("/", O_RDONLY | O_CLOEXEC);
+  close(descriptor);
+  return descriptor;
+}
+
 TEST(DirectoryChoice, IsMadeByTheConstructor) {
   const std::string vendor = "/vendor/etc/display/";
   const std::string odm = "/odm/etc/display/";
@@ -62,11 +69,12 @@ TEST(DirectoryChoice, IsMadeByTheConstructor) {
     }
     const std::string told = InRoot(root.Path(), [] {
       LogLines log;
-      const int descriptor = dup(0);
+      const int free_before = FreeDescriptor();
       const auto parser = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser("p");
       const std::string lines = log.With("");
-      const std::string result = std::to_string(parser->Init());
-      return (dup(0) == descriptor + 1 ? "" : "leaves something open, ") + result + lines;
+      const int result = parser->Init();
+      const bool closed = FreeDescriptor() == free_before;
+      return std::to_string(result) + (closed ? "" : ", leaves something open") + lines;
     });
     if (told.empty()) {
       GTEST_SKIP() << "this machine lets nobody change the root";

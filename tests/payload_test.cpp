@@ -94,7 +94,9 @@ TEST(Payload, ChecksTheSizeAndThatARecordIsThere) {
   EXPECT_EQ(log.With("silent"), "silent");
   EXPECT_TRUE(table == &own && count == 5) << "untouched on failure";
   zarn::BLGamma* as_large = nullptr;
+  Poke(&held.payload, offsetof(PayloadLayout, count), uint32_t{2});
   EXPECT_EQ(held.payload.GetPayload(as_large, count), 0);
+  EXPECT_EQ(count, 2U) << "as it stands in the payload";
 
   GenericPayload lost;
   Poke(&lost, 0, uint32_t{sizeof(zarn::BLLinearTable)});
