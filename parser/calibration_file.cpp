@@ -95,7 +95,7 @@ size_t FindLongReference(std::string_view text) {
   return std::string_view::npos;
 }
 
-bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr const char* kSpace = " \t\n\v\f\r";
 
 // Takes a file's text apart as the XML reader will, and finds what would cost the reader too much time, memory or stack.
 // Where the reader stops at an error, the scan may go on and find something: the file is refused in either case.
@@ -128,7 +128,7 @@ class Scan {
   // The reader drops white space between two tags.
   LoadFault TakeText() {
     const std::string_view text = TakeUntil(text_.find('<', at_));
-    if (std::all_of(text.begin(), text.end(), IsSpace)) {
+    if (text.find_first_not_of(kSpace) == std::string_view::npos) {
       return LoadFault::kNone;
     }
     return HasLongReference(text) ? LoadFault::kReferenceTooLong : AddNode();
@@ -155,8 +155,8 @@ class Scan {
 
   // The reader takes "</a/>" for an empty element, and allows white space in front of the first slash.
   LoadFault AddElement(std::string_view tag) {
-    const auto name = std::find_if_not(tag.begin() + 1, tag.end(), IsSpace);
-    const bool closing = name != tag.end() && *name == '/';
+    const size_t name = tag.find_first_not_of(kSpace, 1);
+    const bool closing = name != std::string_view::npos && tag[name] == '/';
     const bool empty = tag[tag.size() - std::min<size_t>(tag.size(), 2)] == '/';
     if (closing && !empty) {
       depth_ -= std::min<size_t>(depth_, 1);

@@ -40,7 +40,7 @@ TEST(CalibrationFile, HasTagsOf2048Bytes) {
            {"", "<a...>", "</a>"},
            {"<a>", "</a...>", ""},
            {"", "<a b='>...'/>", ""},
-           {"", "<a b=\"'>...\" c='\">'/>", ""},
+           {"", R"(<a b="'>..." c='">'/>)", ""},
            {"<!-- <a b=' -->", "<a.../>", ""},
            {"<!-->-->", "<a.../>", ""},
            {"<!--->-->", "<a.../>", ""},
@@ -72,9 +72,12 @@ TEST(CalibrationFile, HasElements64Deep) {
   for (const char* const tag : {"<a>", "<a b='/>'>", "<\na >", "<a></a/>", "<!-- </root> --><a><![CDATA[</a>]]>"}) {
     SCOPED_TRACE(tag);
     const std::string deep = Repeated(tag, 62);  // In the root; the elements below are the 64th and the 65th.
-    EXPECT_EQ(LoadContent(deep + "<b/><b></b><b>< /b>" + ends), "loaded");
-    EXPECT_EQ(LoadContent(deep + "<b><c/></b>" + ends).substr(0, 8), "too deep");
-    EXPECT_EQ(LoadContent(deep + "<b><c></c></b>" + ends).substr(0, 8), "too deep");
+    for (const auto& [elements, outcome] :
+         {std::pair{"<b/><b></b><b>< /b>", "loaded"}, {"<b><c/></b>", "too deep"}, {"<b><c></c></b>", "too deep"}}) {
+      std::string content = deep;
+      content.append(elements).append(ends);
+      EXPECT_EQ(LoadContent(content).substr(0, 8), std::string(outcome)) << elements;
+    }
   }
   EXPECT_EQ(LoadContent(Repeated("<a>\n", 64)), "too deep:65");
   EXPECT_EQ(LoadContent("<a>" + Repeated("<b><c d='>'/></b><b/>\n", 1000) + "</a>"), "loaded") << "side by side";

@@ -116,14 +116,16 @@ TEST_F(Stack, Of32KiBSufficesForEachFile) {
     return std::string(file).insert(file.find(place), text);
   };
   const std::string deep = file.substr(0, file.find("<linear")) + Repeated("<a b=''>", 62) + "<b>";
-  const std::string rest = "</b>" + Repeated("</a>", 62) + file.substr(file.find("<linear"));
+  const auto closed = [&](const std::string& content) {
+    return std::string(deep).append(content).append("</b>" + Repeated("</a>", 62) + file.substr(file.find("<linear")));
+  };
   const std::string digits = Repeated("0123456789", 100000);
   for (const auto& [what, text, result] : {
-           std::tuple{"Init, nested 64 deep", deep + "1" + rest, 0},
-           std::tuple{"Init, nested 65 deep", deep + "<b/>" + rest, -2},
+           std::tuple{"Init, nested 64 deep", closed("1"), 0},
+           std::tuple{"Init, nested 65 deep", closed("<b/>"), -2},
            std::tuple{"Init, 64 deep, another end tag", deep + "</c>", -2},
            std::tuple{"Init, 64 deep, an attribute twice", deep + "</b c='' c=''>", -2},
-           std::tuple{"Init, 64 deep, a declaration", deep + "<?c?>" + rest, -2},
+           std::tuple{"Init, 64 deep, a declaration", closed("<?c?>"), -2},
            std::tuple{"Init, 64 deep, without an end", deep, -2},
            std::tuple{"Init, 64 deep, a comment without an end", deep + "<!--", -2},
            std::tuple{"Init, long tags", with("<meas", Repeated("<" + std::string(2040, 'x') + "/>", 1000)), 0},

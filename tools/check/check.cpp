@@ -100,8 +100,8 @@ void AddLoadFault(const CalibrationSource& source, Findings* findings) {
     case zarn::LoadFault::kReferenceTooLong:
       findings->Add(
           "load", load.line,
-          "{}: from this \"&#\" to its \";\" are more than {} bytes; write the character itself, or \"&amp;\" for &",
-          said, zarn::kMaxReferenceBytes);
+          R"({}: from this "&#" to its ";" are more than {} bytes; write the character itself, or "&amp;" for &)", said,
+          zarn::kMaxReferenceBytes);
       break;
     case zarn::LoadFault::kNestedTooDeep:
       findings->Add("load", load.line, "{}: elements are nested more than {} deep; is an end tag missing before it?",
