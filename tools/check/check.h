@@ -4,34 +4,19 @@
 #include <string>
 #include <vector>
 
+#include "check/rule.h"
 #include "support/captured_log.h"
 
 namespace blnits {
 
-enum class Severity {
-  kError,    ///< The device refuses the file or a sensible request, or answers it with garbage.
-  kWarning,  ///< It loads, but is surely not meant.
-  kNote,     ///< Worth knowing.
-};
-
 /// "error", "warning" or "note".
 const char* NameOf(Severity severity);
-
-/// A rule that a calibration can break.
-struct Rule {
-  const char* name;     ///< As users write it.
-  Severity severity;    ///< Of every finding of this rule.
-  const char* summary;  ///< What it finds.
-};
-
-/// All rules, in the order in which they are documented.
-const std::vector<Rule>& Rules();
 
 /// What a rule found in a file.
 struct Finding {
   int line;  ///< From 1.
   const Rule* rule;
-  std::string text;  ///< What is wrong, what the device does with it, and what to do.
+  std::string text;  ///< What is wrong, what the device does with it, and what to do. As it may be printed.
 };
 
 /// The outcome of a check.
@@ -44,7 +29,8 @@ struct CheckReport {
   size_t Count(Severity severity) const { return counts[static_cast<size_t>(severity)]; }
 };
 
-/// Checks a calibration file of any name. Whatever is wrong with the file is a finding.
+/// Checks a calibration file of any name. Whatever is wrong with the file is a finding. Keeps nothing of it: memory and
+/// descriptors are as before when it returns.
 /// \param disabled names of rules that are not applied; whether the file loads is told all the same.
 /// \param limit findings of one rule that are kept, further ones are counted in the last; 0 keeps all.
 /// \param log has been the process's log handler since before.

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "check/rules.h"
 
@@ -8,133 +9,280 @@ namespace {
 
 using Levels = std::vector<uint32_t>;
 
-/// Finds lines for levels.
+/// Finds lines for levels in one table.
 class Lines {
  public:
-  Lines(const CalibrationSource& source, Panel* panel) {
-    for (const MeasuredTable& table : kMeasuredTables) {
-      tables_.push_back({table, PointsOf(panel, table), source.Values(LuminancesOf(table))});
+  explicit Lines(const TableInFile& table) : table_(table) {
+    for (const auto& point : table.points) {
+      highest_.push_back(highest_.empty() ? point.bl : std::max(highest_.back(), point.bl));
     }
   }
 
-  /// The line of the point at or next below `level`, else of the first, in the table that belongs to the curve.
-  int At(const Curve& curve, uint32_t level) const {
-    const Table& table = Of(curve.hdr, curve.coverage);
-    const auto above = std::find_if(table.points.begin(), table.points.end(),
-                                    [&](const zarn::BlNitsPoint& point) { return point.bl > level; });
-    const auto count = static_cast<size_t>(above - table.points.begin());
-    return table.values.at(count == 0 ? 0 : count - 1).line;
-  }
+  const TableInFile& Table() const { return table_; }
 
-  /// Whether every table that the curve needs has points.
-  bool Exist(const Curve& curve) const {
-    return !Of(curve.hdr, curve.coverage).points.empty() &&
-           (curve.coverage == 100 || !Of(curve.hdr, 10).points.empty());
+  /// The line of the last point before the first that is above `level`, else of the first point.
+  int At(uint32_t level) const {
+    const auto above = std::upper_bound(highest_.begin(), highest_.end(), level);
+    const auto count = static_cast<size_t>(above - highest_.begin());
+    return table_.luminances.at(count == 0 ? 0 : count - 1).line;
   }
 
  private:
-  struct Table {
-    const MeasuredTable& table;
-    std::vector<zarn::BlNitsPoint> points;
-    std::vector<SourceValue> values;
-  };
-
-  const Table& Of(bool hdr, uint32_t coverage) const {
-    return *std::find_if(tables_.begin(), tables_.end(), [&](const Table& each) {
-      return each.table.hdr == hdr && (each.table.coverage == 10) == (coverage <= 10);
-    });
-  }
-
-  std::vector<Table> tables_;
+  const TableInFile& table_;
+  std::vector<uint32_t> highest_;  // level of the points up to each
 };
+
+/// What clients get from one operation at one coverage.
+struct Served {
+  Curve curve;
+  std::string name;
+  const Lines* lines;  ///< Of the table that the curve belongs to.
+  bool is_checked;     ///< Every table that it needs has points, and levels that are no fractions.
+
+  TablePlace At(uint32_t first, uint32_t last, uint32_t line_of) const {
+    return {name, first, last, lines->At(line_of)};
+  }
+};
+
+/// All rules of this group look at the same curves.
+struct Survey {
+  const Subject& subject;
+  Levels levels;
+  std::vector<Lines> lines;
+  std::vector<Served> curves;  ///< In the order of the file, those between the coverages behind the full screen.
+  CapturedLog* log;
+  Findings* findings;
+
+  const Served& Of(bool hdr, uint32_t coverage) const {
+    return *std::find_if(curves.begin(), curves.end(),
+                         [&](const Served& each) { return each.curve.hdr == hdr && each.curve.coverage == coverage; });
+  }
+};
+
+/// How many levels 1/255 of the range has, the step of a range of 8 bits; at least 1.
+uint32_t StepOf(const Subject& subject) {
+  return std::max<uint32_t>(1, static_cast<uint32_t>(std::lround(subject.range.max_os_bl / 255.0)));
+}
+
+/// `levels` with further ones, so that each has another within a step above and below it: between the levels of the
+/// survey curves are straight, and steepest at the ends.
+Levels WithSteps(const Levels& levels, uint32_t step) {
+  Levels more = {levels.front()};
+  for (size_t i = 1; i < levels.size(); ++i) {
+    const uint32_t gap = levels[i] - levels[i - 1];
+    if (gap > step) {
+      more.push_back(levels[i - 1] + step);
+    }
+    if (gap > step && gap != 2 * step) {
+      more.push_back(levels[i] - step);
+    }
+    more.push_back(levels[i]);
+  }
+  std::sort(more.begin(), more.end());
+  return more;
+}
+
+Survey Look(const Subject& subject, CapturedLog* log, Findings* findings) {
+  Survey survey = {subject, WithSteps(SurveyLevels(subject.panel), StepOf(subject)), {}, {}, log, findings};
+  for (const TableInFile& table : subject.tables) {
+    survey.lines.emplace_back(table);
+  }
+  std::vector<Curve> curves = SurveyCurves(subject.panel, {10, 55, 100}, survey.levels);
+  for (const Lines& lines : survey.lines) {
+    const MeasuredTable& table = *lines.Table().table;
+    for (Curve& curve : curves) {
+      const TableInFile& tenth = subject.TableOf(curve.hdr, 10);
+      const bool between = !curve.nits.empty() && curve.coverage == 55 && table.coverage == 100;
+      if (curve.hdr == table.hdr && (curve.coverage == table.coverage || between)) {
+        const bool is_checked = !lines.Table().points.empty() && !lines.Table().has_fractions &&
+                                (!between || (!tenth.points.empty() && !tenth.has_fractions));
+        const std::string name = NameOf(curve);
+        survey.curves.push_back({std::move(curve), name, &lines, is_checked});
+      }
+    }
+  }
+  return survey;
+}
 
 std::string Span(uint32_t first, uint32_t last) {
   return first == last ? fmt::format("level {}", first) : fmt::format("levels {} to {}", first, last);
 }
 
-void CheckLevels(const Curve& curve, const Levels& levels, const Lines& lines, Panel* panel, CapturedLog* log,
-                 Findings* findings) {
-  const auto garbage = [&](size_t i) { return !std::isfinite(curve.nits[i]) || curve.nits[i] < 0.0; };
-  ForEachRun(levels.size(), garbage, [&](size_t first, size_t last) {
-    const auto nits = panel->TryToNits(levels[first], curve.coverage, curve.hdr);
-    const std::string answer = nits ? fmt::format("the first has {} nits", *nits) : "refused, " + log->Reason();
-    findings->Add("request", lines.At(curve, levels[first]), "{}: {}: {}; measure them", NameOf(curve),
-                  Span(levels[first], levels[last]), answer);
+void CheckLevels(const Survey& survey, const Served& served) {
+  const auto& [coverage, hdr, nits] = served.curve;
+  const auto garbage = [&nits = nits](size_t i) { return !std::isfinite(nits[i]) || nits[i] < 0.0; };
+  ForEachRun(survey.levels.size(), garbage, [&, coverage = coverage, hdr = hdr](size_t i, size_t end) {
+    const uint32_t first = survey.levels[i];
+    const uint32_t last = survey.levels[end];
+    const auto answer = survey.subject.panel->TryToNits(first, coverage, hdr);
+    const TablePlace place = served.At(first, last, first);
+    if (answer) {
+      survey.findings->AddIn(RuleId::kRequest, place,
+                             "the device answers {} with garbage, {} nits at level {}; measure "
+                             "there again",
+                             Span(first, last), *answer, first);
+    } else {
+      survey.findings->AddIn(RuleId::kRequest, place, "the device refuses {}; measure there; it says: {}",
+                             Span(first, last), Printable(survey.log->Reason()));
+    }
   });
 }
 
-// From dark to the top of the curve.
-void CheckLuminances(const Curve& curve, const Levels& levels, const Lines& lines, Panel* panel, CapturedLog* log,
-                     Findings* findings) {
-  constexpr int kSteps = 256;
-  double top = 0.0;
-  for (const double nits : curve.nits) {
-    top = std::isfinite(nits) ? std::max(top, nits) : top;
+// The device refuses a luminance only above all points of a table, when its last point has none: where it converts the
+// top of a curve, it converts all below.
+void CheckLuminances(const Survey& survey, const Served& served) {
+  const auto& [coverage, hdr, nits] = served.curve;
+  double refused = 0.0;
+  for (const double each : nits) {
+    refused = std::isfinite(each) ? std::max(refused, each) : refused;
   }
-  for (int step = 0; step <= kSteps; ++step) {
-    const double nits = top * step / kSteps;
-    if (!panel->TryToLevel(nits, curve.coverage, curve.hdr)) {
-      findings->Add("request", lines.At(curve, levels.back()),
-                    "{}: {:.6g} of up to {:.6g} nits have no level: {}; measure more levels", NameOf(curve), nits, top,
-                    log->Reason());
-      return;
-    }
+  const auto is_converted = [&, coverage = coverage, hdr = hdr](double luminance) {
+    return survey.subject.panel->TryToLevel(luminance, coverage, hdr).has_value();
+  };
+  if (is_converted(refused)) {
+    return;
   }
+  const std::string reason = Printable(survey.log->Reason());
+  double converted = 0.0;
+  for (int i = 0; i < 32; ++i) {
+    const double middle = converted + (refused - converted) / 2.0;
+    (is_converted(middle) ? converted : refused) = middle;
+  }
+  survey.findings->AddIn(
+      RuleId::kRequest, served.At(UINT32_MAX, 0, survey.levels.back()),
+      "the device refuses to find a level for luminances above {:.4g} nits; measure brighter levels; "
+      "it says: {}",
+      converted, reason);
 }
 
-void CheckJumps(const Curve& curve, const Levels& levels, const Lines& lines, Findings* findings) {
+/// The last of `levels` that is at most a step above each.
+std::vector<size_t> StepsUp(const Levels& levels, uint32_t step) {
+  std::vector<size_t> up;
+  size_t above = 0;
+  for (const uint32_t level : levels) {
+    while (above + 1 < levels.size() && levels[above + 1] - level <= step) {
+      ++above;
+    }
+    up.push_back(above);
+  }
+  return up;
+}
+
+/// The places of two levels.
+struct Rise {
+  size_t from;
+  size_t to;
+};
+
+// Between the coverages no step is larger than those of both tables.
+void CheckJumps(const Survey& survey, const Served& served, const std::vector<size_t>& up) {
   constexpr double kVisible = 0.25;
-  const auto ratio = [&](size_t i) { return curve.nits[i + 1] / curve.nits[i] - 1.0; };
+  const Levels& levels = survey.levels;
+  const auto& nits = served.curve.nits;
+  const auto ratio = [&](Rise rise) { return nits[rise.to] / nits[rise.from] - 1.0; };
   const auto jumps = [&](size_t i) {
-    return levels[i] >= kFirstJumpLevel && levels[i + 1] == levels[i] + 1 && curve.nits[i] > 0.0 && ratio(i) > kVisible;
+    return levels[i] >= kFirstJumpLevel * StepOf(survey.subject) && nits[i] > 0.0 && ratio({i, up[i]}) > kVisible;
   };
-  ForEachRun(levels.size() - 1, jumps, [&](size_t first, size_t last) {
-    findings->Add(
-        "jump", lines.At(curve, levels[first]),
-        "{}: from level {} to {} the luminance jumps by {:.1f} %, from {:.6g} to {:.6g} nits{}; users see the "
-        "step, measure there again",
-        NameOf(curve), levels[first], levels[first] + 1, 100.0 * ratio(first), curve.nits[first], curve.nits[first + 1],
-        last > first ? fmt::format(", and so on up to level {}", levels[last] + 1) : "");
+  ForEachRun(levels.size(), jumps, [&](size_t first, size_t last) {
+    Rise worst = {first, up[first]};
+    for (size_t i = first; i <= last; ++i) {
+      worst = ratio({i, up[i]}) > ratio(worst) ? Rise{i, up[i]} : worst;
+    }
+    // Where one step between neighbours is a jump by itself, that one is told.
+    Rise steepest = worst;
+    for (size_t i = worst.from; i < worst.to; ++i) {
+      const bool is_first = steepest.to - steepest.from > 1;
+      steepest =
+          nits[i] > 0.0 && ratio({i, i + 1}) > (is_first ? kVisible : ratio(steepest)) ? Rise{i, i + 1} : steepest;
+    }
+    const uint32_t from = levels[steepest.from];
+    const uint32_t to = levels[steepest.to];
+    const bool more = up[last] > worst.to || first < worst.from - (worst.to - worst.from);
+    survey.findings->AddIn(
+        RuleId::kJump, served.At(from, to, from),
+        "from level {} to {} the luminance jumps by {:.1f} %, from {:.6g} to {:.6g} nits{}: users see "
+        "the step; measure there again",
+        from, to, 100.0 * ratio(steepest), nits[steepest.from], nits[steepest.to],
+        more ? fmt::format(" (such steps between levels {} and {})", levels[first], levels[up[last]]) : "");
   });
 }
 
 // By more than one per cent: measurements have that much noise.
-void CheckDarker(const char* rule, const Curve& curve, const Curve& darker, const char* remedy, const Levels& levels,
-                 const Lines& lines, Findings* findings) {
-  const auto wrong = [&](size_t i) { return darker.nits[i] > 0.0 && curve.nits[i] < 0.99 * darker.nits[i]; };
-  ForEachRun(levels.size(), wrong, [&](size_t first, size_t last) {
-    const auto share = [&](size_t i) { return curve.nits[i] / darker.nits[i]; };
+void CheckDarker(const Survey& survey, RuleId rule, const Served& served, const Served& darker, const char* than,
+                 const char* exchanged) {
+  if (!served.is_checked || !darker.is_checked) {
+    return;
+  }
+  const auto share = [&](size_t i) { return served.curve.nits[i] / darker.curve.nits[i]; };
+  const auto wrong = [&](size_t i) { return darker.curve.nits[i] > 0.0 && share(i) < 0.99; };
+  ForEachRun(survey.levels.size(), wrong, [&](size_t first, size_t last) {
     size_t worst = first;
     for (size_t i = first; i <= last; ++i) {
       worst = share(i) < share(worst) ? i : worst;
     }
-    findings->Add(rule, lines.At(curve, levels[worst]),
-                  "{} is darker than {} at {}: {:.6g} instead of {:.6g} nits at "
-                  "level {}; {}",
-                  NameOf(curve), NameOf(darker), Span(levels[first], levels[last]), curve.nits[worst],
-                  darker.nits[worst], levels[worst], remedy);
+    const uint32_t from = survey.levels[first];
+    const uint32_t to = survey.levels[last];
+    const bool mostly = to - from > survey.levels.back() / 2;
+    survey.findings->AddIn(rule, served.At(from, to, survey.levels[worst]),
+                           "darker than {} at {}, {:.6g} instead of {:.6g} nits at level {}: the device serves it; {}",
+                           than, Span(from, to), served.curve.nits[worst], darker.curve.nits[worst],
+                           survey.levels[worst], mostly ? exchanged : "measure both there again");
   });
+}
+
+// Where no measured point is too bright, but the line beyond the last is.
+void CheckBrightness(const Survey& survey, const Served& served) {
+  constexpr double kBrightest = 20000.0;
+  const auto& points = served.lines->Table().points;
+  const auto is_bright = [](double nits) { return std::isfinite(nits) && nits > kBrightest; };
+  const auto& nits = served.curve.nits;
+  const bool told = std::any_of(points.begin(), points.end(), [&](const auto& point) { return is_bright(point.nits); });
+  const auto brightest = std::max_element(nits.begin(), nits.end());
+  if (!told && is_bright(*brightest)) {
+    const uint32_t level = survey.levels[static_cast<size_t>(brightest - nits.begin())];
+    survey.findings->AddIn(
+        RuleId::kTooBright, served.At(level, level, level),
+        "the device serves {:.6g} nits at level {}, on the line beyond the last point: no panel is so "
+        "bright; measure up to that level",
+        *brightest, level);
+  }
+}
+
+void TellSample(const Survey& survey) {
+  const uint32_t last = survey.subject.range.max_os_bl;
+  if (survey.levels.size() <= last) {
+    const auto attribute = survey.subject.source.Attribute("max_os_bl");
+    survey.findings->Add(RuleId::kSampled, attribute ? attribute->line : survey.subject.source.LineOf({}),
+                         "max_os_bl is {}: only a sample of the levels is looked at for request, jump, dark-window, "
+                         "dark-hbm and too-bright, and a fault between them can be missed; compare the others with "
+                         "blnits nits if they matter",
+                         last);
+  }
 }
 
 }  // namespace
 
-void CheckConversions(const CalibrationSource& source, Panel* panel, CapturedLog* log, Findings* findings) {
-  const Lines lines(source, panel);
-  const Levels levels = SurveyLevels(panel);
-  const std::vector<Curve> curves = SurveyCurves(panel, {10, 55, 100}, levels);
-  for (const Curve& curve : curves) {
-    if (lines.Exist(curve)) {
-      CheckLevels(curve, levels, lines, panel, log, findings);
-      CheckLuminances(curve, levels, lines, panel, log, findings);
-      CheckJumps(curve, levels, lines, findings);
+void CheckConversions(const Subject& subject, CapturedLog* log, Findings* findings) {
+  const Survey survey = Look(subject, log, findings);
+  const std::vector<size_t> up = StepsUp(survey.levels, StepOf(subject));
+  TellSample(survey);
+  for (const Served& served : survey.curves) {
+    if (served.is_checked) {
+      CheckLevels(survey, served);
+      CheckLuminances(survey, served);
+    }
+    if (served.is_checked && served.curve.coverage != 55) {
+      CheckJumps(survey, served, up);
+      CheckBrightness(survey, served);
     }
   }
-  for (const size_t standard : {0U, 2U}) {
-    CheckDarker("dark-hbm", curves[standard + 3], curves[standard], "were the two exchanged?", levels, lines, findings);
+  for (const uint32_t coverage : {100U, 10U}) {
+    CheckDarker(survey, RuleId::kDarkHbm, survey.Of(true, coverage), survey.Of(false, coverage), "standard operation",
+                "were standard and hbm exchanged?");
   }
-  for (const size_t tenth : {0U, 3U}) {
-    CheckDarker("dark-window", curves[tenth], curves[tenth + 2], "were nits_10 and nits_100 exchanged?", levels, lines,
-                findings);
+  for (const bool hdr : {false, true}) {
+    CheckDarker(survey, RuleId::kDarkWindow, survey.Of(hdr, 10), survey.Of(hdr, 100), "the full screen",
+                "were nits_10 and nits_100 exchanged?");
   }
 }
 

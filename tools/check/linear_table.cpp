@@ -8,25 +8,27 @@ using Pairs = decltype(zarn::BLLinearTable::entries);
 constexpr uint32_t kLastLevelLimit = 1048575;  // of the dense table, in the library
 
 void CheckLinearLevels(const Pairs& pairs, const std::vector<SourceValue>& levels, int list_line, Findings* findings) {
-  const char* const refused = "the device refuses to give the linear table";
+  constexpr const char* kRefused = "the device refuses to give the linear table";
   if (pairs.size() < 2) {
-    findings->Add("linear-short", list_line, "{} of {} pairs; it needs two or more", refused, pairs.size());
+    findings->Add(RuleId::kLinearShort, list_line, "{}, since it has {} pair{}; give it two or more", kRefused,
+                  pairs.size(), pairs.size() == 1 ? "" : "s");
     return;
   }
   if (pairs.front().first != 0) {
-    findings->Add("linear-start", levels.front().line, "{}, since its first linearized level is {}; begin it at 0",
-                  refused, pairs.front().first);
+    findings->Add(RuleId::kLinearStart, levels.front().line,
+                  "{}, since its first linearized level is {}; begin it at 0", kRefused, pairs.front().first);
   }
   for (size_t i = 1; i < pairs.size(); ++i) {
     if (pairs[i].first <= pairs[i - 1].first) {
-      findings->Add("linear-order", levels[i].line,
-                    "{}, since linearized level {} follows {} (line {}); sort the pairs", refused, pairs[i].first,
+      findings->Add(RuleId::kLinearOrder, levels[i].line,
+                    "{}, since linearized level {} follows {} (line {}); sort the pairs", kRefused, pairs[i].first,
                     pairs[i - 1].first, levels[i - 1].line);
     }
   }
   if (pairs.back().first > kLastLevelLimit) {
-    findings->Add("linear-long", levels.back().line, "{}, since its last linearized level is {}; it may be at most {}",
-                  refused, pairs.back().first, kLastLevelLimit);
+    findings->Add(RuleId::kLinearLong, levels.back().line,
+                  "{}, since its last linearized level is {}; it may be at most {}", kRefused, pairs.back().first,
+                  kLastLevelLimit);
   }
 }
 
@@ -35,34 +37,34 @@ void CheckPanelLevels(const Pairs& pairs, const std::vector<SourceValue>& levels
   for (size_t i = 0; i < pairs.size(); ++i) {
     const uint32_t level = pairs[i].second;
     if (level > max_bl) {
-      findings->Add("panel-level", levels[i].line,
-                    "panel level {} is above max_bl {}, and the device serves it as it "
-                    "stands; correct one of them",
+      findings->Add(RuleId::kPanelLevel, levels[i].line,
+                    "panel level {} is above max_bl {}, and the device serves it as it stands; correct one of them",
                     level, max_bl);
     }
     if (i > 0 && level < pairs[i - 1].second) {
       findings->Add(
-          "panel-order", levels[i].line,
-          "panel level {} follows {} (line {}): a higher linearized level makes the panel darker; measure again", level,
-          pairs[i - 1].second, levels[i - 1].line);
+          RuleId::kPanelOrder, levels[i].line,
+          "panel level {} follows {} (line {}): a higher linearized level makes the panel darker; measure both again",
+          level, pairs[i - 1].second, levels[i - 1].line);
     }
     highest = std::max(highest, level);
   }
   if (pairs.size() > 1 && highest <= max_bl / 2) {
-    findings->Add("scale", levels.back().line,
-                  "panel levels end at {}, max_bl is {}: these look like levels of another scale; give them on the "
-                  "panel's",
-                  highest, max_bl);
+    findings->Add(
+        RuleId::kScale, levels.back().line,
+        "panel levels end at {}, but max_bl is {}: the device never uses the upper half of the panel; give panel "
+        "levels from 0 to max_bl",
+        highest, max_bl);
   }
 }
 
 }  // namespace
 
-void CheckLinearTable(const CalibrationSource& source, Panel* panel, Findings* findings) {
-  const Pairs pairs = panel->SparseLinearTable().entries;
-  const uint32_t max_bl = panel->Get<zarn::BLRange>(zarn::kBLRange).max_bl;
-  CheckLinearLevels(pairs, source.Values({"linearized_bl"}), source.LineOf({"linearized_bl"}), findings);
-  CheckPanelLevels(pairs, source.Values({"panel_bl"}), max_bl, findings);
+void CheckLinearTable(const Subject& subject, Findings* findings) {
+  if (!subject.linear_has_fractions) {
+    CheckLinearLevels(subject.pairs, subject.linear_levels, subject.source.LineOf({"linearized_bl"}), findings);
+    CheckPanelLevels(subject.pairs, subject.panel_levels, subject.range.max_bl, findings);
+  }
 }
 
 }  // namespace blnits

@@ -6,43 +6,60 @@
 namespace blnits {
 namespace {
 
-/// One table with the lines of its points.
+/// What the rules of one table look at.
 struct Measured {
-  const MeasuredTable& table;
-  std::vector<zarn::BlNitsPoint> points;
-  std::vector<SourceValue> levels;
-  std::vector<SourceValue> luminances;
-  zarn::BLRange range;
-  Panel* panel;
+  const Subject& subject;
+  const TableInFile& table;
   Findings* findings;
 
+  const std::vector<zarn::BlNitsPoint>& points = table.points;
+
   size_t Size() const { return points.size(); }
-  bool IsFinite(size_t i) const { return std::isfinite(points[i].nits); }
+
+  /// The place of points `first` to `last` in the line of a level or a luminance.
+  TablePlace At(size_t first, size_t last, const SourceValue& value) const {
+    return {table.table->name, points[first].bl, points[last].bl, value.line};
+  }
 };
+
+void CheckFall(const Measured& m, size_t i) {
+  constexpr double kNoise = 0.005;  // of a luminance meter
+  const auto& [before, nits_before] = m.points[i - 1];
+  const auto& [level, nits] = m.points[i];
+  const TablePlace place = m.At(i - 1, i, m.table.luminances[i]);
+  if (nits_before - nits < kNoise * nits_before) {
+    m.findings->AddIn(
+        RuleId::kMeterNoise, place,
+        "luminance falls from {} nits at level {} to {} nits at level {}, by as little as a meter's noise: "
+        "the device follows it; repair it with blnits import --monotone",
+        nits_before, before, nits, level);
+  } else {
+    m.findings->AddIn(
+        RuleId::kFallingLuminance, place,
+        "luminance falls from {} nits at level {} to {} nits at level {}: a brighter setting is darker, "
+        "and luminances between the two get a wrong level; measure again, or repair it with blnits import "
+        "--monotone",
+        nits_before, before, nits, level);
+  }
+}
 
 void CheckOrder(const Measured& m) {
   for (size_t i = 1; i < m.Size(); ++i) {
     const auto& [before, nits_before] = m.points[i - 1];
     const auto& [level, nits] = m.points[i];
+    const TablePlace place = m.At(i - 1, i, m.table.levels[i]);
     if (level < before) {
-      m.findings->Add(
-          "level-order", m.levels[i].line,
-          "{}: level {} follows {} (line {}): the device takes the first point that is not below the wanted "
-          "level, so its answers there are garbage; sort the points by level",
-          m.table.name, level, before, m.levels[i - 1].line);
+      m.findings->AddIn(RuleId::kLevelOrder, place,
+                        "level {} follows {}: the device takes the first point at or above the wanted level, so its "
+                        "answers there are garbage; sort the points by level",
+                        level, before);
     } else if (level == before) {
-      m.findings->Add(
-          "repeated-level", m.levels[i].line,
-          "{}: level {} is there twice (line {}): the device answers {} nits at it, and goes on from {} nits "
-          "above it; keep one of them",
-          m.table.name, level, m.levels[i - 1].line, nits_before, nits);
+      m.findings->AddIn(RuleId::kRepeatedLevel, place,
+                        "level {} is there twice: the device answers {} nits at it, and goes on from {} nits above it; "
+                        "keep one of them",
+                        level, nits_before, nits);
     } else if (nits < nits_before) {
-      m.findings->Add(
-          "falling-luminance", m.luminances[i].line,
-          "{}: luminance falls from {} nits at level {} (line {}) to {} nits at level {}: a brighter "
-          "setting is darker, and luminances between the two get a wrong level; measure again, or repair it "
-          "with blnits import --monotone",
-          m.table.name, nits_before, before, m.luminances[i - 1].line, nits, level);
+      CheckFall(m, i);
     }
   }
 }
@@ -55,25 +72,26 @@ void CheckPlateaus(const Measured& m) {
       ++end;
     }
     if (end > start) {
-      m.findings->Add("plateau", m.luminances[start + 1].line,
-                      "{}: {} nits at all of levels {} to {}: the device answers that luminance with level {}",
-                      m.table.name, m.points[start].nits, m.points[start].bl, m.points[end].bl, m.points[start].bl);
+      m.findings->AddIn(RuleId::kPlateau, m.At(start, end, m.table.luminances[start + 1]),
+                        "{} nits at all of levels {} to {}: the device answers that luminance with level {}; measure "
+                        "again unless the panel is limited there",
+                        m.points[start].nits, m.points[start].bl, m.points[end].bl, m.points[start].bl);
     }
   }
 }
 
-// The walk stops at the first point that is not below the wanted level. A point that is not above all before it stops
-// no walk, and one in front of such a point begins no line.
+// The device stops at the first point at or above the wanted level, so only at a point above all earlier ones. It
+// interpolates from a point only if it can stop at the next.
 void CheckReach(const Measured& m) {
   uint32_t highest = 0;
   for (size_t i = 0; i + 1 < m.Size(); ++i) {
     const bool stops = i == 0 || m.points[i].bl > highest;
     highest = std::max(highest, m.points[i].bl);
     if (!stops && m.points[i + 1].bl <= highest) {
-      m.findings->Add("unreachable-point", m.levels[i].line,
-                      "{}: no level leads to this point ({}, {} nits), since a point before it has level {}; sort the "
-                      "points by level, or remove it",
-                      m.table.name, m.points[i].bl, m.points[i].nits, highest);
+      m.findings->AddIn(RuleId::kUnreachablePoint, m.At(i, i, m.table.levels[i]),
+                        "the device never uses this point ({}, {} nits), since an earlier point has level {}; sort the "
+                        "points by level, or remove it",
+                        m.points[i].bl, m.points[i].nits, highest);
     }
   }
 }
@@ -82,122 +100,189 @@ double Slope(const zarn::BlNitsPoint& from, const zarn::BlNitsPoint& to) {
   return (to.nits - from.nits) / (static_cast<double>(to.bl) - from.bl);
 }
 
+// Level 0 is dark by definition: a table that begins at level 1 lacks nothing.
 void CheckFirstLevel(const Measured& m) {
   const auto& first = m.points.front();
-  if (first.bl == 0 || m.Size() < 2 || m.points[1].bl <= first.bl) {
+  if (first.bl <= 1 || m.Size() < 2 || m.points[1].bl <= first.bl) {
     return;
   }
-  m.findings->Add(
-      "first-level", m.levels.front().line,
-      "{}: the first level is {}; below it the device follows the line from the origin, {:.4g} nits a level, "
-      "while the first two points have {:.4g}; measure lower levels if they matter",
-      m.table.name, first.bl, Slope({0, 0.0}, first), Slope(first, m.points[1]));
+  m.findings->AddIn(RuleId::kFirstLevel, m.At(0, 0, m.table.levels.front()),
+                    "the first level is {}: below it the device follows the line from the origin, {:.4g} nits a level, "
+                    "while the first two points have {:.4g}; measure lower levels if they matter",
+                    first.bl, Slope({0, 0.0}, first), Slope(first, m.points[1]));
 }
 
 void CheckLastLevel(const Measured& m) {
-  const auto last = m.points.back();
-  const uint32_t top = m.range.max_os_bl;
-  const auto nits = m.panel->TryToNits(top, m.table.coverage, m.table.hdr);
-  if (last.bl >= top || !nits) {
+  const auto& last = m.points.back();
+  const uint32_t top = m.subject.range.max_os_bl;
+  const auto nits = m.subject.panel->TryToNits(top, m.table.table->coverage, m.table.table->hdr);
+  if (m.Size() < 2 || last.bl >= top || !nits) {
     return;
   }
-  std::string before;
-  if (m.Size() > 1 && m.points[m.Size() - 2].bl < last.bl) {
-    const double slope = Slope(m.points[m.Size() - 2], last);
-    before = fmt::format(", where the slope of the last two points would give {:.6g}",
-                         last.nits + slope * (static_cast<double>(top) - last.bl));
+  std::string slope;
+  if (m.points[m.Size() - 2].bl < last.bl) {
+    const double rise = Slope(m.points[m.Size() - 2], last) * (static_cast<double>(top) - last.bl);
+    slope = fmt::format(", where the slope of the last two points leads to {:.6g}", last.nits + rise);
   }
-  m.findings->Add(
-      "last-level", m.levels.back().line,
-      "{}: the last level is {} of {}; above it the device follows the line from the origin through it: {:.6g} "
-      "nits at level {}{}; measure level {}",
-      m.table.name, last.bl, top, *nits, top, before, top);
+  m.findings->AddIn(
+      RuleId::kLastLevel, m.At(m.Size() - 1, m.Size() - 1, m.table.levels.back()),
+      "the last level is {}, but max_os_bl is {}: above it the device follows the line from the origin, to "
+      "{:.6g} nits at level {}{}; measure level {}",
+      last.bl, top, *nits, top, slope, top);
+}
+
+/// \return whether the levels are of another scale, as it seems.
+bool CheckScale(const Measured& m, size_t highest) {
+  const uint32_t top = m.subject.range.max_os_bl;
+  const uint32_t level = m.points[highest].bl;
+  const bool above = level / 2 >= top;
+  if (!above && (m.Size() == 1 || level > top / 2)) {
+    return false;
+  }
+  m.findings->AddIn(
+      RuleId::kScale, m.At(highest, highest, m.table.levels[highest]),
+      "levels run to {}, but max_os_bl is {}: these look like {}, and the device takes them for client levels; give "
+      "client levels, 0 to max_os_bl",
+      level, top, above && level / 2 < m.subject.range.max_bl ? "panel levels" : "levels of another scale");
+  return true;
 }
 
 void CheckRange(const Measured& m) {
-  const uint32_t top = m.range.max_os_bl;
-  const auto highest =
-      std::max_element(m.points.begin(), m.points.end(), [](const auto& a, const auto& b) { return a.bl < b.bl; });
-  const int line = m.levels[static_cast<size_t>(highest - m.points.begin())].line;
-  if (top == 0) {
-    return;
-  }
-  if (highest->bl / 2 >= top || (m.Size() > 1 && highest->bl <= top / 2)) {
-    m.findings->Add(
-        "scale", line,
-        "{}: levels run to {}, max_os_bl is {}: these look like {}; measured levels are client levels, 0 to "
-        "max_os_bl",
-        m.table.name, highest->bl, top,
-        highest->bl / 2 < top              ? "levels of another scale"
-        : highest->bl / 2 < m.range.max_bl ? "panel levels"
-                                           : "levels of another scale");
-    return;
-  }
+  const uint32_t top = m.subject.range.max_os_bl;
   const auto beyond =
       std::count_if(m.points.begin(), m.points.end(), [&](const auto& point) { return point.bl > top; });
+  const auto highest = static_cast<size_t>(
+      std::max_element(m.points.begin(), m.points.end(), [](const auto& a, const auto& b) { return a.bl < b.bl; }) -
+      m.points.begin());
+  if (top == 0 || CheckScale(m, highest)) {
+    return;
+  }
+  CheckLastLevel(m);
   if (beyond > 0) {
-    m.findings->Add("beyond-range", line,
-                    "{}: levels up to {} are measured ({} above max_os_bl {}), but the device refuses levels above "
-                    "max_os_bl; raise it, or remove them",
-                    m.table.name, highest->bl, beyond, top);
+    m.findings->AddIn(
+        RuleId::kBeyondRange, m.At(highest, highest, m.table.levels[highest]),
+        "levels are measured up to {}, but max_os_bl is {} (points above it: {}): the device refuses levels above "
+        "max_os_bl; raise it, or remove the points",
+        m.points[highest].bl, top, beyond);
   }
 }
 
+// Between two points the device follows a straight line, which a panel does not over so long a stretch.
+void CheckGaps(const Measured& m) {
+  constexpr double kMostTimes = 4.0;
+  constexpr double kDark = 1.0;  // nits, below which a meter is slow and points are few
+  if (!std::is_sorted(m.points.begin(), m.points.end(), [](const auto& a, const auto& b) { return a.bl < b.bl; })) {
+    return;
+  }
+  for (size_t i = 1; i < m.Size(); ++i) {
+    const auto& [before, nits_before] = m.points[i - 1];
+    const auto& [level, nits] = m.points[i];
+    if (level > before && level - before > 1 && nits_before > kDark && nits > kMostTimes * nits_before) {
+      m.findings->AddIn(
+          RuleId::kCoarse, m.At(i - 1, i, m.table.luminances[i]),
+          "no level is measured between {} ({} nits) and {} ({} nits), {:.3g} times as bright: the device "
+          "follows a straight line there; measure levels between them",
+          before, nits_before, level, nits, nits / nits_before);
+    }
+  }
+}
+
+/// A point at which the slope changes much.
+struct Knee {
+  size_t point;
+  double before;
+  double after;
+
+  bool Rises() const { return after > before; }
+};
+
+constexpr double kMostChange = 4.0;
+
+bool IsFarFrom(double a, double b) { return a > kMostChange * b || b > kMostChange * a; }
+
 // Falling and flat stretches have rules of their own.
-void CheckSlopes(const Measured& m) {
-  constexpr double kMostChange = 4.0;
-  for (size_t i = 2; i < m.Size(); ++i) {
-    const auto& a = m.points[i - 2];
-    const auto& b = m.points[i - 1];
-    const auto& c = m.points[i];
+std::vector<Knee> KneesOf(const Measured& m) {
+  std::vector<Knee> knees;
+  for (size_t i = 1; i + 1 < m.Size(); ++i) {
+    const auto& a = m.points[i - 1];
+    const auto& b = m.points[i];
+    const auto& c = m.points[i + 1];
     if (a.bl >= b.bl || b.bl >= c.bl) {
       continue;
     }
-    const double before = Slope(a, b);
-    const double after = Slope(b, c);
-    if (before > 0.0 && after > 0.0 && (after > kMostChange * before || before > kMostChange * after)) {
-      m.findings->Add(
-          "slope", m.luminances[i].line,
-          "{}: the slope changes from {:.4g} to {:.4g} nits a level at level {} (line {}): one setting is "
-          "{}; measure {} to {} again",
-          m.table.name, before, after, b.bl, m.luminances[i - 1].line,
-          after > before ? "suddenly much brighter than the one before" : "hardly brighter than the one before", a.bl,
-          c.bl);
+    const Knee knee = {i, Slope(a, b), Slope(b, c)};
+    if (knee.before > 0.0 && knee.after > 0.0 && IsFarFrom(knee.before, knee.after)) {
+      knees.push_back(knee);
+    }
+  }
+  return knees;
+}
+
+void TellSpike(const Measured& m, const Knee& into, const Knee& out) {
+  const auto& first = m.points[into.point];
+  const auto& last = m.points[out.point];
+  m.findings->AddIn(
+      RuleId::kSlope, m.At(into.point, out.point, m.table.luminances[into.point + 1]),
+      "the slope from level {} to {} is {:.4g} nits a level, {:.4g} before and {:.4g} after: settings there "
+      "are {}; measure {} to {} again",
+      first.bl, last.bl, Slope(first, last), into.before, out.after,
+      into.Rises() ? "much farther apart than their neighbours" : "hardly brighter than each other",
+      m.points[into.point - 1].bl, m.points[out.point + 1].bl);
+}
+
+void TellKnee(const Measured& m, const Knee& knee) {
+  m.findings->AddIn(
+      RuleId::kSlope, m.At(knee.point, knee.point, m.table.luminances[knee.point + 1]),
+      "the slope changes from {:.4g} to {:.4g} nits a level at level {}: settings above it are {}; measure "
+      "{} to {} again",
+      knee.before, knee.after, m.points[knee.point].bl,
+      knee.Rises() ? "much farther apart than those below" : "hardly brighter than each other",
+      m.points[knee.point - 1].bl, m.points[knee.point + 1].bl);
+}
+
+// A stretch behind which the curve goes on as before it is one finding.
+void CheckSlopes(const Measured& m) {
+  const std::vector<Knee> knees = KneesOf(m);
+  for (size_t i = 0; i < knees.size(); ++i) {
+    const bool returns = i + 1 < knees.size() && knees[i + 1].Rises() != knees[i].Rises() &&
+                         !IsFarFrom(knees[i].before, knees[i + 1].after);
+    if (returns) {
+      TellSpike(m, knees[i], knees[i + 1]);
+      ++i;
+    } else {
+      TellKnee(m, knees[i]);
     }
   }
 }
 
-void CheckTable(const Measured& m, int list_line) {
+void CheckTable(const Measured& m) {
   if (m.points.empty()) {
-    m.findings->Add("empty-table", list_line,
-                    "{}: the table has no points: the device refuses every conversion that needs it; add measurements",
-                    m.table.name);
+    m.findings->AddIn(RuleId::kEmptyTable, {m.table.table->name, 0, 0, m.table.line},
+                      "the table has no points: the device refuses every conversion that needs it; add measurements");
     return;
   }
   if (m.Size() == 1) {
-    m.findings->Add(
-        "single-point", m.levels.front().line,
-        "{}: the only point is level {}, {} nits: the device draws a line from the origin through it; measure "
-        "more levels",
-        m.table.name, m.points.front().bl, m.points.front().nits);
+    m.findings->AddIn(RuleId::kSinglePoint, m.At(0, 0, m.table.levels.front()),
+                      "the only point is level {}, {} nits: the device follows the line from the origin through it; "
+                      "measure more levels",
+                      m.points.front().bl, m.points.front().nits);
   }
   CheckOrder(m);
   CheckPlateaus(m);
   CheckReach(m);
   CheckFirstLevel(m);
-  CheckLastLevel(m);
   CheckRange(m);
+  CheckGaps(m);
   CheckSlopes(m);
 }
 
 }  // namespace
 
-void CheckMeasuredTables(const CalibrationSource& source, Panel* panel, Findings* findings) {
-  const auto range = panel->Get<zarn::BLRange>(zarn::kBLRange);
-  for (const MeasuredTable& table : kMeasuredTables) {
-    CheckTable({table, PointsOf(panel, table), source.Values(LevelsOf(table)), source.Values(LuminancesOf(table)),
-                range, panel, findings},
-               source.LineOf(LevelsOf(table)));
+void CheckMeasuredTables(const Subject& subject, Findings* findings) {
+  for (const TableInFile& table : subject.tables) {
+    if (!table.has_fractions) {
+      CheckTable({subject, table, findings});
+    }
   }
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <map>
 
 #include "check/rules.h"
 #include "support/nearest_name.h"
@@ -50,8 +51,8 @@ std::string Remedy(const std::string& name, const Names& known) {
 void CheckAttributeNames(const XMLElement& element, const Names& known, Findings* findings) {
   for (const auto* attribute = element.FirstAttribute(); attribute != nullptr; attribute = attribute->Next()) {
     if (std::find(known.begin(), known.end(), attribute->Name()) == known.end()) {
-      findings->Add("ignored", attribute->GetLineNum(), "the device ignores attribute {} of {}; {}", attribute->Name(),
-                    element.Name(), Remedy(attribute->Name(), known));
+      findings->Add(RuleId::kIgnored, attribute->GetLineNum(), "the device ignores attribute {} of {}; {}",
+                    Shown(attribute->Name()), Shown(element.Name()), Remedy(attribute->Name(), known));
     }
   }
 }
@@ -63,8 +64,8 @@ void CheckStrayText(const XMLElement& element, Findings* findings) {
     const size_t start = text.find_first_not_of(" \t\r\n");
     if (start != std::string::npos) {
       const auto lines = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(start), '\n');
-      findings->Add("ignored", node->GetLineNum() + static_cast<int>(lines),
-                    "the device ignores the text \"{}\" in {}; {}", Shown(text.substr(start)), element.Name(),
+      findings->Add(RuleId::kIgnored, node->GetLineNum() + static_cast<int>(lines),
+                    "the device ignores the text \"{}\" in {}; {}", Shown(text.substr(start)), Shown(element.Name()),
                     IsList(element.Name()) ? "put each number into an element <value>" : "remove it");
     }
   }
@@ -75,7 +76,7 @@ void CheckValue(const XMLElement& value, Findings* findings) {
   CheckAttributeNames(value, {}, findings);
   const auto* const rest = value.FirstChild() != nullptr ? value.FirstChild()->NextSibling() : nullptr;
   if (rest != nullptr) {
-    findings->Add("ignored", rest->GetLineNum(),
+    findings->Add(RuleId::kIgnored, rest->GetLineNum(),
                   "the device reads a value up to the first element or comment in it and ignores the rest; write the "
                   "number alone");
   }
@@ -97,15 +98,15 @@ void CheckElement(const XMLElement& element, Findings* findings) {
   const auto [attributes, children] = KnownIn(element.Name());
   CheckAttributeNames(element, attributes, findings);
   CheckStrayText(element, findings);
+  std::map<std::string, int> read;  // name and line of each known child
   for (const auto* child = element.FirstChildElement(); child != nullptr; child = child->NextSiblingElement()) {
-    const auto* const read = element.FirstChildElement(child->Name());
     if (std::find(children.begin(), children.end(), child->Name()) == children.end()) {
-      findings->Add("ignored", child->GetLineNum(), "the device ignores element {} in {}; {}", child->Name(),
-                    element.Name(), Remedy(child->Name(), children));
-    } else if (child != read) {
-      findings->Add("repeated", child->GetLineNum(),
+      findings->Add(RuleId::kIgnored, child->GetLineNum(), "the device ignores element {} in {}; {}",
+                    Shown(child->Name()), element.Name(), Remedy(child->Name(), children));
+    } else if (const auto [first, is_first] = read.try_emplace(child->Name(), child->GetLineNum()); !is_first) {
+      findings->Add(RuleId::kRepeated, child->GetLineNum(),
                     "the device reads only the first {} in {}, in line {}; remove one of them", child->Name(),
-                    element.Name(), read->GetLineNum());
+                    element.Name(), first->second);
     } else {
       CheckElement(*child, findings);
     }
@@ -121,8 +122,9 @@ void CheckNames(const CalibrationSource& source, Findings* findings) {
   }
   CheckElement(*root, findings);
   for (const auto* next = root->NextSiblingElement(); next != nullptr; next = next->NextSiblingElement()) {
-    findings->Add("ignored", next->GetLineNum(), "the device reads only the first element, in line {}; remove {}",
-                  root->GetLineNum(), next->Name());
+    findings->Add(RuleId::kIgnored, next->GetLineNum(),
+                  "the device reads only the first element, in line {}; remove {}", root->GetLineNum(),
+                  Shown(next->Name()));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <fmt/color.h>
 
+#include "support/foreign_text.h"
 #include "support/terminal.h"
 
 namespace blnits {
@@ -21,12 +22,13 @@ fmt::text_style StyleOf(Severity severity) {
 }  // namespace
 
 void PrintReport(const std::string& file, const CheckReport& report) {
-  fmt::print("{}: the device {} this file\n", file, report.loads ? "loads" : "refuses");
+  const std::string name = Printable(file);
+  fmt::print("{}: the device {} this file\n", name, report.loads ? "loads" : "refuses");
   for (const auto& [line, rule, text] : report.findings) {
-    fmt::print("{}:{}: {}: {} [{}]\n", file, line, fmt::format(StyleOf(rule->severity), "{}", NameOf(rule->severity)),
+    fmt::print("{}:{}: {}: {} [{}]\n", name, line, fmt::format(StyleOf(rule->severity), "{}", NameOf(rule->severity)),
                text, rule->name);
   }
-  fmt::print("{}: {}: {}, {}, {}\n", file, report.loads ? "loads" : "does not load",
+  fmt::print("{}: {}: {}, {}, {}\n", name, report.loads ? "loads" : "does not load",
              Counted(report.Count(Severity::kError), "error"), Counted(report.Count(Severity::kWarning), "warning"),
              Counted(report.Count(Severity::kNote), "note"));
 }

@@ -3,56 +3,62 @@
 // The rules of `blnits check`, in groups. Each looks at one file through its text and, where the library has loaded it,
 // through its panel.
 
-#include <fmt/format.h>
-
+#include <array>
 #include <string>
 #include <vector>
 
-#include "check/check.h"
+#include "check/findings.h"
 #include "panel/calibration_source.h"
 #include "panel/survey.h"
 #include "support/foreign_text.h"
 
 namespace blnits {
 
-/// Collects findings.
-class Findings {
- public:
-  /// \param rule names one of Rules().
-  template <class... Arguments>
-  void Add(const char* rule, int line, fmt::format_string<Arguments...> format, const Arguments&... arguments) {
-    AddText(rule, line, fmt::format(format, arguments...));
-  }
+/// A measured table with the text of its values.
+struct TableInFile {
+  const MeasuredTable* table;
+  std::vector<zarn::BlNitsPoint> points;  ///< As the library reads them; none when it has not loaded the file.
+  std::vector<SourceValue> levels;
+  std::vector<SourceValue> luminances;
+  int line;                    ///< Of the list of levels or, where it is missing, of the element in which it is missed.
+  bool has_fractions = false;  ///< Its levels are fractions: all else would follow from that.
+};
 
-  std::vector<Finding> Take() { return std::move(findings_); }
+/// The file that is checked, each number as text and as the library reads it.
+struct Subject {
+  /// \param panel null when the library has not loaded the file. Both outlive the subject.
+  Subject(const CalibrationSource& source, Panel* panel);
 
- private:
-  void AddText(const char* rule, int line, std::string text);
+  /// The table of an operation at a coverage: the one of 10 % up to 10 %, else that of the full screen.
+  const TableInFile& TableOf(bool hdr, uint32_t coverage) const;
 
-  std::vector<Finding> findings_;
+  const CalibrationSource& source;
+  Panel* panel;
+  zarn::BLRange range;
+  decltype(zarn::BLLinearTable::entries) pairs;  ///< The linear table as it stands in the file.
+  std::vector<SourceValue> linear_levels;
+  std::vector<SourceValue> panel_levels;
+  bool linear_has_fractions = false;                       ///< One of both lists: all else would follow from that.
+  std::array<TableInFile, kMeasuredTables.size()> tables;  ///< In the order of the file.
 };
 
 /// Names in the file that the library does not look up, or looks up once only.
 void CheckNames(const CalibrationSource& source, Findings* findings);
 
-/// Text that is no clean number. \param panel null when the library has not loaded the file.
-void CheckNumbers(const CalibrationSource& source, Panel* panel, Findings* findings);
+/// The form and the range of each number. Marks the tables whose levels are fractions.
+void CheckNumbers(Subject* subject, Findings* findings);
 
 /// Gamma, range and threshold.
-void CheckAttributes(const CalibrationSource& source, Panel* panel, Findings* findings);
+void CheckAttributes(const Subject& subject, Findings* findings);
 
 /// The table of linearized levels.
-void CheckLinearTable(const CalibrationSource& source, Panel* panel, Findings* findings);
+void CheckLinearTable(const Subject& subject, Findings* findings);
 
 /// The points of each measured table.
-void CheckMeasuredTables(const CalibrationSource& source, Panel* panel, Findings* findings);
+void CheckMeasuredTables(const Subject& subject, Findings* findings);
 
 /// What clients will ask for: every level, every luminance, at measured coverages and between.
 /// \param log where the panel's library logs.
-void CheckConversions(const CalibrationSource& source, Panel* panel, CapturedLog* log, Findings* findings);
-
-/// Where a table's list of levels and its list of luminances stand in the file.
-CalibrationSource::Path LevelsOf(const MeasuredTable& table);
-CalibrationSource::Path LuminancesOf(const MeasuredTable& table);
+void CheckConversions(const Subject& subject, CapturedLog* log, Findings* findings);
 
 }  // namespace blnits

@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <cmath>
-#include <regex>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
 
 #include "check/rules.h"
 
@@ -8,48 +11,110 @@ namespace {
 
 enum class Kind { kLevel, kReal };
 
+enum class Form {
+  kClean,
+  kNegative,  ///< A level below 0.
+  kTooLarge,  ///< A level that does not fit into 32 bits.
+  kNotClean,  ///< A number with something else around it.
+  kNoNumber,
+};
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+const char* SkipDigits(const char* at) {
+  while (IsDigit(*at)) {
+    ++at;
+  }
+  return at;
+}
+
+// Those of the C locale's isspace.
+const char* SkipBlanks(const char* at) { return at + std::strspn(at, " \t\r\n\v\f"); }
+
+const char* SkipSign(const char* at) { return *at == '+' || *at == '-' ? at + 1 : at; }
+
+/// Where the decimal number at `at` ends; `at` itself when there is none.
+const char* SkipReal(const char* at) {
+  const char* const start = SkipSign(at);
+  const char* end = SkipDigits(start);
+  auto digits = end - start;
+  if (*end == '.') {
+    const char* const fraction = end + 1;
+    end = SkipDigits(fraction);
+    digits += end - fraction;
+  }
+  if (digits == 0) {
+    return at;
+  }
+  if (*end == 'e' || *end == 'E') {
+    const char* const exponent = SkipSign(end + 1);
+    end = IsDigit(*exponent) ? SkipDigits(exponent) : end;
+  }
+  return end;
+}
+
+bool IsAtEnd(const char* at) { return *SkipBlanks(at) == '\0'; }
+
 // Blanks before a number are passed over by the library, those after it do no harm.
-bool IsClean(Kind kind, const std::string& text) {
-  constexpr size_t kLongest = 400;  // longer than any double; std::regex does not stand long texts
-  static const std::regex level(R"(\s*[+-]?\d+\s*)");
-  static const std::regex real(R"(\s*[+-]?(\d+\.?\d*|\.\d+)([eE][+-]?\d+)?\s*)");
-  return text.size() <= kLongest && std::regex_match(text, kind == Kind::kLevel ? level : real);
-}
-
-bool IsNegative(const std::string& text) {
-  const size_t start = text.find_first_not_of(" \t\r\n\v\f");
-  return start != std::string::npos && text[start] == '-' && text.find_first_of("123456789") != std::string::npos;
-}
-
-bool IsOutOfRange(const std::string& text) {
-  const double number = std::strtod(text.c_str(), nullptr);
-  return number < INT32_MIN || number > INT32_MAX;
-}
-
-/// \param read what the library reads there; empty when it has not loaded the file.
-void CheckNumber(Kind kind, const char* what, const SourceValue& value, const std::string& read, Findings* findings) {
-  if (!value.text) {
-    return;
+Form FormOfReal(const char* text) {
+  const char* const start = SkipBlanks(text);
+  const char* const end = SkipReal(start);
+  if (end != start && IsAtEnd(end)) {
+    return Form::kClean;
   }
-  const std::string& text = *value.text;
-  const std::string reads = read.empty() ? "" : fmt::format(", the device reads {}", read);
-  if (!IsClean(kind, text)) {
-    findings->Add("number", value.line,
-                  "{} \"{}\" is not a clean number{}; write {} in decimal digits and nothing else", what, Shown(text),
-                  reads, kind == Kind::kLevel ? "a whole number" : "a number");
-  } else if (kind == Kind::kLevel && IsOutOfRange(text)) {
-    findings->Add("number", value.line, "{} {} does not fit into 32 bits{}; levels end at 2147483647", what,
-                  Shown(text), reads);
-  } else if (kind == Kind::kLevel && IsNegative(text)) {
-    findings->Add("negative-level", value.line, "{} {} is negative{}; levels begin at 0", what, Shown(text), reads);
+  char* stop = nullptr;
+  std::strtod(text, &stop);
+  return stop == text ? Form::kNoNumber : Form::kNotClean;
+}
+
+Form FormOfLevel(const char* text) {
+  const char* const start = SkipBlanks(text);
+  const char* const digits = SkipSign(start);
+  const char* const end = SkipDigits(digits);
+  if (end == digits) {
+    return SkipReal(start) == start ? Form::kNoNumber : Form::kNotClean;
+  }
+  if (!IsAtEnd(end)) {
+    return Form::kNotClean;
+  }
+  const double number = end - digits > 9 || *start == '-' ? std::strtod(start, nullptr) : 0.0;
+  return number < INT32_MIN || number > INT32_MAX ? Form::kTooLarge : number < 0.0 ? Form::kNegative : Form::kClean;
+}
+
+/// What is wrong with the form of a number.
+struct Fault {
+  RuleId rule;
+  std::string text;
+};
+
+/// \param what names the number. \param reads what the library reads there; empty when it has not loaded the file.
+Fault TellForm(Form form, Kind kind, const char* what, const char* text, const std::string& reads) {
+  const std::string read = reads.empty() ? "" : fmt::format(", the device reads {}", reads);
+  switch (form) {
+    case Form::kNoNumber:
+      return {RuleId::kNoNumber, fmt::format("{} \"{}\" holds no number{}; write the number", what, Shown(text), read)};
+    case Form::kTooLarge:
+      return {RuleId::kNumber, fmt::format("{} {} is too large{}; levels end at 2147483647", what, Shown(text), read)};
+    case Form::kNegative:
+      return {RuleId::kNegativeLevel, fmt::format("{} {} is negative{}; levels begin at 0", what, Shown(text), read)};
+    default:
+      return {RuleId::kNumber, fmt::format("{} \"{}\" is no plain {}{}; write digits{} and nothing else", what,
+                                           Shown(text), kind == Kind::kLevel ? "whole number" : "number", read,
+                                           kind == Kind::kLevel ? "" : ", with a point for the fraction,")};
   }
 }
 
-/// \param read gives what the library reads at a place of the list.
-template <class Read>
-void CheckList(Kind kind, const char* what, const std::vector<SourceValue>& values, Read read, Findings* findings) {
+Form FormOf(Kind kind, const char* text) { return kind == Kind::kLevel ? FormOfLevel(text) : FormOfReal(text); }
+
+/// Calls `tell` with the place and the fault of each value that has one.
+/// \param read gives as text what the library reads at a place of the list.
+template <class Read, class Tell>
+void ForEachFault(Kind kind, const char* what, const std::vector<SourceValue>& values, Read read, Tell tell) {
   for (size_t i = 0; i < values.size(); ++i) {
-    CheckNumber(kind, what, values[i], read(i), findings);
+    const Form form = values[i].text != nullptr ? FormOf(kind, values[i].text) : Form::kClean;
+    if (form != Form::kClean) {
+      tell(i, TellForm(form, kind, what, values[i].text, read(i)));
+    }
   }
 }
 
@@ -57,7 +122,9 @@ void CheckAttribute(Kind kind, const char* name, const CalibrationSource& source
                     Findings* findings) {
   const auto attribute = source.Attribute(name);
   if (attribute) {
-    CheckNumber(kind, name, *attribute, read, findings);
+    ForEachFault(
+        kind, name, {*attribute}, [&](size_t) { return read; },
+        [&](size_t, const Fault& fault) { findings->Add(fault.rule, attribute->line, "{}", fault.text); });
   }
 }
 
@@ -66,99 +133,197 @@ std::string Text(const Number& number) {
   return fmt::format("{}", number);
 }
 
-void CheckLuminanceValues(const MeasuredTable& table, const std::vector<SourceValue>& values,
-                          const std::vector<zarn::BlNitsPoint>& points, Findings* findings) {
-  bool light = points.empty();
-  for (size_t i = 0; i < points.size(); ++i) {
-    const double nits = points[i].nits;
+void CheckAttributeForms(const Subject& subject, Findings* findings) {
+  Panel* const panel = subject.panel;
+  const auto real = [&](auto get) { return panel != nullptr ? Text(get()) : ""; };
+  const auto level = [&](uint32_t number) { return panel != nullptr ? Text(number) : ""; };
+  CheckAttribute(Kind::kReal, "gamma", subject.source,
+                 real([&] { return panel->Get<zarn::BLGamma>(zarn::kBLGamma).gamma; }), findings);
+  CheckAttribute(Kind::kReal, "pcc_thresh", subject.source,
+                 real([&] { return panel->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh; }), findings);
+  CheckAttribute(Kind::kLevel, "minimum_bl", subject.source, level(subject.range.minimum_bl), findings);
+  CheckAttribute(Kind::kLevel, "max_bl", subject.source, level(subject.range.max_bl), findings);
+  CheckAttribute(Kind::kLevel, "max_os_bl", subject.source, level(subject.range.max_os_bl), findings);
+}
+
+/// Levels that are fractions: how many, and how many are read as 0. No levels: they are none.
+struct Fractions {
+  size_t levels = 0;
+  size_t zeros = 0;
+};
+
+Fractions FractionsIn(const std::vector<SourceValue>& levels) {
+  Fractions found;
+  bool any = false;
+  for (const SourceValue& level : levels) {
+    if (level.text == nullptr || FormOfReal(level.text) != Form::kClean) {
+      return {};
+    }
+    const double number = std::strtod(level.text, nullptr);
+    if (!(number >= 0.0 && number <= 1.0)) {
+      return {};
+    }
+    any = any || (number > 0.0 && number < 1.0);
+    ++found.levels;
+    found.zeros += number < 1.0 ? 1 : 0;
+  }
+  return any ? found : Fractions();
+}
+
+/// \param factor_name the attribute by which the levels are to be multiplied. \param factor its number.
+std::string TellFractions(const Fractions& fractions, const char* factor_name, uint32_t factor) {
+  return fmt::format(
+      "the {} levels are fractions from 0 to 1: the device reads whole numbers, {} of these as 0; multiply each by {} "
+      "and round it",
+      fractions.levels, fractions.zeros,
+      factor > 1 ? fmt::format("{} ({})", factor, factor_name) : fmt::format("the {} that the panel has", factor_name));
+}
+
+void CheckLinearForms(Subject* subject, Findings* findings) {
+  const auto check = [&](const char* list, const char* what, const std::vector<SourceValue>& values,
+                         uint32_t std::pair<uint32_t, uint32_t>::*level) {
+    const Fractions fractions = FractionsIn(values);
+    if (fractions.levels > 0) {
+      subject->linear_has_fractions = true;
+      findings->Add(RuleId::kFractions, values.front().line, "{}: {}; the linear table is not checked further", list,
+                    TellFractions(fractions, "max_bl", subject->range.max_bl));
+      return;
+    }
+    ForEachFault(
+        Kind::kLevel, what, values,
+        [&](size_t i) { return subject->panel != nullptr ? Text(subject->pairs[i].*level) : ""; },
+        [&](size_t i, const Fault& fault) { findings->Add(fault.rule, values[i].line, "{}", fault.text); });
+  };
+  check("linearized_bl", "linearized level", subject->linear_levels, &std::pair<uint32_t, uint32_t>::first);
+  check("panel_bl", "panel level", subject->panel_levels, &std::pair<uint32_t, uint32_t>::second);
+}
+
+void CheckLevelForms(const Subject& subject, TableInFile* table, Findings* findings) {
+  const Fractions fractions = FractionsIn(table->levels);
+  if (fractions.levels > 0) {
+    table->has_fractions = true;
+    findings->AddIn(RuleId::kFractions, {table->table->name, 0, 0, table->levels.front().line},
+                    "{}; this table is not checked further",
+                    TellFractions(fractions, "max_os_bl", subject.range.max_os_bl));
+    return;
+  }
+  ForEachFault(
+      Kind::kLevel, "level", table->levels,
+      [&](size_t i) { return table->points.empty() ? "" : Text(table->points[i].bl); },
+      [&](size_t i, const Fault& fault) {
+        findings->AddIn(fault.rule, {table->table->name, static_cast<uint32_t>(i), 0, table->levels[i].line}, "{}",
+                        fault.text);
+      });
+}
+
+void CheckLuminanceForms(const TableInFile& table, Findings* findings) {
+  ForEachFault(
+      Kind::kReal, "luminance", table.luminances,
+      [&](size_t i) { return table.points.empty() ? "" : Text(table.points[i].nits); },
+      [&](size_t i, const Fault& fault) {
+        findings->AddIn(fault.rule, {table.table->name, static_cast<uint32_t>(i), 1, table.luminances[i].line}, "{}",
+                        fault.text);
+      });
+}
+
+// One finding for all that are too bright: they are of one unit.
+void CheckBrightness(const TableInFile& table, Findings* findings) {
+  constexpr double kBrightest = 20000.0;  // more than any panel
+  size_t count = 0;
+  size_t brightest = 0;
+  for (size_t i = 0; i < table.points.size(); ++i) {
+    const double nits = table.points[i].nits;
+    if (std::isfinite(nits) && nits > kBrightest) {
+      brightest = count == 0 || nits > table.points[brightest].nits ? i : brightest;
+      ++count;
+    }
+  }
+  if (count > 0) {
+    const auto& [level, nits] = table.points[brightest];
+    findings->AddIn(RuleId::kTooBright, {table.table->name, level, level, table.luminances[brightest].line},
+                    "{} nits at level {}{}: no panel is so bright, and the device serves it as it stands; give "
+                    "luminances in nits (candela per square metre)",
+                    nits, level, count > 1 ? fmt::format(", and {} more above {} nits", count - 1, kBrightest) : "");
+  }
+}
+
+void CheckLuminanceValues(const TableInFile& table, Findings* findings) {
+  bool light = table.points.empty();
+  for (size_t i = 0; i < table.points.size(); ++i) {
+    const auto& [level, nits] = table.points[i];
     light = light || nits != 0.0;
     if (!std::isfinite(nits) || nits < 0.0) {
-      findings->Add("luminance-value", values[i].line,
-                    "{}: no panel shows {} nits, and conversions near level {} are garbage; measure the level again",
-                    table.name, nits, points[i].bl);
+      findings->AddIn(RuleId::kLuminanceValue, {table.table->name, level, level, table.luminances[i].line},
+                      "no panel shows {} nits, and the device answers levels around {} with garbage; measure the level "
+                      "again",
+                      nits, level);
     }
   }
   if (!light) {
-    findings->Add("luminance-value", values.front().line,
-                  "{}: 0 nits at every level, so that no luminance has a level; measure it again", table.name);
+    findings->AddIn(RuleId::kLuminanceValue, {table.table->name, 0, UINT32_MAX, table.luminances.front().line},
+                    "0 nits at every level: the device refuses to find a level for any luminance; measure the table "
+                    "again");
   }
 }
 
 }  // namespace
 
-CalibrationSource::Path LevelsOf(const MeasuredTable& table) {
-  return {"measurement_data", table.group, table.element, "bl_value"};
-}
-
-CalibrationSource::Path LuminancesOf(const MeasuredTable& table) {
-  return {"measurement_data", table.group, table.element, "nits_value"};
-}
-
-void CheckNumbers(const CalibrationSource& source, Panel* panel, Findings* findings) {
-  const bool loaded = panel != nullptr;
-  const auto range = loaded ? panel->Get<zarn::BLRange>(zarn::kBLRange) : zarn::BLRange();
-  const auto read = [&](auto number) { return loaded ? Text(number) : ""; };
-  CheckAttribute(Kind::kReal, "gamma", source, loaded ? Text(panel->Get<zarn::BLGamma>(zarn::kBLGamma).gamma) : "",
-                 findings);
-  CheckAttribute(Kind::kReal, "pcc_thresh", source,
-                 loaded ? Text(panel->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh) : "", findings);
-  CheckAttribute(Kind::kLevel, "minimum_bl", source, read(range.minimum_bl), findings);
-  CheckAttribute(Kind::kLevel, "max_bl", source, read(range.max_bl), findings);
-  CheckAttribute(Kind::kLevel, "max_os_bl", source, read(range.max_os_bl), findings);
-  const auto pairs = loaded ? panel->SparseLinearTable().entries : decltype(zarn::BLLinearTable::entries)();
-  CheckList(
-      Kind::kLevel, "linearized level", source.Values({"linearized_bl"}),
-      [&](size_t i) { return loaded ? Text(pairs[i].first) : ""; }, findings);
-  CheckList(
-      Kind::kLevel, "panel level", source.Values({"panel_bl"}),
-      [&](size_t i) { return loaded ? Text(pairs[i].second) : ""; }, findings);
-  for (const MeasuredTable& table : kMeasuredTables) {
-    const auto points = loaded ? PointsOf(panel, table) : std::vector<zarn::BlNitsPoint>();
-    const auto nits_values = source.Values(LuminancesOf(table));
-    CheckList(
-        Kind::kLevel, "level", source.Values(LevelsOf(table)),
-        [&](size_t i) { return loaded ? Text(points[i].bl) : ""; }, findings);
-    CheckList(
-        Kind::kReal, "luminance", nits_values, [&](size_t i) { return loaded ? Text(points[i].nits) : ""; }, findings);
-    CheckLuminanceValues(table, nits_values, points, findings);
+void CheckNumbers(Subject* subject, Findings* findings) {
+  CheckAttributeForms(*subject, findings);
+  CheckLinearForms(subject, findings);
+  for (TableInFile& table : subject->tables) {
+    CheckLevelForms(*subject, &table, findings);
+    CheckLuminanceForms(table, findings);
+    if (!table.has_fractions) {
+      CheckLuminanceValues(table, findings);
+      CheckBrightness(table, findings);
+    }
   }
 }
 
-void CheckAttributes(const CalibrationSource& source, Panel* panel, Findings* findings) {
-  const auto range = panel->Get<zarn::BLRange>(zarn::kBLRange);
-  const double gamma = panel->Get<zarn::BLGamma>(zarn::kBLGamma).gamma;
-  const double thresh = panel->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh;
+void CheckAttributes(const Subject& subject, Findings* findings) {
+  const zarn::BLRange& range = subject.range;
+  const double gamma = subject.panel->Get<zarn::BLGamma>(zarn::kBLGamma).gamma;
+  const double thresh = subject.panel->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh;
   const auto line = [&](const char* name) {
-    const auto attribute = source.Attribute(name);
-    return attribute ? attribute->line : source.LineOf({});
+    const auto attribute = subject.source.Attribute(name);
+    return attribute ? attribute->line : subject.source.LineOf({});
   };
-  if (!(gamma >= 1.0 && gamma <= 4.0)) {
-    findings->Add("gamma", line("gamma"), "gamma is {}, panels have about 2.2; the device serves it as it stands",
-                  gamma);
+  // That text holds no number is told already.
+  const auto is_text = [&](Kind kind, const char* name) {
+    const auto attribute = subject.source.Attribute(name);
+    return attribute && FormOf(kind, attribute->text) == Form::kNoNumber;
+  };
+  if (!(gamma >= 1.0 && gamma <= 4.0) && !is_text(Kind::kReal, "gamma")) {
+    findings->Add(RuleId::kGamma, line("gamma"),
+                  "gamma is {}, and the device serves it as it stands; panels have about 2.2, correct it", gamma);
   }
-  if (!source.Attribute("pcc_thresh")) {
-    findings->Add("pcc-thresh-absent", line("pcc_thresh"), "without pcc_thresh the device takes {}", thresh);
-  } else if (!(thresh > 0.0 && thresh <= 1.0)) {
-    findings->Add("pcc-thresh", line("pcc_thresh"),
-                  "pcc_thresh is {}, but it is a factor above 0 and at most 1; the device serves it as it stands",
+  if (!subject.source.Attribute("pcc_thresh")) {
+    findings->Add(RuleId::kPccThreshAbsent, line("pcc_thresh"),
+                  "without pcc_thresh the device takes {}; write it if the panel needs another", thresh);
+  } else if (!(thresh > 0.0 && thresh <= 1.0) && !is_text(Kind::kReal, "pcc_thresh")) {
+    findings->Add(RuleId::kPccThresh, line("pcc_thresh"),
+                  "pcc_thresh is {}, and the device serves it as it stands; write a factor above 0 and at most 1",
                   thresh);
   }
+  if (is_text(Kind::kLevel, "max_os_bl") || is_text(Kind::kLevel, "max_bl") || is_text(Kind::kLevel, "minimum_bl")) {
+    return;
+  }
   if (range.max_os_bl == 0) {
-    findings->Add("max-os-bl", line("max_os_bl"),
+    findings->Add(RuleId::kMaxOsBl, line("max_os_bl"),
                   "max_os_bl is {}: the device refuses every level but 0; write the highest level that clients use",
-                  source.Attribute("max_os_bl") ? "0" : "absent and therefore 0");
+                  subject.source.Attribute("max_os_bl") ? "0" : "absent and therefore 0");
   } else if (range.max_os_bl > range.max_bl) {
     findings->Add(
-        "max-os-bl-range", line("max_os_bl"),
+        RuleId::kMaxOsBlRange, line("max_os_bl"),
         "max_os_bl is {}, above max_bl {}: clients have more levels than the panel; swap them, or correct one",
         range.max_os_bl, range.max_bl);
   }
   if (range.minimum_bl >= range.max_bl) {
-    findings->Add(
-        "minimum-bl", line("minimum_bl"),
-        "minimum_bl is {}, not below max_bl {}: clients that use it have no level left; swap them, or correct "
-        "one",
-        range.minimum_bl, range.max_bl);
+    findings->Add(RuleId::kMinimumBl, line("minimum_bl"),
+                  "minimum_bl is {}, not below max_bl {}: clients that keep to both have no level left; swap them, or "
+                  "correct one",
+                  range.minimum_bl, range.max_bl);
   }
 }
 

@@ -28,12 +28,12 @@ void PrintJson(const std::string& file, const CheckReport& report) {
                                          {"warnings", report.Count(Severity::kWarning)},
                                          {"notes", report.Count(Severity::kNote)},
                                          {"findings", findings}};
-  // A file's text may be no UTF-8.
-  fmt::print("{}\n", object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+  // Text of a file may be no UTF-8, or obeyed by a terminal: all but ASCII is escaped.
+  fmt::print("{}\n", object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace));
 }
 
 void ListRules() {
-  for (const Rule& rule : Rules()) {
+  for (const Rule& rule : kRules) {
     fmt::print("{:<18} {:<8} {}\n", rule.name, NameOf(rule.severity), rule.summary);
   }
 }
@@ -59,7 +59,7 @@ void Run(const CheckOptions& options, CapturedLog* log) {
 
 std::vector<std::string> RuleNames() {
   std::vector<std::string> names;
-  for (const Rule& rule : Rules()) {
+  for (const Rule& rule : kRules) {
     names.emplace_back(rule.name);
   }
   return names;

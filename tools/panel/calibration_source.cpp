@@ -1,25 +1,16 @@
 #include "panel/calibration_source.h"
 
-#include <algorithm>
-#include <cctype>
+#include <utility>
 
 namespace blnits {
 
 using tinyxml2::XMLElement;
 
-CalibrationSource::CalibrationSource(const std::string& file) : load_(zarn::LoadCalibrationFile(file, &document_)) {
+CalibrationSource::CalibrationSource(std::string file)
+    : file_(std::move(file)), load_(zarn::LoadCalibrationFile(file_, &document_)) {
   if (load_.fault == zarn::LoadFault::kNone) {
     root_ = document_.FirstChildElement();
   }
-}
-
-// tinyxml2 has names for its errors: XML_ERROR_MISMATCHED_ELEMENT.
-std::string CalibrationSource::XmlError() const {
-  std::string words = document_.ErrorName();
-  words.erase(0, words.rfind("XML_ERROR_", 0) == 0 ? 10 : 4);
-  std::transform(words.begin(), words.end(), words.begin(),
-                 [](unsigned char c) { return c == '_' ? ' ' : static_cast<char>(std::tolower(c)); });
-  return words;
 }
 
 const XMLElement* CalibrationSource::Find(const Path& path) const {
@@ -49,7 +40,7 @@ std::vector<SourceValue> CalibrationSource::Values(const Path& path) const {
   for (; value != nullptr; value = value->NextSiblingElement()) {
     const tinyxml2::XMLNode* const first = value->FirstChild();
     const bool has_text = first != nullptr && first->ToText() != nullptr;
-    values.push_back({value->GetLineNum(), has_text ? std::optional<std::string>(first->Value()) : std::nullopt});
+    values.push_back({value->GetLineNum(), has_text ? first->Value() : nullptr});
   }
   return values;
 }
@@ -59,7 +50,7 @@ std::optional<SourceValue> CalibrationSource::Attribute(const char* name) const 
   if (attribute == nullptr) {
     return std::nullopt;
   }
-  return SourceValue{attribute->GetLineNum(), std::string(attribute->Value())};
+  return SourceValue{attribute->GetLineNum(), attribute->Value()};
 }
 
 }  // namespace blnits

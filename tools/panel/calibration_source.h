@@ -8,10 +8,10 @@
 
 namespace blnits {
 
-/// A number as it stands in a calibration file.
+/// A number as it stands in a calibration file. Valid as long as its source.
 struct SourceValue {
-  int line;                         ///< From 1.
-  std::optional<std::string> text;  ///< What the library reads a number from; nothing where it finds none.
+  int line;          ///< From 1.
+  const char* text;  ///< What the library reads a number from; null where it finds no text.
 };
 
 /// The text of a calibration file: what stands in which line. Numbers are the library's to read; here is their text.
@@ -20,12 +20,15 @@ class CalibrationSource {
   using Path = std::vector<const char*>;
 
   /// Reads the file with the library's own loader; Load() tells the outcome.
-  explicit CalibrationSource(const std::string& file);
+  explicit CalibrationSource(std::string file);
+
+  /// The path that was given.
+  const std::string& File() const { return file_; }
 
   zarn::LoadResult Load() const { return load_; }
 
-  /// What is not well-formed, in a few words. Of use after that fault only.
-  std::string XmlError() const;
+  /// The document, for its error after kNotWellFormed.
+  const tinyxml2::XMLDocument& Document() const { return document_; }
 
   /// The first element; null when the file is not loaded or has none.
   const tinyxml2::XMLElement* Root() const { return root_; }
@@ -43,6 +46,7 @@ class CalibrationSource {
   std::optional<SourceValue> Attribute(const char* name) const;
 
  private:
+  std::string file_;
   tinyxml2::XMLDocument document_;
   zarn::LoadResult load_;
   const tinyxml2::XMLElement* root_ = nullptr;

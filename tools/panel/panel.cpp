@@ -2,11 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
 #include "panel/factory.h"
+#include "panel/load_trouble.h"
 
 namespace blnits {
 namespace {
@@ -134,8 +134,8 @@ int Panel::Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out) {
 
 void Panel::CheckLoaded(int ret) const {
   if (ret != 0) {
-    const std::string refusal = Refusal(ret, "the calibration cannot be loaded");
-    throw LoadFailure(refusal, log_->Take());
+    const std::vector<LogLine> log = log_->Take();
+    throw LoadFailure(TellRefusal(file_, log), WordsOfRefusal(log));
   }
 }
 
@@ -150,11 +150,6 @@ std::string Panel::Refusal(int ret, const std::string& what) const {
   if (reason.empty()) {
     reason =
         fmt::format("result {}, without a reason; while dimming is on, only LUTs give luminances their levels", ret);
-  }
-  // The library says "file not found" of everything that it cannot load.
-  std::error_code error;
-  if (ret == -ENOENT && fs::exists(file_, error)) {
-    reason += " (the file is there; blnits check says what is wrong with it)";
   }
   return fmt::format("{}: {}: {}", file_, what, reason);
 }

@@ -14,8 +14,8 @@ namespace blnits {
 
 /// A calibration that the library does not load.
 struct LoadFailure : Failure {
-  LoadFailure(const std::string& what, std::vector<LogLine> its_log) : Failure(what), log(std::move(its_log)) {}
-  std::vector<LogLine> log;  ///< What the library said.
+  LoadFailure(const std::string& what, std::string its_words) : Failure(what), words(std::move(its_words)) {}
+  std::string words;  ///< What the library said, as it may be printed.
 };
 
 /// One panel's engine, ready to convert. Every function throws Failure with the file and the library's own reason when
