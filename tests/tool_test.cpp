@@ -1,6 +1,9 @@
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -95,6 +98,67 @@ TEST(Check, TellsEachFaultAsInTheFileBesideIt) {
       EXPECT_EQ(Shell("blnits check " + name), Shell("cat " + entry.path().stem().string() + ".txt"));
     }
   }
+}
+
+/// docs/check.md has a section for each rule, in the order of --list-rules: "### RULE (SEVERITY)", the rule's summary, and
+/// a line that check prints for a file of tests/check.
+TEST(Check, SaysWhatItsDocumentShows) {
+  const TemporaryFolder folder;
+  std::filesystem::copy(BLNITS_TESTS "/check", ".");
+  std::ifstream document(BLNITS_TESTS "/../docs/check.md");
+  std::stringstream text;
+  text << document.rdbuf();
+  std::vector<std::string> sections;
+  const std::string heading = "\n### ";
+  for (size_t at = text.str().find(heading); at != std::string::npos;) {
+    const size_t end = text.str().find(heading, at + 1);
+    sections.push_back(text.str().substr(at + heading.size(), end - at - heading.size()));
+    at = end;
+  }
+  std::istringstream rules(Shell(BLNITS_TOOL " check --list-rules"));
+  size_t count = 0;
+  for (std::string rule, severity, summary; rules >> rule >> severity && std::getline(rules >> std::ws, summary);) {
+    ASSERT_LT(count, sections.size()) << rule;
+    const std::string& section = sections[count++];
+    SCOPED_TRACE(section);
+    summary[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(summary[0])));
+    EXPECT_EQ(section.find(rule + " (" + severity + ")\n\n" + summary), 0U);
+    const size_t start = section.find("```\n") + 4;
+    const std::string example = section.substr(start, section.find('\n', start) - start);
+    EXPECT_NE(example.find(": " + severity + ": "), std::string::npos);
+    EXPECT_EQ(example.substr(example.find_last_of('[')), "[" + rule + "]");
+    const std::string said = Shell(BLNITS_TOOL " check --limit 0 " + example.substr(0, example.find(':')));
+    EXPECT_NE(said.find(example + "\n"), std::string::npos) << said;
+  }
+  EXPECT_EQ(count, sections.size());
+  EXPECT_GT(count, 0U);
+}
+
+/// The most memory that a command in the working folder has taken so far, in KiB.
+int64_t MostMemory(const std::string& command) {
+  EXPECT_EQ(Shell(command), "");
+  struct rusage usage = {};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  return usage.ru_maxrss;
+}
+
+/// The tenth file takes no more memory than the first: each is freed before the next. A sanitizer would keep what is
+/// freed.
+TEST(Check, FreesEachFileBeforeTheNext) {
+  const TemporaryFolder folder;
+  Calibration calibration;
+  for (uint32_t level = 0; level < 5000; ++level) {
+    calibration.standard_100.push_back({level, level / 10.0});
+  }
+  WriteFile("dense.xml", calibration.Text());
+  const std::string check =
+      "export ASAN_OPTIONS=$ASAN_OPTIONS:quarantine_size_mb=1; " BLNITS_TOOL " check > told dense.xml";
+  const int64_t one = MostMemory(check + " || true");
+  std::string others;
+  for (int i = 0; i < 9; ++i) {
+    others += " dense.xml";
+  }
+  EXPECT_LT(MostMemory(check + others + " || true"), one * 13 / 10);
 }
 
 /// The tool links parser and engine itself; its answers are those of the shared library, in every bit.

@@ -241,7 +241,7 @@ void CheckBrightness(const Survey& survey, const Served& served) {
   if (!told && is_bright(*brightest)) {
     const uint32_t level = survey.levels[static_cast<size_t>(brightest - nits.begin())];
     survey.findings->AddIn(
-        RuleId::kTooBright, served.At(level, level, level),
+        RuleId::kTooBright, served.At(level, 0, level),
         "the device serves {:.6g} nits at level {}, on the line beyond the last point: no panel is so "
         "bright; measure up to that level",
         *brightest, level);

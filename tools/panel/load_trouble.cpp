@@ -90,7 +90,7 @@ std::string XmlTrouble(const CalibrationSource& source) {
   const std::string element = ElementInError(document);
   switch (document.ErrorID()) {
     case tinyxml2::XML_ERROR_PARSING_ELEMENT:
-      return "no element can be read here; after < comes a name, without a blank, and each tag ends with >";
+      return "no element can be read here; after < comes a name, and each tag ends with >";
     case tinyxml2::XML_ERROR_PARSING_ATTRIBUTE: {
       const std::string twice = RepeatedAttribute(source.File(), element, source.Load().line);
       return twice.empty()
@@ -109,6 +109,8 @@ std::string XmlTrouble(const CalibrationSource& source) {
       return "markup that begins with <! does not end; close it with >";
     case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
       return "there is no XML in the file; it begins with <Calib_Data";
+    case tinyxml2::XML_ERROR_PARSING:
+      return "the file ends before its elements are closed; close each that is opened";
     case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
       return fmt::format("element {} is not closed, or another name closes it; close it with </{}>", Shown(element),
                          Shown(element));
@@ -245,8 +247,11 @@ void AddTables(const CalibrationSource& source, Troubles* troubles) {
 void AddContent(const CalibrationSource& source, Troubles* troubles) {
   const auto* const root = source.Root();
   if (root == nullptr || std::string_view(root->Name()) != "Calib_Data") {
-    troubles->push_back({source.LineOf({}), fmt::format("the outermost element is {}, not Calib_Data; rename it",
-                                                        root != nullptr ? Shown(root->Name()) : "missing")});
+    troubles->push_back({source.LineOf({}), root == nullptr
+                                                ? "there is no element; the outermost one must be Calib_Data"
+                                                : fmt::format("the outermost element is {}; rename it to "
+                                                              "Calib_Data",
+                                                              Shown(root->Name()))});
     return;
   }
   AddAttributes(source, troubles);
@@ -293,10 +298,11 @@ std::string WordsOfRefusal(const std::vector<LogLine>& log) {
 std::string TellRefusal(const std::string& file, const std::vector<LogLine>& log) {
   const Troubles troubles = LoadTroubles(CalibrationSource(file));
   const LoadTrouble& first = troubles.front();
-  return fmt::format("{}{}: {}{}; the device refuses the file and says: {}", Printable(file),
-                     first.line > 0 ? fmt::format(":{}", first.line) : "", first.text,
-                     troubles.size() > 1 ? fmt::format(" (blnits check tells {} more)", troubles.size() - 1) : "",
-                     WordsOfRefusal(log));
+  return fmt::format(
+      "{}{}: {}{}; the device refuses the file and says: {}", Printable(file),
+      first.line > 0 ? fmt::format(":{}", first.line) : "", first.text,
+      troubles.size() > 1 ? fmt::format(" (blnits check tells {} more faults)", troubles.size() - 1) : "",
+      WordsOfRefusal(log));
 }
 
 }  // namespace blnits
