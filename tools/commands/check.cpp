@@ -59,6 +59,7 @@ void Run(const CheckOptions& options, CapturedLog* log) {
 
 std::vector<std::string> RuleNames() {
   std::vector<std::string> names;
+  names.reserve(kRules.size());
   for (const Rule& rule : kRules) {
     names.emplace_back(rule.name);
   }

@@ -77,7 +77,7 @@ std::string RepeatedAttribute(const std::string& file, const std::string& elemen
     if (close == std::string::npos) {
       return "";
     }
-    const std::string name = text.substr(at, end - at);
+    std::string name = text.substr(at, end - at);
     if (!names.insert(name).second) {
       return name;
     }
