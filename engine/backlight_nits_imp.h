@@ -81,8 +81,7 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// not begin at 0, or ends above 1,048,575.
   int InterPolateBlLinearTable(const BLLinearTable& in, BLLinearTable* out);
 
-  /// The straight line through `p1` and `p2` at `out->x`, into `out->y`. The order of its operations is part of every
-  /// result: none of them may be rearranged or fused.
+  /// The straight line through `p1` and `p2` at `out->x`, into `out->y` (interpolation.h).
   /// \return 0, or -EINVAL: `out` is null, or both points have the same `x`.
   int InterPolate(const BackLightCordinates& p1, const BackLightCordinates& p2, BackLightCordinates* out);
 
@@ -138,12 +137,7 @@ class BackLightNitsImp : public BackLightNitsIntf {
   int LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue* out) BLNITS_REQUIRES(lock_);
   int LevelFromTables(const BlNitsValue& in, bool hdr, BlNitsValue* out, const char* function) BLNITS_REQUIRES(lock_);
   template <class Source>
-  int LevelAtCoverage(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl);
-
-  template <auto X, auto Y, class Value>
-  int ValueOnTable(const BackLightToNitsTable& table, size_t place, Value wanted, double* value);
-  template <class At10, class At100>
-  int ValueAtCoverage(uint32_t percentage, At10 at_10, At100 at_100, double* value);
+  int LevelIn(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl);
 
   // Constant after construction.
   std::string panel_name_;

@@ -26,6 +26,11 @@ int NitsOnMap(const std::vector<double>& map, uint32_t bl, const char* function,
 
 }  // namespace
 
+int BackLightNitsImp::InterPolate(const BackLightCordinates& p1, const BackLightCordinates& p2,
+                                  BackLightCordinates* out) {
+  return zarn::InterPolate(p1, p2, out);
+}
+
 int BackLightNitsImp::ProcessBackLightToNits(const GenericPayload& in, GenericPayload* out) {
   const auto* const request = TakeOne<BlBackLight>(in, __func__);
   auto* const answer = request != nullptr ? TakeOne<BlNitsValue>(*out, __func__) : nullptr;
@@ -50,16 +55,18 @@ int BackLightNitsImp::NitsFromMaps(const BlBackLight& in, bool hdr, BlNitsValue*
   };
   const auto& map_10 = choose(vb_to_nits_map_10_, hdr_vb_to_nits_map_10_);
   const auto& map_100 = choose(vb_to_nits_map_100_, hdr_vb_to_nits_map_100_);
-  double nits = 0.0;
-  const int ret = ValueAtCoverage(
-      in.percentage, [&](double* value) { return NitsOnMap(map_10, in.bl, function, value); },
-      [&](double* value) { return NitsOnMap(map_100, in.bl, function, value); }, &nits);
+  double nits_10 = 0.0;
+  double nits_100 = 0.0;
+  int ret = NeedsTenth(in.percentage) ? NitsOnMap(map_10, in.bl, function, &nits_10) : 0;
+  if (ret == 0 && NeedsFull(in.percentage)) {
+    ret = NitsOnMap(map_100, in.bl, function, &nits_100);
+  }
   if (ret != 0) {
     return ret;
   }
   out->percentage = in.percentage;
   out->bl = in.bl;
-  out->nits = nits;
+  out->nits = ValueAtCoverage(in.percentage, nits_10, nits_100);
   out->hdr = hdr;
   return 0;
 }
@@ -75,16 +82,18 @@ int BackLightNitsImp::CalculateNits(const BlBackLight* in, BlNitsValue* out, con
   if (!CheckPercentage(in->percentage, __func__)) {
     return -EINVAL;
   }
-  double nits = 0.0;
-  const int ret = ValueAtCoverage(
-      in->percentage, [&](double* value) { return GetNitsValue(in->bl, table_10, value); },
-      [&](double* value) { return GetNitsValue(in->bl, table_100, value); }, &nits);
+  double nits_10 = 0.0;
+  double nits_100 = 0.0;
+  int ret = NeedsTenth(in->percentage) ? GetNitsValue(in->bl, table_10, &nits_10) : 0;
+  if (ret == 0 && NeedsFull(in->percentage)) {
+    ret = GetNitsValue(in->bl, table_100, &nits_100);
+  }
   if (ret != 0) {
     return ret;
   }
   out->percentage = in->percentage;
   out->bl = in->bl;
-  out->nits = nits;
+  out->nits = ValueAtCoverage(in->percentage, nits_10, nits_100);
   return 0;
 }
 
@@ -94,7 +103,7 @@ int BackLightNitsImp::GetNitsValue(uint32_t bl, const BackLightToNitsTable* tabl
                 static_cast<void*>(nits));
     return -EINVAL;
   }
-  return ValueOnTable<&BlNitsPoint::bl, &BlNitsPoint::nits>(*table, Walk<&BlNitsPoint::bl>(*table, bl), bl, nits);
+  return NitsAt(*table, WalkToLevel(*table, bl), bl, nits);
 }
 
 }  // namespace zarn

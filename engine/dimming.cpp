@@ -145,10 +145,10 @@ int BackLightNitsImp::UpdateBlNitsMapping(uint32_t percentage, bool hdr, const B
   for (size_t vb = 0; vb < map.size(); ++vb) {
     const uint32_t bl = DimmedLevel(static_cast<uint32_t>(vb), *range, luts->dimming_bl_lut);
     // A LUT that rises makes one walk of all: the points before the last place are below the last level.
-    place = Walk<&BlNitsPoint::bl>(table, bl, bl < before ? 0 : place);
+    place = WalkToLevel(table, bl, bl < before ? 0 : place);
     before = bl;
     double nits = 0.0;
-    const int ret = ValueOnTable<&BlNitsPoint::bl, &BlNitsPoint::nits>(table, place, bl, &nits);
+    const int ret = NitsAt(table, place, bl, &nits);
     if (ret != 0) {
       map.clear();
       return ret;

@@ -74,7 +74,7 @@ void BackLightNitsImp::AppendSegment(const std::pair<uint32_t, uint32_t>& from, 
   dense->push_back(from);
   for (uint32_t level = from.first + 1; level < to.first; ++level) {
     BackLightCordinates on_line{static_cast<double>(level), 0.0};
-    InterPolate(p1, p2, &on_line);
+    zarn::InterPolate(p1, p2, &on_line);
     dense->emplace_back(level, RoundToU32(on_line.y));
   }
 }

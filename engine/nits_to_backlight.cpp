@@ -38,8 +38,8 @@ int BackLightNitsImp::ProcessNitsToBackLight(const GenericPayload& in, GenericPa
 // Unlike the other direction, an empty high-brightness map is never replaced by the standard one.
 int BackLightNitsImp::LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue* out) {
   uint32_t bl = 0;
-  const int ret = hdr ? LevelAtCoverage(in, hdr_vb_to_nits_map_10_, hdr_vb_to_nits_map_100_, &bl)
-                      : LevelAtCoverage(in, vb_to_nits_map_10_, vb_to_nits_map_100_, &bl);
+  const int ret = hdr ? LevelIn(in, hdr_vb_to_nits_map_10_, hdr_vb_to_nits_map_100_, &bl)
+                      : LevelIn(in, vb_to_nits_map_10_, vb_to_nits_map_100_, &bl);
   if (ret != 0) {
     return ret;
   }
@@ -63,7 +63,7 @@ int BackLightNitsImp::CalculateBl(const BlNitsValue* in, BlNitsValue* out, const
     return -EINVAL;
   }
   uint32_t bl = 0;
-  const int ret = LevelAtCoverage(*in, table_10, table_100, &bl);
+  const int ret = LevelIn(*in, table_10, table_100, &bl);
   if (ret != 0) {
     return ret;
   }
@@ -73,21 +73,16 @@ int BackLightNitsImp::CalculateBl(const BlNitsValue* in, BlNitsValue* out, const
   return 0;
 }
 
-/// The level that `at_10` and `at_100`, two tables or two maps, give for `in`. Between the two coverages it is
-/// truncated, whereas GetBlValue rounds; at a measured coverage there is nothing left to truncate.
+/// The level for `in` in `at_10` and `at_100`, two tables or two maps.
 template <class Source>
-int BackLightNitsImp::LevelAtCoverage(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl) {
-  const auto level_in = [this, &in](const Source& source) {
-    return [this, &in, &source](double* level) {
-      uint32_t whole = 0;
-      const int ret = GetBlValue(in.nits, source, &whole);
-      *level = whole;
-      return ret;
-    };
-  };
-  double level = 0.0;
-  const int ret = ValueAtCoverage(in.percentage, level_in(at_10), level_in(at_100), &level);
-  *bl = SaturateToU32(level);
+int BackLightNitsImp::LevelIn(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl) {
+  uint32_t level_10 = 0;
+  uint32_t level_100 = 0;
+  int ret = NeedsTenth(in.percentage) ? GetBlValue(in.nits, at_10, &level_10) : 0;
+  if (ret == 0 && NeedsFull(in.percentage)) {
+    ret = GetBlValue(in.nits, at_100, &level_100);
+  }
+  *bl = LevelAtCoverage(in.percentage, level_10, level_100);
   return ret;
 }
 
@@ -97,11 +92,7 @@ int BackLightNitsImp::GetBlValue(double nits, const BackLightToNitsTable* table,
                 static_cast<void*>(bl));
     return -EINVAL;
   }
-  double level = 0.0;
-  const size_t place = Walk<&BlNitsPoint::nits>(*table, nits);
-  const int ret = ValueOnTable<&BlNitsPoint::nits, &BlNitsPoint::bl>(*table, place, nits, &level);
-  *bl = RoundToU32(level);
-  return ret;
+  return LevelAt(*table, WalkToNits(*table, nits), nits, bl);
 }
 
 int BackLightNitsImp::GetBlValue(double nits, const std::vector<double>& vb_to_nits_map, uint32_t* bl) {

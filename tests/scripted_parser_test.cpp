@@ -6,7 +6,6 @@
 #include "backlight_nits_imp.h"
 #include "backlight_nits_parser_imp.h"
 #include "client.h"
-#include "interpolation.h"
 
 namespace {
 
