@@ -5,6 +5,7 @@
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "panel/survey.h"
+#include "support/foreign_text.h"
 #include "support/plot.h"
 
 namespace blnits {
@@ -41,30 +42,31 @@ std::string InCsv(const std::string& text) {
 }
 
 // A level that a panel does not have, or refuses, leaves its fields empty.
-void PrintCsv(const std::vector<DrawnPanel>& panels) {
-  std::vector<uint32_t> levels;
+void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* panels) {
+  std::vector<Panel*> surveyed;
+  for (DrawnPanel& drawn : *panels) {
+    surveyed.push_back(&drawn.panel);
+  }
+  const auto levels = SurveyLevels(surveyed, coverages);
+  std::vector<Curve> curves;
   fmt::print("client level");
-  for (const DrawnPanel& drawn : panels) {
-    levels.insert(levels.end(), drawn.levels.begin(), drawn.levels.end());
-    for (const Curve& curve : drawn.curves) {
-      fmt::print(",{}", InCsv(fmt::format("{}: {} nits at {} %", LabelOf(drawn.panel, panels),
+  for (DrawnPanel& drawn : *panels) {
+    for (Curve& curve : SurveyCurves(&drawn.panel, coverages, levels)) {
+      fmt::print(",{}", InCsv(fmt::format("{}: {} nits at {} %", Printable(LabelOf(drawn.panel, *panels)),
                                           curve.hdr ? "high-brightness" : "standard", curve.coverage)));
+      curves.push_back(std::move(curve));
     }
   }
   fmt::print("\n");
-  std::sort(levels.begin(), levels.end());
-  levels.erase(std::unique(levels.begin(), levels.end()), levels.end());
-  for (const uint32_t level : levels) {
-    fmt::print("{}", level);
-    for (const DrawnPanel& drawn : panels) {
-      const auto place = std::lower_bound(drawn.levels.begin(), drawn.levels.end(), level);
-      const auto i = static_cast<size_t>(place - drawn.levels.begin());
-      const bool has = place != drawn.levels.end() && *place == level;
-      for (const Curve& curve : drawn.curves) {
-        fmt::print(",{}", has && std::isfinite(curve.nits[i]) ? fmt::format("{}", curve.nits[i]) : "");
-      }
+  for (size_t i = 0; i < levels.size(); ++i) {
+    fmt::print("{}", levels[i]);
+    for (const Curve& curve : curves) {
+      fmt::print(",{}", std::isfinite(curve.nits[i]) ? fmt::format("{}", curve.nits[i]) : "");
     }
     fmt::print("\n");
+  }
+  if (!AreAll(levels)) {
+    fmt::print(stderr, "blnits: {}\n", LeftOut(levels));
   }
 }
 
@@ -139,7 +141,7 @@ void Run(const CurveOptions& options, CapturedLog* log) {
     }
   }
   if (options.csv) {
-    PrintCsv(panels);
+    PrintCsv(options.coverages, &panels);
   } else {
     DrawCurves(&panels, options);
   }
@@ -161,7 +163,10 @@ void AddCurveCommand(CLI::App* app, CapturedLog* log) {
                            ->add_option("-o,--output", options->output,
                                         "The picture's file, .svg or .png; without it the terminal is drawn on")
                            ->type_name("FILE");
-  command->add_flag("--csv", options->csv, "Print the numbers instead: every client level, in nits")->excludes(output);
+  command
+      ->add_flag("--csv", options->csv,
+                 "Print the numbers instead, in nits: every client level up to 65,535, and the measured ones beyond")
+      ->excludes(output);
   command->footer(
       "Marks are measured points, dashed lines extrapolated. gnuplot draws (Debian's package gnuplot-nox).\n"
       "Example: blnits curve samples/backlight_calib_oled_hbm.xml --coverage 10 100 --log -o hbm.svg");

@@ -8,6 +8,7 @@
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "panel/survey.h"
+#include "support/foreign_text.h"
 
 namespace blnits {
 namespace {
@@ -26,13 +27,13 @@ class Spread {
   void Add(uint32_t level, double difference) {
     difference = std::abs(difference);
     squares_ += difference * difference;
-    ++count_;
-    if (difference > largest) {
+    if (count_++ == 0 || difference > largest) {
       largest = difference;
       at = level;
     }
   }
-  double Rms() const { return count_ > 0 ? std::sqrt(squares_ / static_cast<double>(count_)) : 0.0; }
+  bool Empty() const { return count_ == 0; }
+  double Rms() const { return std::sqrt(squares_ / static_cast<double>(count_)); }
 
   double largest = 0.0;
   uint32_t at = 0;  ///< The first level with that.
@@ -45,8 +46,19 @@ class Spread {
 struct TableDifference {
   std::string table;
   Spread nits;
-  Spread percent;      ///< Of A, at levels where that is not 0.
-  size_t refused = 0;  ///< Levels that one of the two devices refuses.
+  Spread percent;        ///< Of A, at levels where that is not 0.
+  uint64_t refused = 0;  ///< Levels that one of the two devices refuses.
+};
+
+/// The last levels of both.
+struct LastLevels {
+  uint32_t a;
+  uint32_t b;
+};
+
+struct LinearDifference {
+  Spread spread;  ///< In panel levels.
+  LastLevels last;
 };
 
 struct AttributeDifference {
@@ -57,8 +69,9 @@ struct AttributeDifference {
 
 struct Difference {
   std::vector<AttributeDifference> attributes;
-  std::optional<Spread> linear;  ///< In panel levels; nothing where one of the tables is refused.
-  std::vector<uint32_t> levels;
+  std::optional<LinearDifference> linear;  ///< Nothing where one of the tables is refused.
+  LastLevels last;
+  std::vector<uint32_t> levels;  ///< Client levels that were compared.
   std::vector<TableDifference> tables;
 };
 
@@ -78,15 +91,15 @@ std::vector<AttributeDifference> CompareAttributes(Panel* a, Panel* b) {
   return attributes;
 }
 
-std::optional<Spread> CompareLinearTables(Panel* a, Panel* b) {
+std::optional<LinearDifference> CompareLinearTables(Panel* a, Panel* b) {
   try {
     const auto pairs_a = a->Get<zarn::BLLinearTable>(zarn::kBLLinearTable).entries;
     const auto pairs_b = b->Get<zarn::BLLinearTable>(zarn::kBLLinearTable).entries;
-    Spread spread;
+    LinearDifference difference = {{}, {pairs_a.back().first, pairs_b.back().first}};
     for (size_t i = 0; i < std::min(pairs_a.size(), pairs_b.size()); ++i) {
-      spread.Add(pairs_a[i].first, static_cast<double>(pairs_a[i].second) - pairs_b[i].second);
+      difference.spread.Add(pairs_a[i].first, static_cast<double>(pairs_a[i].second) - pairs_b[i].second);
     }
-    return spread;
+    return difference;
   } catch (const Failure&) {
     return std::nullopt;
   }
@@ -97,7 +110,6 @@ TableDifference CompareCurves(const Curve& a, const Curve& b, const std::vector<
   difference.table = NameOf(a);
   for (size_t i = 0; i < levels.size(); ++i) {
     if (!std::isfinite(a.nits[i]) || !std::isfinite(b.nits[i])) {
-      difference.refused += std::isfinite(a.nits[i]) != std::isfinite(b.nits[i]) ? 1 : 0;
       continue;
     }
     difference.nits.Add(levels[i], b.nits[i] - a.nits[i]);
@@ -105,6 +117,8 @@ TableDifference CompareCurves(const Curve& a, const Curve& b, const std::vector<
       difference.percent.Add(levels[i], 100.0 * (b.nits[i] / a.nits[i] - 1.0));
     }
   }
+  difference.refused =
+      CountLevels(levels, [&](size_t i) { return std::isfinite(a.nits[i]) != std::isfinite(b.nits[i]); });
   return difference;
 }
 
@@ -112,12 +126,15 @@ Difference Compare(Panel* a, Panel* b) {
   Difference difference;
   difference.attributes = CompareAttributes(a, b);
   difference.linear = CompareLinearTables(a, b);
-  const auto top = [](Panel* panel) { return panel->Get<zarn::BLRange>(zarn::kBLRange).max_os_bl; };
-  difference.levels = SurveyLevels(top(a) <= top(b) ? a : b);
-  const auto curves_a = SurveyCurves(a, {10, 100}, difference.levels);
-  const auto curves_b = SurveyCurves(b, {10, 100}, difference.levels);
+  const auto last = [](Panel* panel) { return panel->Get<zarn::BLRange>(zarn::kBLRange).max_os_bl; };
+  difference.last = {last(a), last(b)};
+  auto& levels = difference.levels;
+  levels = SurveyLevels({a, b}, {10, 100});
+  levels.erase(std::upper_bound(levels.begin(), levels.end(), std::min(last(a), last(b))), levels.end());
+  const auto curves_a = SurveyCurves(a, {10, 100}, levels);
+  const auto curves_b = SurveyCurves(b, {10, 100}, levels);
   for (size_t i = 0; i < curves_a.size(); ++i) {
-    difference.tables.push_back(CompareCurves(curves_a[i], curves_b[i], difference.levels));
+    difference.tables.push_back(CompareCurves(curves_a[i], curves_b[i], levels));
   }
   return difference;
 }
@@ -131,50 +148,80 @@ bool Passes(const TableDifference& table, const DiffOptions& options) {
          (table.nits.largest <= options.max_nits && table.percent.largest <= options.max_percent && table.refused == 0);
 }
 
+void PrintLastLevels(const char* what, const LastLevels& last) {
+  if (last.a != last.b) {
+    fmt::print("{} end at different levels: A at {}, B at {}; levels {} to {} are not compared\n", what, last.a, last.b,
+               std::min(last.a, last.b) + uint64_t{1}, std::max(last.a, last.b));
+  }
+}
+
+// "largest", "at level" and "rms".
+std::string InColumns(const Spread& spread, bool all, int decimals) {
+  if (spread.Empty()) {
+    return fmt::format("{:>13}{:>10}{:>10}", "-", "-", "-");
+  }
+  const std::string rms = all ? fmt::format("{:.{}f}", spread.Rms(), decimals) : "-";
+  return fmt::format("{:>13.{}f}{:>10}{:>10}", spread.largest, decimals, spread.at, rms);
+}
+
 void PrintText(const Difference& difference, const DiffOptions& options) {
-  fmt::print("A  {}\nB  {}\n\n", options.a, options.b);
+  fmt::print("A  {}\nB  {}\n\n", Printable(options.a), Printable(options.b));
   fmt::print("{:<16}{:>12}{:>12}\n", "attribute", "A", "B");
   for (const auto& [name, a, b] : difference.attributes) {
     fmt::print("{:<16}{:>12}{:>12}\n", name, a, b);
   }
   fmt::print("{}\n", difference.attributes.empty() ? "(all alike)\n" : "");
   if (difference.linear) {
-    fmt::print("linear table: largest difference {} panel levels, at linearized level {}\n\n",
-               difference.linear->largest, difference.linear->at);
+    fmt::print("linear table: largest difference {} panel levels, at linearized level {}\n",
+               difference.linear->spread.largest, difference.linear->spread.at);
+    PrintLastLevels("linear tables", difference.linear->last);
   } else {
-    fmt::print("linear table: the device refuses to give one of the two\n\n");
+    fmt::print("linear table: the device refuses to give one of the two\n");
   }
-  fmt::print("client levels 0 to {}, {} compared\n\n", difference.levels.back(), difference.levels.size());
-  fmt::print("{:<30}{:>13}{:>10}{:>11}{:>11}{:>10}{:>9}{:>9}\n", "measured table", "largest nits", "at level",
+  const auto& levels = difference.levels;
+  const std::string left_out = LeftOut(levels);
+  fmt::print("\nclient levels 0 to {}, {} compared\n", levels.back(), levels.size());
+  PrintLastLevels("client levels", difference.last);
+  fmt::print("{}\n", left_out.empty() ? "" : left_out + "; rms needs them all\n");
+  fmt::print("{:<30}{:>13}{:>10}{:>10}{:>13}{:>10}{:>10}{:>9}\n", "measured table", "largest nits", "at level",
              "rms nits", "largest %", "at level", "rms %", "refused");
   for (const TableDifference& table : difference.tables) {
-    fmt::print("{:<30}{:>13.4f}{:>10}{:>11.4f}{:>11.3f}{:>10}{:>9.3f}{:>9}{}\n", table.table, table.nits.largest,
-               table.nits.at, table.nits.Rms(), table.percent.largest, table.percent.at, table.percent.Rms(),
-               table.refused, Passes(table, options) ? "" : "  beyond the limit");
+    fmt::print("{:<30}{}{}{:>9}{}\n", table.table, InColumns(table.nits, AreAll(levels), 4),
+               InColumns(table.percent, AreAll(levels), 3), table.refused,
+               Passes(table, options) ? "" : "  beyond the limit");
   }
 }
 
-nlohmann::ordered_json ToJson(const Spread& spread) {
-  return {{"largest", spread.largest}, {"at", spread.at}, {"rms", spread.Rms()}};
+nlohmann::ordered_json ToJson(const Spread& spread, bool all) {
+  using Json = nlohmann::ordered_json;
+  return spread.Empty()
+             ? Json()
+             : Json{{"largest", spread.largest}, {"at", spread.at}, {"rms", all ? Json(spread.Rms()) : Json()}};
 }
 
 void PrintJson(const Difference& difference, const DiffOptions& options) {
   nlohmann::ordered_json object = {
-      {"a", options.a}, {"b", options.b}, {"attributes", nlohmann::ordered_json::object()}};
+      {"a", options.a}, {"b", options.b}, {"attributes", nlohmann::ordered_json::object()}, {"linear_table", nullptr}};
   for (const auto& [name, a, b] : difference.attributes) {
     object["attributes"][name] = {a, b};
   }
-  object["linear_table"] = difference.linear ? ToJson(*difference.linear) : nlohmann::ordered_json();
-  object["last_level"] = difference.levels.back();
-  object["levels"] = difference.levels.size();
+  if (difference.linear) {
+    object["linear_table"] = ToJson(difference.linear->spread, true);
+    object["linear_table"]["last_levels"] = {difference.linear->last.a, difference.linear->last.b};
+  }
+  const auto& levels = difference.levels;
+  object["last_levels"] = {difference.last.a, difference.last.b};
+  object["last_level"] = levels.back();
+  object["levels"] = levels.size();
   for (const TableDifference& table : difference.tables) {
     object["tables"].push_back({{"table", table.table},
-                                {"nits", ToJson(table.nits)},
-                                {"percent", ToJson(table.percent)},
+                                {"nits", ToJson(table.nits, AreAll(levels))},
+                                {"percent", ToJson(table.percent, AreAll(levels))},
                                 {"refused", table.refused},
                                 {"passes", Passes(table, options)}});
   }
-  fmt::print("{}\n", object.dump());
+  // Names are foreign: what is not ASCII is escaped, what is not UTF-8 replaced.
+  fmt::print("{}\n", object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace));
 }
 
 void Run(const DiffOptions& options, CapturedLog* log) {
@@ -204,7 +251,9 @@ void AddDiffCommand(CLI::App* app, CapturedLog* log) {
       ->type_name("PERCENT");
   AddFormatOption(command, &options->format);
   command->footer(
-      "Over all client levels that both have; refused: levels that one of the two refuses, which pass no limit.\n"
+      "Over the client levels that both have: each up to 65,535, and beyond that each measured point of both with\n"
+      "the levels next to it, which have the largest differences. A level that one of the two refuses passes no "
+      "limit.\n"
       "Example: blnits diff samples/backlight_calib_oled_phone.xml revised.xml --max-percent 2");
   command->callback([options, log] { Run(*options, log); });
 }

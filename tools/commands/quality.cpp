@@ -7,6 +7,7 @@
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "panel/survey.h"
+#include "support/foreign_text.h"
 
 namespace blnits {
 namespace {
@@ -19,18 +20,33 @@ struct QualityOptions {
 
 using Levels = std::vector<uint32_t>;
 
-/// What one way of asking, there and back, is worth.
+/// What becomes of levels on the way to nits and back.
+struct Returns {
+  uint64_t refused = 0;   ///< Levels that do not get there or back.
+  uint64_t not_back = 0;  ///< Levels that come back as another.
+  uint32_t worst = 0;     ///< The level that comes back farthest from itself, the first of them,
+  uint32_t worst_as = 0;  ///< and as what.
+};
+
+/// The largest step to the next level, up or down.
+struct Step {
+  double percent;  ///< Of what is before it.
+  uint32_t from;
+};
+
+/// Runs of levels with the same luminance.
+struct Plateaus {
+  uint64_t count = 0;
+  uint64_t longest = 0;  ///< How many levels the longest has.
+};
+
+/// What one way of asking, there and back, is worth. Nothing stands for what would need levels that were not looked at.
 struct Quality {
   std::string curve;
   bool dimmed = false;
-  size_t refused = 0;      ///< Levels that do not get there or back.
-  size_t not_back = 0;     ///< Levels that come back as another.
-  uint32_t worst = 0;      ///< The level that comes back farthest from itself, the first of them,
-  uint32_t worst_as = 0;   ///< and as what.
-  double jump = 0.0;       ///< Largest step to the next level, up or down, in per cent of what is before it,
-  uint32_t jump_from = 0;  ///< and from where; 0: there is none.
-  size_t plateaus = 0;     ///< Runs of levels with the same luminance,
-  size_t longest = 0;      ///< and how many levels the longest has.
+  std::optional<Returns> returns;
+  std::optional<Step> step;
+  std::optional<Plateaus> plateaus;
   std::optional<double> extrapolated;  ///< Share of the levels, in per cent. Nothing when dimmed: the maps say not.
 };
 
@@ -50,51 +66,68 @@ struct QualityReport {
 
 uint64_t Distance(uint32_t a, uint32_t b) { return a > b ? a - b : b - a; }
 
-void LookAtReturns(Panel* panel, const Curve& curve, const Levels& levels, Quality* quality) {
+Returns LookAtReturns(Panel* panel, const Curve& curve, const Levels& levels) {
+  Returns returns;
   for (size_t i = 0; i < levels.size(); ++i) {
     const bool there = !std::isnan(curve.nits[i]);
     const auto back = there ? panel->TryToLevel(curve.nits[i], curve.coverage, curve.hdr) : std::nullopt;
     if (!back) {
-      ++quality->refused;
+      ++returns.refused;
     } else if (*back != levels[i]) {
-      ++quality->not_back;
-      if (Distance(*back, levels[i]) > Distance(quality->worst_as, quality->worst)) {
-        quality->worst = levels[i];
-        quality->worst_as = *back;
+      ++returns.not_back;
+      if (Distance(*back, levels[i]) > Distance(returns.worst_as, returns.worst)) {
+        returns.worst = levels[i];
+        returns.worst_as = *back;
       }
     }
   }
+  return returns;
 }
 
-void LookAtSteps(const Curve& curve, const Levels& levels, Quality* quality) {
+std::optional<Step> LargestStep(const Curve& curve, const Levels& levels) {
+  std::optional<Step> largest;
   for (size_t i = 0; i + 1 < levels.size(); ++i) {
-    const double jump = 100.0 * std::abs(curve.nits[i + 1] - curve.nits[i]);
+    const double percent = 100.0 * std::abs(curve.nits[i + 1] - curve.nits[i]) / curve.nits[i];
     const bool counts = levels[i] >= kFirstJumpLevel && levels[i + 1] == levels[i] + 1 && curve.nits[i] > 0.0;
-    if (counts && jump > quality->jump * curve.nits[i]) {
-      quality->jump = jump / curve.nits[i];
-      quality->jump_from = levels[i];
+    if (counts && !std::isnan(percent) && (!largest || percent > largest->percent)) {
+      largest = {percent, levels[i]};
     }
   }
-  const auto same = [&](size_t i) { return curve.nits[i + 1] == curve.nits[i]; };
-  ForEachRun(levels.size() - 1, same, [&](size_t first, size_t last) {
-    ++quality->plateaus;
-    quality->longest = std::max(quality->longest, last - first + 2);
-  });
+  return largest;
 }
 
-double ShareOf(const std::vector<bool>& flags) {
-  return 100.0 * static_cast<double>(std::count(flags.begin(), flags.end(), true)) / static_cast<double>(flags.size());
+Plateaus PlateausOf(const Curve& curve, const Levels& levels) {
+  Plateaus plateaus;
+  const auto same = [&](size_t i) { return IsSame(curve.nits[i], curve.nits[i + 1]); };
+  ForEachRun(levels.size() - 1, same, [&](size_t first, size_t last) {
+    ++plateaus.count;
+    plateaus.longest = std::max(plateaus.longest, uint64_t{levels[last + 1]} - levels[first] + 1);
+  });
+  return plateaus;
+}
+
+double ExtrapolatedShare(Panel* panel, const Curve& curve, const Levels& levels) {
+  const auto flags = Extrapolated(panel, curve, levels);
+  const auto count = CountLevels(levels, [&](size_t i) { return flags[i]; });
+  return 100.0 * static_cast<double>(count) / (static_cast<double>(levels.back()) + 1.0);
 }
 
 void LookAt(Panel* panel, bool dimmed, QualityReport* report) {
-  for (const Curve& curve : SurveyCurves(panel, {10, 55, 100}, report->levels)) {
+  const Levels& levels = report->levels;
+  for (const Curve& curve : SurveyCurves(panel, {10, 55, 100}, levels)) {
     Quality quality;
     quality.curve = NameOf(curve);
     quality.dimmed = dimmed;
-    LookAtReturns(panel, curve, report->levels, &quality);
-    LookAtSteps(curve, report->levels, &quality);
+    if (AreAll(levels)) {
+      quality.returns = LookAtReturns(panel, curve, levels);
+    }
+    // A dimmed curve is not straight between measured points.
+    if (AreAll(levels) || !dimmed) {
+      quality.step = LargestStep(curve, levels);
+      quality.plateaus = PlateausOf(curve, levels);
+    }
     if (!dimmed) {
-      quality.extrapolated = ShareOf(Extrapolated(panel, curve, report->levels));
+      quality.extrapolated = ExtrapolatedShare(panel, curve, levels);
     }
     report->curves.push_back(quality);
   }
@@ -119,16 +152,31 @@ std::vector<Seam> SeamsOf(Panel* panel) {
 
 double PercentOf(const Seam& seam) { return 100.0 * (seam.hbm / seam.standard - 1.0); }
 
+/// A number, or a dash where there is none.
+template <class Number>
+std::string OrDash(bool there, const Number& number) {
+  return there ? fmt::format("{}", number) : "-";
+}
+
 // Every column is a number and, where it has a place, the level beside it.
 void PrintText(const Panel& panel, const QualityReport& report) {
-  fmt::print("panel          {}\nfile           {}\nclient levels  0 to {}, {} looked at\n\n", panel.Name(),
-             panel.File(), report.levels.back(), report.levels.size());
+  const std::string left_out = LeftOut(report.levels);
+  fmt::print("panel          {}\nfile           {}\nclient levels  0 to {}, {} looked at\n{}\n",
+             Printable(panel.Name()), Printable(panel.File()), report.levels.back(), report.levels.size(),
+             left_out.empty() ? "" : left_out + "; the way back needs them all\n");
   fmt::print("{:<38}{:>9}{:>10}{:>8}{:>9}{:>14}{:>12}{:>10}{:>9}{:>14}\n", "level to nits to level", "not back",
              "worst: of", "as", "refused", "largest step", "from level", "plateaus", "longest", "extrapolated");
   for (const Quality& curve : report.curves) {
-    fmt::print("{:<38}{:>9}{:>10}{:>8}{:>9}{:>12.2f} %{:>12}{:>10}{:>9}{:>14}\n",
-               curve.curve + (curve.dimmed ? ", dimmed" : ""), curve.not_back, curve.worst, curve.worst_as,
-               curve.refused, curve.jump, curve.jump_from, curve.plateaus, curve.longest,
+    const auto returns = curve.returns.value_or(Returns());
+    const auto step = curve.step.value_or(Step());
+    const auto plateaus = curve.plateaus.value_or(Plateaus());
+    const bool looked = curve.returns.has_value();
+    fmt::print("{:<38}{:>9}{:>10}{:>8}{:>9}{:>14}{:>12}{:>10}{:>9}{:>14}\n",
+               curve.curve + (curve.dimmed ? ", dimmed" : ""), OrDash(looked, returns.not_back),
+               OrDash(returns.not_back > 0, returns.worst), OrDash(returns.not_back > 0, returns.worst_as),
+               OrDash(looked, returns.refused), OrDash(curve.step.has_value(), fmt::format("{:.2f} %", step.percent)),
+               OrDash(curve.step.has_value(), step.from), OrDash(curve.plateaus.has_value(), plateaus.count),
+               OrDash(curve.plateaus.has_value(), plateaus.longest),
                curve.extrapolated ? fmt::format("{:.1f} %", *curve.extrapolated) : "-");
   }
   fmt::print("\n{:<38}{:>9}{:>15}{:>22}{:>10}\n", "standard to high brightness", "at level", "standard nits",
@@ -140,24 +188,31 @@ void PrintText(const Panel& panel, const QualityReport& report) {
 }
 
 void PrintJson(const Panel& panel, const QualityReport& report) {
-  nlohmann::ordered_json object = {{"panel", panel.Name()},
-                                   {"file", panel.File()},
-                                   {"last_level", report.levels.back()},
-                                   {"levels", report.levels.size()},
-                                   {"curves", nlohmann::ordered_json::array()},
-                                   {"seams", nlohmann::ordered_json::array()}};
+  using Json = nlohmann::ordered_json;
+  Json object = {{"panel", panel.Name()},          {"file", panel.File()},    {"last_level", report.levels.back()},
+                 {"levels", report.levels.size()}, {"curves", Json::array()}, {"seams", Json::array()}};
   for (const Quality& curve : report.curves) {
-    object["curves"].push_back(
-        {{"curve", curve.curve},
-         {"dimmed", curve.dimmed},
-         {"not_back", curve.not_back},
-         {"worst", {{"level", curve.worst}, {"as", curve.worst_as}}},
-         {"refused", curve.refused},
-         {"largest_step", {{"percent", curve.jump}, {"from_level", curve.jump_from}}},
-         {"plateaus", curve.plateaus},
-         {"longest_plateau", curve.longest},
-         {"extrapolated_percent",
-          curve.extrapolated ? nlohmann::ordered_json(*curve.extrapolated) : nlohmann::ordered_json()}});
+    Json row = {{"curve", curve.curve}, {"dimmed", curve.dimmed},     {"not_back", nullptr},
+                {"worst", nullptr},     {"refused", nullptr},         {"largest_step", nullptr},
+                {"plateaus", nullptr},  {"longest_plateau", nullptr}, {"extrapolated_percent", nullptr}};
+    if (curve.returns) {
+      row["not_back"] = curve.returns->not_back;
+      row["refused"] = curve.returns->refused;
+    }
+    if (curve.returns && curve.returns->not_back > 0) {
+      row["worst"] = {{"level", curve.returns->worst}, {"as", curve.returns->worst_as}};
+    }
+    if (curve.step) {
+      row["largest_step"] = {{"percent", curve.step->percent}, {"from_level", curve.step->from}};
+    }
+    if (curve.plateaus) {
+      row["plateaus"] = curve.plateaus->count;
+      row["longest_plateau"] = curve.plateaus->longest;
+    }
+    if (curve.extrapolated) {
+      row["extrapolated_percent"] = *curve.extrapolated;
+    }
+    object["curves"].push_back(row);
   }
   for (const Seam& seam : report.seams) {
     object["seams"].push_back({{"coverage", seam.coverage},
@@ -166,7 +221,8 @@ void PrintJson(const Panel& panel, const QualityReport& report) {
                                {"hbm_nits", seam.hbm},
                                {"percent", PercentOf(seam)}});
   }
-  fmt::print("{}\n", object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+  // Names are foreign: what is not ASCII is escaped, what is not UTF-8 replaced.
+  fmt::print("{}\n", object.dump(-1, ' ', true, Json::error_handler_t::replace));
 }
 
 void Run(const QualityOptions& options, CapturedLog* log) {
@@ -192,7 +248,8 @@ void AddQualityCommand(CLI::App* app, CapturedLog* log) {
   AddLutOptions(command, &options->luts);
   AddFormatOption(command, &options->format);
   command->footer(fmt::format(
-      "For every client level at coverages 10, 55 and 100 %; with LUTs also dimmed. A step is the way to the\n"
+      "For every client level up to 65,535 at coverages 10, 55 and 100 %; with LUTs also dimmed. Beyond that, at each\n"
+      "measured point and the levels next to it, which have the largest steps. A step is the way to the\n"
       "next level, from level {} on, in per cent of the luminance before it; a plateau is a run of levels with\n"
       "the same luminance; an extrapolated level is one that no point of the file encloses.\n"
       "Example: blnits quality samples/backlight_calib_oled_phone.xml",

@@ -100,6 +100,13 @@ uint32_t Panel::ToLevel(double nits, uint32_t coverage, bool hdr) {
 }
 
 std::optional<double> Panel::TryToNits(uint32_t level, uint32_t coverage, bool hdr) {
+  const Tables* const tables = TablesFor(coverage);
+  if (tables != nullptr && level <= tables->last_level) {
+    double nits = 0.0;
+    log_->Take();
+    ret_ = (hdr ? tables->high_brightness : tables->standard).ToNits(level, coverage, &nits);
+    return ret_ == 0 ? std::optional(nits) : std::nullopt;
+  }
   zarn::BlBackLight in;
   in.percentage = coverage;
   in.bl = level;
@@ -110,6 +117,13 @@ std::optional<double> Panel::TryToNits(uint32_t level, uint32_t coverage, bool h
 }
 
 std::optional<uint32_t> Panel::TryToLevel(double nits, uint32_t coverage, bool hdr) {
+  const Tables* const tables = TablesFor(coverage);
+  if (tables != nullptr) {
+    uint32_t level = 0;
+    log_->Take();
+    ret_ = (hdr ? tables->high_brightness : tables->standard).ToLevel(nits, coverage, &level);
+    return ret_ == 0 ? std::optional(level) : std::nullopt;
+  }
   zarn::BlNitsValue in;
   in.percentage = coverage;
   in.nits = nits;
@@ -117,6 +131,20 @@ std::optional<uint32_t> Panel::TryToLevel(double nits, uint32_t coverage, bool h
   zarn::BlNitsValue out;
   ret_ = Process(zarn::kNitsToBL, in, &out);
   return ret_ == 0 ? std::optional(out.bl) : std::nullopt;
+}
+
+// Null: the engine has to be asked, since dimming maps may answer, or to say why it refuses the coverage.
+const Panel::Tables* Panel::TablesFor(uint32_t coverage) {
+  if (ask_engine_ || coverage < 1 || coverage > 100) {
+    return nullptr;
+  }
+  if (!tables_) {
+    using Table = zarn::BackLightToNitsTable;
+    tables_ = Tables{Get<zarn::BLRange>(zarn::kBLRange).max_os_bl,
+                     {Get<Table>(zarn::kBLNitsMapping10Percent), Get<Table>(zarn::kBLNitsMapping100Percent)},
+                     {Get<Table>(zarn::kBLHdrNitsMapping10Percent), Get<Table>(zarn::kBLHdrNitsMapping100Percent)}};
+  }
+  return &*tables_;
 }
 
 template <class In>

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "panel/table_conversions.h"
 #include "support/captured_log.h"
 #include "support/failure.h"
 
@@ -53,6 +54,7 @@ class Panel {
     zarn::GenericPayload payload;
     payload.CopyPayload(record);
     log_->Take();
+    ask_engine_ = true;
     Check(engine_->SetParameter(param, payload), failure);
   }
 
@@ -62,11 +64,18 @@ class Panel {
   /// Client level for a luminance in nits at a coverage in per cent.
   uint32_t ToLevel(double nits, uint32_t coverage, bool hdr);
 
-  /// The same two, with nothing where the library refuses; its reason is then the log's.
+  /// The same two, with nothing where the library refuses; its reason is then the log's. The time grows with the
+  /// logarithm of the number of measured points, as long as no parameter has been set.
   std::optional<double> TryToNits(uint32_t level, uint32_t coverage, bool hdr);
   std::optional<uint32_t> TryToLevel(double nits, uint32_t coverage, bool hdr);
 
  private:
+  struct Tables {
+    uint32_t last_level;
+    TableConversions standard;
+    TableConversions high_brightness;
+  };
+
   explicit Panel(CapturedLog* log) : log_(log) {}
   void OpenByName(const std::string& name);
   void OpenByPath(const std::string& path);
@@ -80,6 +89,7 @@ class Panel {
     Check(component->GetParameter(param, &payload), "the parameter cannot be read");
     return *record;
   }
+  const Tables* TablesFor(uint32_t coverage);
   template <class In>
   int Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out);
   void CheckLoaded(int ret) const;
@@ -92,6 +102,8 @@ class Panel {
   std::string file_;
   std::string engine_name_;  // as MakeEngine takes it
   std::shared_ptr<zarn::BackLightNitsIntf> engine_;
+  bool ask_engine_ = false;       // A parameter was set: the answers may come from dimming maps.
+  std::optional<Tables> tables_;  // Made when needed.
 };
 
 }  // namespace blnits

@@ -1,0 +1,79 @@
+#include "panel/table_conversions.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "interpolation.h"
+
+namespace blnits {
+namespace {
+
+using zarn::BlNitsPoint;
+
+// NaN is above nothing, and nothing is above NaN.
+template <class Value>
+std::vector<size_t> RisingPlaces(const std::vector<BlNitsPoint>& points, Value BlNitsPoint::*value) {
+  std::vector<size_t> places;
+  for (size_t i = 0; i < points.size(); ++i) {
+    const bool first = places.empty() && points[i].*value == points[i].*value;
+    if (first || (!places.empty() && points[i].*value > points[places.back()].*value)) {
+      places.push_back(i);
+    }
+  }
+  return places;
+}
+
+// The place of the first point that is `wanted` or greater, or the number of points: where the engine's walk ends.
+template <class Value>
+size_t EndOfWalk(const std::vector<BlNitsPoint>& points, const std::vector<size_t>& rising, Value BlNitsPoint::*value,
+                 Value wanted) {
+  const auto end = std::partition_point(rising.begin(), rising.end(),
+                                        [&](size_t place) { return !(points[place].*value >= wanted); });
+  return end != rising.end() ? *end : points.size();
+}
+
+}  // namespace
+
+SearchedTable::SearchedTable(zarn::BackLightToNitsTable table)
+    : table_(std::move(table)),
+      rising_levels_(RisingPlaces(table_.points, &BlNitsPoint::bl)),
+      rising_nits_(RisingPlaces(table_.points, &BlNitsPoint::nits)) {}
+
+int SearchedTable::Nits(uint32_t level, double* nits) const {
+  return zarn::NitsAt(table_, EndOfWalk(table_.points, rising_levels_, &BlNitsPoint::bl, level), level, nits);
+}
+
+int SearchedTable::Level(double nits, uint32_t* level) const {
+  return zarn::LevelAt(table_, EndOfWalk(table_.points, rising_nits_, &BlNitsPoint::nits, nits), nits, level);
+}
+
+TableConversions::TableConversions(zarn::BackLightToNitsTable table_10, zarn::BackLightToNitsTable table_100)
+    : table_10_(std::move(table_10)), table_100_(std::move(table_100)) {}
+
+int TableConversions::ToNits(uint32_t level, uint32_t coverage, double* nits) const {
+  double at_10 = 0.0;
+  double at_100 = 0.0;
+  int ret = zarn::NeedsTenth(coverage) ? table_10_.Nits(level, &at_10) : 0;
+  if (ret == 0 && zarn::NeedsFull(coverage)) {
+    ret = table_100_.Nits(level, &at_100);
+  }
+  if (ret == 0) {
+    *nits = zarn::ValueAtCoverage(coverage, at_10, at_100);
+  }
+  return ret;
+}
+
+int TableConversions::ToLevel(double nits, uint32_t coverage, uint32_t* level) const {
+  uint32_t at_10 = 0;
+  uint32_t at_100 = 0;
+  int ret = zarn::NeedsTenth(coverage) ? table_10_.Level(nits, &at_10) : 0;
+  if (ret == 0 && zarn::NeedsFull(coverage)) {
+    ret = table_100_.Level(nits, &at_100);
+  }
+  if (ret == 0) {
+    *level = zarn::LevelAtCoverage(coverage, at_10, at_100);
+  }
+  return ret;
+}
+
+}  // namespace blnits
