@@ -156,12 +156,11 @@ void PrintLastLevels(const char* what, const LastLevels& last) {
 }
 
 // "largest", "at level" and "rms".
-std::string InColumns(const Spread& spread, bool all, int decimals) {
-  if (spread.Empty()) {
-    return fmt::format("{:>13}{:>10}{:>10}", "-", "-", "-");
-  }
-  const std::string rms = all ? fmt::format("{:.{}f}", spread.Rms(), decimals) : "-";
-  return fmt::format("{:>13.{}f}{:>10}{:>10}", spread.largest, decimals, spread.at, rms);
+std::string InColumns(const Spread& spread, bool all, int decimals, int width, int rms_width) {
+  const auto number = [&](bool there, double value) { return there ? fmt::format("{:.{}f}", value, decimals) : "-"; };
+  const bool any = !spread.Empty();
+  return fmt::format("{:>{}}{:>10}{:>{}}", number(any, spread.largest), width, any ? fmt::format("{}", spread.at) : "-",
+                     number(any && all, spread.Rms()), rms_width);
 }
 
 void PrintText(const Difference& difference, const DiffOptions& options) {
@@ -183,11 +182,11 @@ void PrintText(const Difference& difference, const DiffOptions& options) {
   fmt::print("\nclient levels 0 to {}, {} compared\n", levels.back(), levels.size());
   PrintLastLevels("client levels", difference.last);
   fmt::print("{}\n", left_out.empty() ? "" : left_out + "; rms needs them all\n");
-  fmt::print("{:<30}{:>13}{:>10}{:>10}{:>13}{:>10}{:>10}{:>9}\n", "measured table", "largest nits", "at level",
+  fmt::print("{:<30}{:>13}{:>10}{:>11}{:>11}{:>10}{:>9}{:>9}\n", "measured table", "largest nits", "at level",
              "rms nits", "largest %", "at level", "rms %", "refused");
   for (const TableDifference& table : difference.tables) {
-    fmt::print("{:<30}{}{}{:>9}{}\n", table.table, InColumns(table.nits, AreAll(levels), 4),
-               InColumns(table.percent, AreAll(levels), 3), table.refused,
+    fmt::print("{:<30}{}{}{:>9}{}\n", table.table, InColumns(table.nits, AreAll(levels), 4, 13, 11),
+               InColumns(table.percent, AreAll(levels), 3, 11, 9), table.refused,
                Passes(table, options) ? "" : "  beyond the limit");
   }
 }

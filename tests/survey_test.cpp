@@ -1,0 +1,190 @@
+// The tool's panel: its conversions beside those of the interface, and its survey of some levels beside all of them.
+#include "panel/survey.h"
+
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+
+#include "client.h"
+
+namespace {
+
+using namespace blnits;
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// Up to `most` points. The choice is small: levels and luminances are often equal, falling or next to each other.
+Points AnyTable(std::mt19937* random, size_t most, const std::vector<uint32_t>& levels,
+                const std::vector<double>& nits) {
+  Points points((*random)() % (most + 1));
+  for (auto& [level, luminance] : points) {
+    level = levels[(*random)() % levels.size()];
+    luminance = nits[(*random)() % nits.size()];
+  }
+  return points;
+}
+
+Calibration AnyPanel(std::mt19937* random, uint32_t last, size_t most, const std::vector<uint32_t>& levels,
+                     const std::vector<double>& nits) {
+  Calibration calibration(1023, last);
+  for (Points* const table :
+       {&calibration.standard_10, &calibration.standard_100, &calibration.hbm_10, &calibration.hbm_100}) {
+    *table = AnyTable(random, most, levels, nits);
+  }
+  return calibration;
+}
+
+Panel Opened(const std::string& name, const Calibration& calibration, CapturedLog* log) {
+  WriteFile(name, calibration.Text());
+  return Panel(name, log);
+}
+
+/// An answer in every bit, NaN apart, or none, and what was logged.
+template <class Number>
+std::string Told(const std::optional<Number>& answer, CapturedLog* log) {
+  char number[40] = "refused";
+  if (answer) {
+    const auto value = static_cast<double>(*answer);
+    std::snprintf(number, sizeof number, "%a", std::isnan(value) ? kNan : value);
+  }
+  std::string told = number;
+  for (const LogLine& line : log->Take()) {
+    told += std::string(" | ") + line.level + " " + line.text;
+  }
+  return told;
+}
+
+/// The interface's answers.
+std::optional<double> AskNits(zarn::BackLightNitsIntf* engine, uint32_t level, uint32_t coverage, bool hdr) {
+  const Holding<zarn::BlBackLight> in({sizeof(zarn::BlBackLight), coverage, level, hdr});
+  Holding<zarn::BlNitsValue> out;
+  return engine->ProcessOps(zarn::kBLToNits, in.payload, &out.payload) == 0 ? std::optional(out->nits) : std::nullopt;
+}
+
+std::optional<uint32_t> AskLevel(zarn::BackLightNitsIntf* engine, double nits, uint32_t coverage, bool hdr) {
+  const Holding<zarn::BlNitsValue> in({sizeof(zarn::BlNitsValue), coverage, 0, nits, hdr});
+  Holding<zarn::BlNitsValue> out;
+  return engine->ProcessOps(zarn::kNitsToBL, in.payload, &out.payload) == 0 ? std::optional(out->bl) : std::nullopt;
+}
+
+class Survey : public testing::Test {
+ protected:
+  TemporaryFolder folder_;
+  CapturedLog log_;
+};
+
+TEST_F(Survey, PanelConvertsAsTheInterfaceDoes) {
+  const std::vector<double> nits = {0.0,  -0.0,  1.0,    2.0,       2.0000000000000004, 3.5,
+                                    -5.0, 1e308, 5e-324, kInfinity, -kInfinity,         kNan};
+  const std::vector<double> wanted = {0.0,  -0.0, 0.4, 1.0,   1.5,    2.0,       2.0000000000000004, 3.0, 3.5,
+                                      -3.0, -5.0, 7.0, 1e308, 5e-324, kInfinity, -kInfinity,         kNan};
+  std::mt19937 random(20261123);
+  for (int round = 0; round < 200; ++round) {
+    SCOPED_TRACE(round);
+    const auto calibration = AnyPanel(&random, 20, 10, {0, 1, 2, 3, 5, 8, 9, 10, 15, 20, 30, 4294967295U}, nits);
+    Panel panel = Opened("x.xml", calibration, &log_);
+    const auto engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("./x.xml");
+    ASSERT_EQ(engine->Init(), 0);
+    for (const bool hdr : {false, true}) {
+      for (const uint32_t coverage : {0, 1, 10, 11, 55, 99, 100, 101}) {
+        for (uint32_t level = 0; level <= 21; ++level) {
+          log_.Take();
+          const auto expected = Told(AskNits(engine.get(), level, coverage, hdr), &log_);
+          ASSERT_EQ(Told(panel.TryToNits(level, coverage, hdr), &log_), expected) << level << " at " << coverage;
+        }
+        for (const double luminance : wanted) {
+          log_.Take();
+          const auto expected = Told(AskLevel(engine.get(), luminance, coverage, hdr), &log_);
+          ASSERT_EQ(Told(panel.TryToLevel(luminance, coverage, hdr), &log_), expected) << luminance << " " << coverage;
+        }
+      }
+    }
+  }
+}
+
+/// What the tool tells of a curve and of its distance from another, at some levels.
+struct Extremes {
+  double difference = 0.0;  // in nits
+  double share = 0.0;       // of the first
+  double step = 0.0;        // as a share, from kFirstJumpLevel on
+  uint64_t plateau = 0;     // in levels
+  uint64_t refused = 0;     // by one of the two
+  uint64_t extrapolated = 0;
+};
+
+Extremes Look(Panel* a, Panel* b, uint32_t coverage, size_t mode, const std::vector<uint32_t>& levels) {
+  const auto curve = SurveyCurves(a, {coverage}, levels)[mode];
+  const auto other = SurveyCurves(b, {coverage}, levels)[mode];
+  const auto finite = [](const Curve& each, size_t i) { return std::isfinite(each.nits[i]); };
+  Extremes found;
+  for (size_t i = 0; i < levels.size(); ++i) {
+    if (finite(curve, i) && finite(other, i)) {
+      found.difference = std::max(found.difference, std::abs(other.nits[i] - curve.nits[i]));
+      found.share =
+          curve.nits[i] != 0.0 ? std::max(found.share, std::abs(other.nits[i] / curve.nits[i] - 1.0)) : found.share;
+    }
+    if (i > 0 && levels[i] == levels[i - 1] + 1 && levels[i] > kFirstJumpLevel && curve.nits[i - 1] > 0.0) {
+      found.step = std::fmax(found.step, std::abs(curve.nits[i] - curve.nits[i - 1]) / curve.nits[i - 1]);
+    }
+  }
+  const auto same = [&](size_t i) { return IsSame(curve.nits[i], curve.nits[i + 1]); };
+  ForEachRun(levels.size() - 1, same, [&](size_t first, size_t last) {
+    found.plateau = std::max(found.plateau, uint64_t{levels[last + 1]} - levels[first] + 1);
+  });
+  const auto flags = Extrapolated(a, curve, levels);
+  found.extrapolated = CountLevels(levels, [&](size_t i) { return flags[i]; });
+  found.refused = CountLevels(levels, [&](size_t i) { return finite(curve, i) != finite(other, i); });
+  return found;
+}
+
+/// Infinite ones are equal.
+bool AreNear(double a, double b) { return a == b || std::abs(a - b) <= 1e-9 * std::abs(b); }
+
+/// Beyond 65,536 levels some are left out; what the others tell is what all would.
+TEST_F(Survey, LevelsLookedAtTellWhatAllWould) {
+  std::mt19937 random(65536);
+  const std::vector<double> nits = {0.0, 1.0, 100.0, 100.0, 100.3, 250.0, 250.0, 731.0, -40.0, 1.7e308, kNan};
+  for (int round = 0; round < 12; ++round) {
+    SCOPED_TRACE(round);
+    const std::vector<uint32_t> at = {20, 65000, 65534, 66000, 66001, 67003, 68000, 69999, 70500};
+    // Luminances that only a broken file has, in one round of three.
+    const std::vector<double> some(nits.begin(), round % 3 == 0 ? nits.end() : nits.begin() + 8);
+    Panel a = Opened("a.xml", AnyPanel(&random, 70000, 9, at, some), &log_);
+    Panel b = Opened("b.xml", AnyPanel(&random, round % 2 == 0 ? 70000 : 68500, 9, at, some), &log_);
+    const auto levels = SurveyLevels({&a, &b}, {10, 55, 100});
+    ASSERT_EQ(levels.back(), 70000U);
+    EXPECT_LT(levels.size(), 65536U + 200U);
+    EXPECT_FALSE(AreAll(levels));
+    std::vector<uint32_t> all(70001);
+    std::iota(all.begin(), all.end(), 0);
+    for (const uint32_t coverage : {10, 55, 100}) {
+      for (const size_t mode : {0, 1}) {
+        SCOPED_TRACE(std::to_string(coverage) + (mode == 1 ? " hdr" : ""));
+        const Extremes found = Look(&a, &b, coverage, mode, levels);
+        const Extremes expected = Look(&a, &b, coverage, mode, all);
+        EXPECT_PRED2(AreNear, found.difference, expected.difference);
+        EXPECT_PRED2(AreNear, found.share, expected.share);
+        EXPECT_PRED2(AreNear, found.step, expected.step);
+        EXPECT_EQ(found.plateau, expected.plateau);
+        EXPECT_EQ(found.refused, expected.refused);
+        EXPECT_EQ(found.extrapolated, expected.extrapolated);
+      }
+    }
+  }
+}
+
+TEST_F(Survey, LooksAtEveryLevelUpTo65535) {
+  const std::vector<std::pair<uint32_t, size_t>> cases = {{0, 1}, {255, 256}, {65535, 65536}, {65536, 65537}};
+  for (const auto& [last, count] : cases) {
+    Panel panel = Opened("x.xml", Calibration(1023, last), &log_);
+    EXPECT_EQ(SurveyLevels(&panel).size(), count);
+    EXPECT_EQ(LeftOut(SurveyLevels(&panel)), "");
+  }
+  Panel panel = Opened("x.xml", Calibration(1023, 4294967295U), &log_);
+  EXPECT_EQ(SurveyLevels(&panel).back(), 4294967295U);
+  EXPECT_EQ(LeftOut(SurveyLevels(&panel)).substr(0, 43), "not looked at: 4294901758 levels above 6553");
+}
+
+}  // namespace
