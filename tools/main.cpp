@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <string>
 
 #include "commands/command_line.h"
 #include "commands/commands.h"

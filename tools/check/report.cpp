@@ -21,14 +21,14 @@ fmt::text_style StyleOf(Severity severity) {
 
 }  // namespace
 
-void PrintReport(const std::string& file, const CheckReport& report) {
+void PrintReport(const std::string& file, const CheckReport& report, std::FILE* stream) {
   const std::string name = Printable(file);
-  fmt::print("{}: the device {} this file\n", name, report.loads ? "loads" : "refuses");
+  fmt::print(stream, "{}: the device {} this file\n", name, report.loads ? "loads" : "refuses");
   for (const auto& [line, rule, text] : report.findings) {
-    fmt::print("{}:{}: {}: {} [{}]\n", name, line, fmt::format(StyleOf(rule->severity), "{}", NameOf(rule->severity)),
-               text, rule->name);
+    fmt::print(stream, "{}:{}: {}: {} [{}]\n", name, line,
+               fmt::format(StyleOf(rule->severity), "{}", NameOf(rule->severity)), Printable(text), rule->name);
   }
-  fmt::print("{}: {}: {}, {}, {}\n", name, report.loads ? "loads" : "does not load",
+  fmt::print(stream, "{}: {}: {}, {}, {}\n", name, report.loads ? "loads" : "does not load",
              Counted(report.Count(Severity::kError), "error"), Counted(report.Count(Severity::kWarning), "warning"),
              Counted(report.Count(Severity::kNote), "note"));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdio>
+
 #include "check/check.h"
 
 namespace blnits {
@@ -8,6 +10,6 @@ namespace blnits {
 constexpr size_t kUsualLimit = 20;
 
 /// Prints what a check of `file` found, as compilers do, with the verdict before and after; colours on a terminal.
-void PrintReport(const std::string& file, const CheckReport& report);
+void PrintReport(const std::string& file, const CheckReport& report, std::FILE* stream = stdout);
 
 }  // namespace blnits

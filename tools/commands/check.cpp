@@ -1,9 +1,9 @@
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "check/report.h"
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "support/json.h"
 
 namespace blnits {
 namespace {
@@ -28,8 +28,7 @@ void PrintJson(const std::string& file, const CheckReport& report) {
                                          {"warnings", report.Count(Severity::kWarning)},
                                          {"notes", report.Count(Severity::kNote)},
                                          {"findings", findings}};
-  // Text of a file may be no UTF-8, or obeyed by a terminal: all but ASCII is escaped.
-  fmt::print("{}\n", object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace));
+  fmt::print("{}\n", JsonLine(object));
 }
 
 void ListRules() {
@@ -49,7 +48,11 @@ void Run(const CheckOptions& options, CapturedLog* log) {
   bool fine = true;
   for (const std::string& file : options.files) {
     const CheckReport report = Check(file, options.disabled, options.limit, log);
-    (options.format == "json" ? PrintJson : PrintReport)(file, report);
+    if (options.format == "json") {
+      PrintJson(file, report);
+    } else {
+      PrintReport(file, report);
+    }
     fine = fine && report.Count(Severity::kError) == 0 && !(options.strict && report.Count(Severity::kWarning) > 0);
   }
   if (!fine) {

@@ -1,11 +1,14 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
+#include <ostream>
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "panel/survey.h"
 #include "support/foreign_text.h"
+#include "support/output_file.h"
 #include "support/plot.h"
 
 namespace blnits {
@@ -16,7 +19,9 @@ struct CurveOptions {
   std::string compared;
   std::vector<uint32_t> coverages = {10, 55, 100};
   std::string output;
+  std::string format;
   bool logarithmic = false;
+  bool relative = false;
   bool csv = false;
 };
 
@@ -33,14 +38,6 @@ std::string LabelOf(const Panel& panel, const std::vector<DrawnPanel>& all) {
   return std::count_if(all.begin(), all.end(), same) > 1 ? panel.File() : panel.Name();
 }
 
-std::string InCsv(const std::string& text) {
-  std::string quoted = "\"";
-  for (const char c : text) {
-    quoted += c == '"' ? "\"\"" : std::string(1, c);
-  }
-  return quoted + "\"";
-}
-
 // A level that a panel does not have, or refuses, leaves its fields empty.
 void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* panels) {
   std::vector<Panel*> surveyed;
@@ -52,8 +49,8 @@ void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* p
   fmt::print("client level");
   for (DrawnPanel& drawn : *panels) {
     for (Curve& curve : SurveyCurves(&drawn.panel, coverages, levels)) {
-      fmt::print(",{}", InCsv(fmt::format("{}: {} nits at {} %", Printable(LabelOf(drawn.panel, *panels)),
-                                          curve.hdr ? "high-brightness" : "standard", curve.coverage)));
+      fmt::print(",{}", CsvCell(fmt::format("{}: {} nits at {} %", LabelOf(drawn.panel, *panels),
+                                            curve.hdr ? "high-brightness" : "standard", curve.coverage)));
       curves.push_back(std::move(curve));
     }
   }
@@ -70,64 +67,249 @@ void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* p
   }
 }
 
-/// One hue for each panel's operation, darker for a smaller coverage.
-std::string ColourOf(size_t panel, const Curve& curve, size_t coverage) {
-  constexpr const char* kColours[2][2][3] = {{{"#08306b", "#2171b5", "#6baed6"}, {"#7f2704", "#d94801", "#fd8d3c"}},
-                                             {{"#00441b", "#238b45", "#74c476"}, {"#3f007d", "#6a51a3", "#9e9ac8"}}};
-  return kColours[panel][curve.hdr ? 1 : 0][coverage % 3];
+/// A label as a picture has room for it.
+std::string ShortLabelOf(const DrawnPanel& drawn, const std::vector<DrawnPanel>& all) {
+  constexpr size_t kLongest = 40;
+  return Shown(LabelOf(drawn.panel, all), kLongest);
 }
 
-/// Short enough for the key of a small picture.
-std::string KeyOf(const Curve& curve) {
-  return fmt::format("{} {} %", curve.hdr ? "high brightness" : "standard", curve.coverage);
+/// One hue for each panel's operation, from dark to light with the place of the coverage among all.
+std::string ColourOf(size_t panel, bool hdr, size_t place, size_t coverages) {
+  struct Colour {
+    double red, green, blue;
+  };
+  constexpr Colour kHues[2][2][3] = {{{{8, 48, 107}, {33, 113, 181}, {107, 174, 214}},    // blue
+                                      {{127, 39, 4}, {217, 72, 1}, {253, 141, 60}}},      // orange
+                                     {{{0, 68, 27}, {35, 139, 69}, {116, 196, 118}},      // green
+                                      {{63, 0, 125}, {106, 81, 163}, {158, 154, 200}}}};  // purple
+  const auto& hue = kHues[panel][hdr ? 1 : 0];
+  const double share = coverages > 1 ? 2.0 * static_cast<double>(place) / static_cast<double>(coverages - 1) : 0.0;
+  const size_t dark = share < 1.0 ? 0 : 1;
+  const auto mixed = [&](double Colour::*part) {
+    const double lighter = share - static_cast<double>(dark);
+    return static_cast<int>(std::lround(hue[dark].*part + lighter * (hue[dark + 1].*part - hue[dark].*part)));
+  };
+  return fmt::format("#{:02x}{:02x}{:02x}", mixed(&Colour::red), mixed(&Colour::green), mixed(&Colour::blue));
 }
 
-// A curve that is the same as one before is not drawn over it.
-void AddLines(DrawnPanel* drawn, size_t number, const std::string& label, size_t coverages, Plot* plot) {
-  const std::vector<Curve>& curves = drawn->curves;
-  std::vector<size_t> drawn_at(curves.size());
+/// A curve as it is drawn, and which curve it is.
+struct DrawnCurve {
+  PlotLine line;
+  size_t panel;
+  bool hdr;
+  uint32_t coverage;
+};
+
+PlotPoints Points(const DrawnPanel& drawn, const Curve& curve, double unit) {
+  PlotPoints points;
+  for (size_t i = 0; i < drawn.levels.size(); ++i) {
+    points.emplace_back(unit * drawn.levels[i], curve.nits[i]);
+  }
+  return points;
+}
+
+PlotPoints MeasuredPoints(DrawnPanel* drawn, const Curve& curve, double unit) {
+  PlotPoints points;
+  const MeasuredTable* const table = TableOf(curve);
+  if (table != nullptr) {
+    for (const auto& point : PointsOf(&drawn->panel, *table)) {
+      points.emplace_back(unit * point.bl, point.nits);
+    }
+  }
+  return points;
+}
+
+/// \param unit of a client level on the picture's axis.
+std::vector<DrawnCurve> CurvesOf(DrawnPanel* drawn, size_t number, double unit, size_t coverages) {
+  std::vector<DrawnCurve> curves;
+  for (size_t i = 0; i < drawn->curves.size(); ++i) {
+    const Curve& curve = drawn->curves[i];
+    PlotLine line = {"",
+                     ColourOf(number, curve.hdr, i % coverages, coverages),
+                     number > 0,
+                     Points(*drawn, curve, unit),
+                     Extrapolated(&drawn->panel, curve, drawn->levels),
+                     MeasuredPoints(drawn, curve, unit)};
+    curves.push_back({std::move(line), number, curve.hdr, curve.coverage});
+  }
+  return curves;
+}
+
+/// "standard 10, 55 %, high brightness 10 %": the curves of one panel among some.
+std::string NamesOf(const std::vector<const DrawnCurve*>& curves, size_t panel) {
+  std::string coverages[2];
+  for (const DrawnCurve* curve : curves) {
+    if (curve->panel == panel) {
+      std::string& list = coverages[curve->hdr ? 1 : 0];
+      list += fmt::format("{}{}", list.empty() ? "" : ", ", curve->coverage);
+    }
+  }
+  if (coverages[0] == coverages[1]) {
+    return coverages[0].empty() ? "" : fmt::format("standard and high brightness {} %", coverages[0]);
+  }
+  const std::string standard = coverages[0].empty() ? "" : fmt::format("standard {} %", coverages[0]);
+  const std::string hdr = coverages[1].empty() ? "" : fmt::format("high brightness {} %", coverages[1]);
+  return standard + (standard.empty() || hdr.empty() ? "" : ", ") + hdr;
+}
+
+/// What the key calls a line that several curves have in common. \param labels of the panels; none: there is one panel.
+std::string KeyOf(const std::vector<const DrawnCurve*>& curves, const std::vector<std::string>& labels) {
+  const std::string first = NamesOf(curves, 0);
+  const std::string second = NamesOf(curves, 1);
+  if (labels.empty()) {
+    return first;
+  }
+  if (first == second) {
+    return fmt::format("{} and {}: {}", labels[0], labels[1], first);
+  }
+  return (first.empty() ? "" : fmt::format("{}: {}", labels[0], first)) +
+         (first.empty() || second.empty() ? "" : "; ") +
+         (second.empty() ? "" : fmt::format("{}: {}", labels[1], second));
+}
+
+// A gap is like a gap.
+bool IsSame(const PlotPoints& a, const PlotPoints& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& one, const auto& other) {
+    return one.first == other.first &&
+           (one.second == other.second || (!std::isfinite(one.second) && !std::isfinite(other.second)));
+  });
+}
+
+/// A line for each curve that is not the same as one before, which it shares otherwise.
+std::vector<PlotLine> LinesOf(std::vector<DrawnCurve> curves, const std::vector<std::string>& labels) {
+  std::vector<PlotLine> lines;
+  std::vector<bool> shared(curves.size(), false);
   for (size_t i = 0; i < curves.size(); ++i) {
-    const MeasuredTable* const table = TableOf(curves[i]);
-    const auto measured = table != nullptr ? PointsOf(&drawn->panel, *table) : std::vector<zarn::BlNitsPoint>();
-    const auto same =
-        std::find_if(curves.begin(), curves.end(), [&](const Curve& curve) { return curve.nits == curves[i].nits; });
-    const auto first = static_cast<size_t>(same - curves.begin());
-    if (first < i) {
-      PlotLine& line = plot->lines[drawn_at[first]];
-      line.measured.insert(line.measured.end(), measured.begin(), measured.end());
-      const std::string name = fmt::format("{}{} (as {})", label, KeyOf(curves[i]), KeyOf(curves[first]));
-      plot->lines.push_back({name, line.colour, line.second_panel, {}, {}, {}, {}});
+    std::vector<const DrawnCurve*> alike;
+    for (size_t k = i; k < curves.size(); ++k) {
+      if (!shared[k] && IsSame(curves[i].line.points, curves[k].line.points)) {
+        shared[k] = true;
+        alike.push_back(&curves[k]);
+      }
+    }
+    if (alike.empty()) {
       continue;
     }
-    drawn_at[i] = plot->lines.size();
-    plot->lines.push_back({label + KeyOf(curves[i]), ColourOf(number, curves[i], i % coverages), number > 0,
-                           drawn->levels, curves[i].nits, Extrapolated(&drawn->panel, curves[i], drawn->levels),
-                           measured});
+    lines.push_back(curves[i].line);
+    lines.back().name = KeyOf(alike, labels);
+    for (size_t k = 1; k < alike.size(); ++k) {
+      const PlotPoints& measured = alike[k]->line.measured;
+      lines.back().measured.insert(lines.back().measured.end(), measured.begin(), measured.end());
+    }
+  }
+  return lines;
+}
+
+/// A curve's value between its points; not a number beyond them and beside a gap.
+double ValueAt(const PlotPoints& points, double level) {
+  const auto above = std::lower_bound(points.begin(), points.end(), level,
+                                      [](const auto& point, double sought) { return point.first < sought; });
+  if (above != points.end() && above->first == level) {
+    return above->second;
+  }
+  if (above == points.begin() || above == points.end()) {
+    return std::numeric_limits<double>::quiet_NaN();
+  }
+  const auto below = above - 1;
+  const double share = (level - below->first) / (above->first - below->first);
+  return below->second + share * (above->second - below->second);
+}
+
+/// Second minus first, at the levels of both; in per cent of the first where `percent` is set.
+PlotLine DifferenceOf(const PlotLine& first, const PlotLine& second, bool percent) {
+  PlotLine line = {"", first.colour, false, {}, {}, {}};
+  std::vector<std::pair<double, bool>> levels;
+  for (const PlotLine* each : {&first, &second}) {
+    for (size_t i = 0; i < each->points.size(); ++i) {
+      levels.emplace_back(each->points[i].first, each->extrapolated[i]);
+    }
+  }
+  std::sort(levels.begin(), levels.end());
+  for (const auto& [level, extrapolated] : levels) {
+    if (!line.points.empty() && line.points.back().first == level) {
+      line.extrapolated.back() = line.extrapolated.back() || extrapolated;
+      continue;
+    }
+    const double of = ValueAt(first.points, level);
+    const double difference = ValueAt(second.points, level) - of;
+    line.points.emplace_back(level, percent ? 100.0 * difference / of : difference);
+    line.extrapolated.push_back(extrapolated);
+  }
+  return line;
+}
+
+std::vector<DrawnCurve> DifferencesOf(const std::vector<DrawnCurve>& first, const std::vector<DrawnCurve>& second,
+                                      bool percent) {
+  std::vector<DrawnCurve> differences;
+  for (size_t i = 0; i < first.size(); ++i) {
+    differences.push_back({DifferenceOf(first[i].line, second[i].line, percent), 0, first[i].hdr, first[i].coverage});
+  }
+  return differences;
+}
+
+void CheckVisible(const DrawnPanel& drawn, bool logarithmic) {
+  const auto dark = [&](const Curve& curve) {
+    return std::none_of(curve.nits.begin(), curve.nits.end(),
+                        [&](double nits) { return std::isfinite(nits) && (!logarithmic || nits > 0.0); });
+  };
+  if (std::all_of(drawn.curves.begin(), drawn.curves.end(), dark)) {
+    throw Failure(fmt::format("{}: no level has a luminance{}, there is nothing to draw; blnits check says why",
+                              drawn.panel.File(), logarithmic ? " above 0" : ""));
   }
 }
 
-// gnuplot has no words for it.
-void CheckVisible(const DrawnPanel& drawn) {
-  const auto dark = [](const Curve& curve) {
-    return std::none_of(curve.nits.begin(), curve.nits.end(), [](double nits) { return std::isfinite(nits); });
-  };
-  if (std::all_of(drawn.curves.begin(), drawn.curves.end(), dark)) {
-    throw Failure(fmt::format("{}: no level has a luminance, there is nothing to draw; blnits check says why",
-                              drawn.panel.File()));
+/// What a client level is on the axis: itself, or per cent of the panel's range.
+double UnitOf(const DrawnPanel& drawn, bool relative) {
+  return relative ? 100.0 / std::max(1U, drawn.levels.back()) : 1.0;
+}
+
+Plot PlotOf(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
+  std::vector<std::string> labels;
+  std::vector<std::vector<DrawnCurve>> curves;
+  for (size_t i = 0; i < panels->size(); ++i) {
+    DrawnPanel& drawn = (*panels)[i];
+    CheckVisible(drawn, options.logarithmic);
+    labels.push_back(ShortLabelOf(drawn, *panels));
+    curves.push_back(CurvesOf(&drawn, i, UnitOf(drawn, options.relative), options.coverages.size()));
   }
+  const char* const levels = options.relative ? "client level in % of the range" : "client level";
+  if (panels->size() == 1) {
+    return {labels[0], levels, {{"luminance", "nits", options.logarithmic, LinesOf(curves[0], {})}}};
+  }
+  const auto differences = DifferencesOf(curves[0], curves[1], options.logarithmic);
+  curves[0].insert(curves[0].end(), curves[1].begin(), curves[1].end());
+  return {labels[0] + " and " + labels[1],
+          levels,
+          {{"luminance", "nits", options.logarithmic, LinesOf(curves[0], labels)},
+           {"second - first", options.logarithmic ? "%" : "nits", false, LinesOf(differences, {})}}};
+}
+
+PictureFormat FormatOf(const CurveOptions& options) {
+  const auto ends = [&](const std::string& end) {
+    return options.output.size() >= end.size() &&
+           options.output.compare(options.output.size() - end.size(), end.size(), end) == 0;
+  };
+  if (options.output.empty() && options.format.empty()) {
+    return PictureFormat::kText;
+  }
+  if (options.format == "png" || (options.format.empty() && ends(".png"))) {
+    return PictureFormat::kPng;
+  }
+  if (options.format == "svg" || options.output == "-" || ends(".svg")) {
+    return PictureFormat::kSvg;
+  }
+  throw Failure(
+      fmt::format("{}: the name of a picture ends with .svg or .png, or --format says which it is", options.output));
 }
 
 void DrawCurves(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
-  Plot plot;
-  plot.logarithmic = options.logarithmic;
-  for (size_t i = 0; i < panels->size(); ++i) {
-    DrawnPanel& drawn = (*panels)[i];
-    CheckVisible(drawn);
-    const std::string label = LabelOf(drawn.panel, *panels);
-    plot.title += (i > 0 ? " and " : "") + label;
-    AddLines(&drawn, i, panels->size() > 1 ? label + ": " : "", options.coverages.size(), &plot);
+  const PictureFormat format = FormatOf(options);
+  const Plot plot = PlotOf(panels, options);
+  if (format == PictureFormat::kText) {
+    fmt::print("{}", Drawn(plot, format));
+    return;
   }
-  Draw(plot, options.output);
+  WriteWhole(options.output.empty() ? "-" : options.output, [&](std::ostream& file) { file << Drawn(plot, format); });
 }
 
 void Run(const CurveOptions& options, CapturedLog* log) {
@@ -158,15 +340,24 @@ void AddCurveCommand(CLI::App* app, CapturedLog* log) {
       ->check(CLI::Range(1, 100).description(""))
       ->type_name("PERCENT")
       ->capture_default_str();
-  command->add_flag("--log", options->logarithmic, "A logarithmic axis of luminances");
-  auto* const output = command
-                           ->add_option("-o,--output", options->output,
-                                        "The picture's file, .svg or .png; without it the terminal is drawn on")
-                           ->type_name("FILE");
+  command->add_flag("--log", options->logarithmic,
+                    "A logarithmic axis of luminances; differences are then in per cent");
+  command->add_flag("--relative", options->relative, "An axis of levels in per cent of each panel's range");
+  auto* const output =
+      command
+          ->add_option(
+              "-o,--output", options->output,
+              "The picture's file, .svg or .png; -: standard output. Without it, the terminal shows the picture")
+          ->type_name("FILE");
+  auto* const format =
+      command->add_option("--format", options->format, "svg or png, where the file's name does not say it")
+          ->check(CLI::IsMember({"svg", "png"}).description(""))
+          ->type_name("FORMAT");
   command
       ->add_flag("--csv", options->csv,
                  "Print the numbers instead, in nits: every client level up to 65,535, and the measured ones beyond")
-      ->excludes(output);
+      ->excludes(output)
+      ->excludes(format);
   command->footer(
       "Marks are measured points, dashed lines extrapolated. gnuplot draws (Debian's package gnuplot-nox).\n"
       "Example: blnits curve samples/backlight_calib_oled_hbm.xml --coverage 10 100 --log -o hbm.svg");

@@ -2,13 +2,13 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "panel/survey.h"
 #include "support/foreign_text.h"
+#include "support/json.h"
 
 namespace blnits {
 namespace {
@@ -219,8 +219,7 @@ void PrintJson(const Difference& difference, const DiffOptions& options) {
                                 {"refused", table.refused},
                                 {"passes", Passes(table, options)}});
   }
-  // Names are foreign: what is not ASCII is escaped, what is not UTF-8 replaced.
-  fmt::print("{}\n", object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace));
+  fmt::print("{}\n", JsonLine(object));
 }
 
 void Run(const DiffOptions& options, CapturedLog* log) {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -19,6 +19,7 @@
 #include "support/fitting.h"
 #include "support/foreign_text.h"
 #include "support/measurements.h"
+#include "support/memory_file.h"
 #include "support/output_file.h"
 
 namespace blnits {
@@ -41,19 +42,22 @@ struct ImportOptions {
 /// What was done to the measurements.
 class Story {
  public:
+  explicit Story(std::FILE* told) : told_(told) {}
+
   /// For the user and for the file.
   void Tell(std::string line) {
-    fmt::print("{}\n", Printable(line));
+    Detail(line);
     Keep(std::move(line));
   }
   /// For the user: one change of many.
-  void Detail(const std::string& line) { fmt::print("{}\n", Printable(line)); }
+  void Detail(const std::string& line) { fmt::print(told_, "{}\n", Printable(line)); }
   /// For the file: one line a kind of change.
   void Keep(std::string line) { kept_.push_back(std::move(line)); }
 
   const std::vector<std::string>& Kept() const { return kept_; }
 
  private:
+  std::FILE* told_;
   std::vector<std::string> kept_;
 };
 
@@ -154,10 +158,8 @@ std::array<Points, kMeasuredTables.size()> ReadTables(const ImportOptions& optio
 /// Text as a comment can hold it.
 std::string InComment(const std::string& text) {
   std::string safe;
-  for (const char c : text) {
-    safe += !safe.empty() && safe.back() == '-' && c == '-'
-                ? " -"
-                : std::string(1, static_cast<unsigned char>(c) < ' ' ? ' ' : c);
+  for (const char c : Printable(text)) {
+    safe += !safe.empty() && safe.back() == '-' && c == '-' ? " -" : std::string(1, c);
   }
   return safe;
 }
@@ -166,7 +168,7 @@ void WriteComment(const ImportOptions& options, const Story& story, std::ostream
   file << "<!--\n  Made by blnits import from measurements";
   file << InComment(options.date.empty() ? "" : " of " + options.date) << ".\n";
   for (const std::string& line : story.Kept()) {
-    file << "  " << InComment(Printable(line)) << "\n";
+    file << "  " << InComment(line) << "\n";
   }
   file << "-->\n";
 }
@@ -189,8 +191,9 @@ void WriteTable(const MeasuredTable& table, const Points& points, std::ostream& 
   file << fmt::format("      </{}>\n", table.element);
 }
 
-void Write(const ImportOptions& options, std::ostream& file) {
-  Story story;
+/// \param told gets what was done to the measurements.
+void Write(const ImportOptions& options, std::FILE* told, std::ostream& file) {
+  Story story(told);
   const auto tables = ReadTables(options, &story);
   std::vector<std::pair<uint32_t, uint32_t>> pairs = {{0, 0}, {options.max_bl, options.max_bl}};
   if (options.linear.empty()) {
@@ -237,10 +240,10 @@ void CheckOutput(const ImportOptions& options) {
   }
 }
 
-// What the device would not load is not written at all.
-std::string TextOf(const ImportOptions& options) {
+// What the device would not load is not written at all. A file of that size has fewer nodes than the device's bound.
+std::string TextOf(const ImportOptions& options, std::FILE* told) {
   std::ostringstream file;
-  Write(options, file);
+  Write(options, told, file);
   std::string text = file.str();
   if (text.size() > zarn::kMaxFileBytes) {
     throw Failure(
@@ -251,22 +254,19 @@ std::string TextOf(const ImportOptions& options) {
   return text;
 }
 
-void WriteFile(const std::string& path, const std::string& text) {
-  WriteWhole(path, [&](const std::string& unfinished) {
-    std::ofstream file(unfinished);
-    file << text;
-    file.close();
-    if (!file) {
-      throw Failure(fmt::format("{}: cannot be written", path));
-    }
-  });
+/// What was written where it cannot be read again; its name is no file's.
+CheckReport CheckCopy(const std::string& text, CapturedLog* log) {
+  return Check(MemoryFile(text).Path(), {"file-name"}, kUsualLimit, log);
 }
 
 void Run(const ImportOptions& options, CapturedLog* log) {
   CheckOutput(options);
-  WriteFile(options.output, TextOf(options));
-  const CheckReport report = Check(options.output, {}, kUsualLimit, log);
-  PrintReport(options.output, report);
+  std::FILE* const told = options.output == "-" ? stderr : stdout;
+  const bool readable = IsRegularOutput(options.output);
+  const std::string text = TextOf(options, told);
+  WriteWhole(options.output, [&](std::ostream& file) { file << text; });
+  const CheckReport report = readable ? Check(options.output, {}, kUsualLimit, log) : CheckCopy(text, log);
+  PrintReport(options.output == "-" ? "standard output" : options.output, report, told);
   if (report.Count(Severity::kError) > 0) {
     throw Negative();
   }
@@ -312,15 +312,13 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
                     "Repair falling readings by the smallest change; every change is told");
   command
       ->add_option("--tolerance", options->tolerance,
-                   "Drop points that the lines between the others give back within so many nits, or, with a % behind\n"
-                   "the number, within such a share of their luminance: 0.2%")
-      ->check(CLI::Validator(
-          [](const std::string& text) {
-            return NotNegative()(text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0)));
-          },
-          ""))
-      ->type_name("NITS|PERCENT");
-  command->add_option("-o,--output", options->output, "The calibration file, backlight_calib_<panel>.xml")
+                   "Drop points that the lines between the others give back within so many nits")
+      ->check(CLI::NonNegativeNumber.description(""))
+      ->type_name("NITS");
+  command
+      ->add_option("-o,--output", options->output,
+                   "The calibration file, backlight_calib_<panel>.xml; -: standard output, and the report goes to "
+                   "standard error")
       ->required()
       ->type_name("FILE");
   command->footer(

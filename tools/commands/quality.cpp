@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "panel/survey.h"
 #include "support/foreign_text.h"
+#include "support/json.h"
 
 namespace blnits {
 namespace {
@@ -221,8 +221,7 @@ void PrintJson(const Panel& panel, const QualityReport& report) {
                                {"hbm_nits", seam.hbm},
                                {"percent", PercentOf(seam)}});
   }
-  // Names are foreign: what is not ASCII is escaped, what is not UTF-8 replaced.
-  fmt::print("{}\n", object.dump(-1, ' ', true, Json::error_handler_t::replace));
+  fmt::print("{}\n", JsonLine(object));
 }
 
 void Run(const QualityOptions& options, CapturedLog* log) {

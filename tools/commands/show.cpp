@@ -4,6 +4,7 @@
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "panel/survey.h"
+#include "support/foreign_text.h"
 
 namespace blnits {
 namespace {
@@ -29,8 +30,8 @@ void ShowTable(Panel* panel, const MeasuredTable& table) {
 void Run(const std::string& argument, CapturedLog* log) {
   Panel panel(argument, log);
   const auto range = panel.Get<zarn::BLRange>(zarn::kBLRange);
-  fmt::print("panel          {}\n", panel.Name());
-  fmt::print("file           {}\n", panel.File());
+  fmt::print("panel          {}\n", Printable(panel.Name()));
+  fmt::print("file           {}\n", Printable(panel.File()));
   fmt::print("panel levels   {} to {}\n", range.minimum_bl, range.max_bl);
   fmt::print("client levels  0 to {}\n", range.max_os_bl);
   fmt::print("gamma          {}\n", panel.Get<zarn::BLGamma>(zarn::kBLGamma).gamma);

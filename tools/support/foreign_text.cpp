@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string>
 
 namespace blnits {
@@ -34,6 +36,29 @@ Character CharacterAt(std::string_view text) {
 
 bool IsControl(uint32_t code) { return code < 0x20 || (code >= 0x7f && code < 0xa0); }
 
+/// A terminal shows no glyph of its own for them, or shows what follows in another order or line.
+bool IsDeceptive(uint32_t code) {
+  struct Range {
+    uint32_t first;
+    uint32_t last;
+  };
+  constexpr Range kDeceptive[] = {
+      {0xad, 0xad},        // soft hyphen
+      {0x61c, 0x61c},      // Arabic letter mark
+      {0x180e, 0x180e},    // Mongolian vowel separator
+      {0x200b, 0x200f},    // zero width, direction marks
+      {0x2028, 0x202e},    // line and paragraph separator, embeddings and overrides
+      {0x2060, 0x206f},    // invisible operators, isolates
+      {0xfdd0, 0xfdef},    // no characters
+      {0xfeff, 0xfeff},    // zero width no-break space
+      {0xfff9, 0xfffb},    // interlinear annotation
+      {0xe0000, 0xe0fff},  // tags
+  };
+  const bool none = (code & 0xfffe) == 0xfffe;  // the last two of each plane
+  return none || std::any_of(std::begin(kDeceptive), std::end(kDeceptive),
+                             [&](const Range& range) { return code >= range.first && code <= range.last; });
+}
+
 }  // namespace
 
 std::string Printable(std::string_view text) {
@@ -42,6 +67,8 @@ std::string Printable(std::string_view text) {
     const auto [size, code] = CharacterAt(text);
     if (size == 0 || IsControl(code)) {
       printable += fmt::format("\\x{:02x}", size == 0 ? static_cast<unsigned char>(text[0]) : code);
+    } else if (IsDeceptive(code)) {
+      printable += fmt::format("\\u{:04x}", code);
     } else {
       printable += text.substr(0, size);
     }
@@ -50,14 +77,22 @@ std::string Printable(std::string_view text) {
   return printable;
 }
 
-std::string Shown(std::string_view text) {
-  constexpr size_t kShown = 24;
+std::string Shown(std::string_view text, size_t characters) {
   size_t end = 0;
-  for (size_t count = 0; end < text.size() && count < kShown; ++count) {
+  for (size_t count = 0; end < text.size() && count < characters; ++count) {
     const size_t size = CharacterAt(text.substr(end)).size;
     end += size == 0 ? 1 : size;
   }
   return Printable(text.substr(0, end)) + (end < text.size() ? "..." : "");
+}
+
+std::string CsvCell(std::string_view text) {
+  const bool formula = !text.empty() && std::string_view("=+-@").find(text[0]) != std::string_view::npos;
+  std::string cell = formula ? "\"'" : "\"";
+  for (const char c : Printable(text)) {
+    cell += c == '"' ? "\"\"" : std::string(1, c);
+  }
+  return cell + "\"";
 }
 
 }  // namespace blnits

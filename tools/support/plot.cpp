@@ -2,126 +2,248 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
+#include <set>
 
-#include "support/failure.h"
-#include "support/output_file.h"
+#include "support/gnuplot.h"
 #include "support/terminal.h"
 
 namespace blnits {
 namespace {
 
-/// Text in a gnuplot script.
-std::string Quoted(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) {
-    quoted += c == '\'' ? "''" : std::string(1, c);
-  }
-  return quoted + "'";
-}
-
-/// gnuplot's way to draw.
+/// How a picture is drawn in one of the formats.
 struct Device {
-  std::string terminal;
-  std::string extrapolated;  ///< How lines are drawn there,
+  std::string terminal;      ///< gnuplot's, with its options.
+  const char* extrapolated;  ///< How lines are drawn there,
   const char* stroke;        ///< and what that is called.
-  int symbols[2];            ///< That mark what was measured on the first panel and on the second.
+  int symbols[2];            ///< Marks of what was measured on the first panel and on the second.
+  size_t columns;            ///< How fine lines and marks can be told apart.
+  size_t rows;
+  size_t level_tics;
+  size_t value_tics;  ///< In one pane.
+  const char* key;    ///< More or less room than gnuplot's estimate gives the key.
 };
 
-Device DeviceFor(const std::string& path) {
-  const std::string end = path.size() < 4 ? "" : path.substr(path.size() - 4);
+Device DeviceFor(PictureFormat format, size_t panes) {
+  constexpr int kWidth = 1000;
+  const int height = panes > 1 ? 900 : 640;
+  if (format == PictureFormat::kText) {
+    constexpr int kTwoPanes = 36;  // rows without which the second is nothing but its frame
+    const auto [columns, lines] = SizeOfTerminal();
+    const int rows = panes > 1 ? std::max(lines - 1, kTwoPanes) : lines - 1;
+    return {fmt::format("dumb size {},{} noenhanced {}", columns, rows, WantsColours() ? "ansi256" : "mono"),
+            "dots",
+            "dots",
+            {15, 24},  // O and X
+            static_cast<size_t>(columns) * 2,
+            static_cast<size_t>(rows) * 2,
+            6,
+            std::clamp<size_t>(static_cast<size_t>(rows) / panes / 4, 2, 8),
+            ""};
+  }
   const char* const dashes = "lines linewidth 2 dashtype 2";
-  if (path.empty()) {
-    const auto [columns, rows] = SizeOfTerminal();
-    return {fmt::format("dumb size {},{} noenhanced {}", columns, rows - 1, WantsColours() ? "ansi256" : "mono"),
-            "dots",
-            "dots",
-            {15, 24}};  // O and X
-  }
-  if (end == ".svg") {
-    return {"svg size 1000,640 noenhanced font 'sans-serif,13' background rgb 'white'", dashes, "dashes", {7, 5}};
-  }
-  if (end == ".png") {
-    return {"pngcairo size 1000,640 noenhanced font 'sans,11'", dashes, "dashes", {7, 5}};
-  }
-  throw Failure(fmt::format("{}: the name of a picture ends with .svg or .png", path));
+  const std::string terminal =
+      format == PictureFormat::kSvg
+          ? fmt::format("svg size {},{} noenhanced font 'sans-serif,13' background rgb 'white'", kWidth, height)
+          : fmt::format("pngcairo size {},{} noenhanced font 'sans,11'", kWidth, height);
+  return {terminal, dashes, "dashes",           {7, 5}, size_t{kWidth} * 2, static_cast<size_t>(height),
+          10,       6,      "width -3 height 1"};
 }
 
-// Three columns: level; nits where the line is solid; nits where it is dashed. Both have the points where they meet.
-std::string DataOf(const PlotLine& line) {
-  const auto dashed = [&](size_t i) { return i < line.extrapolated.size() && line.extrapolated[i]; };
-  std::string data;
-  for (size_t i = 0; i < line.levels.size(); ++i) {
-    const bool meets_dashed = dashed(i) || (i > 0 && dashed(i - 1)) || dashed(i + 1);
-    data +=
-        fmt::format("{} {} {}\n", line.levels[i], dashed(i) ? NAN : line.nits[i], meets_dashed ? line.nits[i] : NAN);
+/// Foreign text for a script. It goes into a here-document in which every line begins with a dot, so that no line of it
+/// is the end, and gnuplot takes it from there as a value.
+class Texts {
+ public:
+  /// \return the expression of this text.
+  std::string Add(const std::string& text) {
+    lines_ += "." + text + "\n";
+    return fmt::format("$texts[{}][2:*]", ++count_);
   }
-  return data;
-}
+  std::string Document() const { return "$texts << END\n" + lines_ + "END\n"; }
 
-// In characters, each line has a character of its own as long as all lines come first.
-std::string ScriptOf(const Plot& plot, const Device& device, const std::string& path) {
-  std::string script = "set terminal " + device.terminal + "\nset encoding utf8\n";
-  script += path.empty() ? "" : "set output " + Quoted(path) + "\n";
-  script += "set title " + Quoted(fmt::format("{} (marks: measured, {}: extrapolated)", plot.title, device.stroke));
-  script += "\nset xlabel 'client level'\nset ylabel 'luminance in nits'\n";
-  script += plot.lines.size() > 6 ? "set key below" : "set key left top";
-  script += " reverse Left\nset grid\nset tics nomirror\nset border 3\nset autoscale xfix\n";
-  script += plot.logarithmic ? "set logscale y\n" : "set yrange [0:*]\n";
-  std::string solid;
-  std::string others;
-  for (size_t i = 0; i < plot.lines.size(); ++i) {
-    const PlotLine& line = plot.lines[i];
-    const std::string colour = "linecolor rgb " + Quoted(line.colour);
-    solid += i > 0 ? ", " : "plot ";
-    if (line.levels.empty()) {
-      solid += fmt::format("keyentry with lines linewidth 2 {} title {}", colour, Quoted(line.name));
-      continue;
-    }
-    script += fmt::format("$line{} << EOD\n{}EOD\n", i, DataOf(line));
-    solid += fmt::format("$line{} using 1:2 with lines linewidth 2 {} title {}", i, colour, Quoted(line.name));
-    others += fmt::format(", $line{} using 1:3 with {} {} notitle", i, device.extrapolated, colour);
-    if (!line.measured.empty()) {
-      script += fmt::format("$measured{} << EOD\n", i);
-      for (const auto& point : line.measured) {
-        script += fmt::format("{} {}\n", point.bl, point.nits);
+ private:
+  std::string lines_;
+  size_t count_ = 0;
+};
+
+Axis LevelsOf(const Plot& plot, size_t tics) {
+  double last = 0.0;
+  for (const PlotPane& pane : plot.panes) {
+    for (const PlotLine& line : pane.lines) {
+      for (const PlotPoints* points : {&line.points, &line.measured}) {
+        for (const auto& point : *points) {
+          last = std::max(last, point.first);
+        }
       }
-      script += "EOD\n";
-      others += fmt::format(", $measured{} using 1:2 with points pointtype {} pointsize 0.7 {} notitle", i,
+    }
+  }
+  return AxisTo(last, tics);
+}
+
+Axis ValuesOf(const PlotPane& pane, size_t tics) {
+  std::vector<double> values;
+  for (const PlotLine& line : pane.lines) {
+    for (const PlotPoints* points : {&line.points, &line.measured}) {
+      for (const auto& point : *points) {
+        if (std::isfinite(point.second) && (!pane.logarithmic || point.second > 0.0)) {
+          values.push_back(point.second);
+        }
+      }
+    }
+  }
+  if (values.empty()) {
+    return pane.logarithmic ? LogarithmicAxis(1.0, 1.0) : LinearAxis(0.0, 1.0, tics);
+  }
+  const auto [least, most] = std::minmax_element(values.begin(), values.end());
+  return pane.logarithmic ? LogarithmicAxis(*least, *most) : LinearAxis(*least, *most, tics);
+}
+
+/// Which levels a logarithmic axis cannot show, in brackets; empty when it shows all.
+std::string NotShown(const PlotPane& pane) {
+  std::set<double> levels;
+  for (const PlotLine& line : pane.lines) {
+    for (const auto& [level, value] : line.points) {
+      if (pane.logarithmic && value <= 0.0) {
+        levels.insert(level);
+      }
+    }
+  }
+  if (levels.empty()) {
+    return "";
+  }
+  return levels.size() == 1 ? fmt::format(" (level {:g} has 0 {}: not on this axis)", *levels.begin(), pane.unit)
+                            : fmt::format(" ({} levels have at most 0 {}: not on this axis)", levels.size(), pane.unit);
+}
+
+std::string Tics(const char* axis, const Axis& tics) {
+  std::string list;
+  for (const double tic : tics.tics) {
+    list += fmt::format("{}'{:g}' {:.17g}", list.empty() ? "" : ", ", tic, tic);
+  }
+  return fmt::format("set {0}range [{1:.17g}:{2:.17g}]\nset {0}tics ({3})\n", axis, tics.low, tics.high, list);
+}
+
+/// The stretches of a line that are solid, or those that are dashed. Each part between two points is in one of them, so
+/// that they meet in a point.
+std::vector<PlotPoints> Stretches(const PlotLine& line, const Axis& values, bool dashed) {
+  std::vector<PlotPoints> stretches;
+  bool open = false;
+  for (size_t i = 0; i + 1 < line.points.size(); ++i) {
+    const bool drawn = values.Shows(line.points[i].second) && values.Shows(line.points[i + 1].second);
+    const bool in_stretch = drawn && (line.extrapolated[i] || line.extrapolated[i + 1]) == dashed;
+    if (in_stretch && !open) {
+      stretches.push_back({line.points[i]});
+    }
+    if (in_stretch) {
+      stretches.back().push_back(line.points[i + 1]);
+    }
+    open = in_stretch;
+  }
+  return stretches;
+}
+
+/// A here-document of numbers; stretches have a blank line between them.
+std::string Data(const std::string& name, const std::vector<PlotPoints>& stretches) {
+  std::string data = name + " << END\n";
+  for (const PlotPoints& stretch : stretches) {
+    for (const auto& [level, value] : stretch) {
+      data += fmt::format("{} {}\n", level, value);
+    }
+    data += "\n";
+  }
+  return data + "END\n";
+}
+
+std::vector<PlotPoints> DrawnStretches(const PlotLine& line, const Axis& levels, const Axis& values, bool dashed,
+                                       const Device& device) {
+  auto stretches = Stretches(line, values, dashed);
+  for (PlotPoints& stretch : stretches) {
+    stretch = DrawnLine(stretch, levels, device.columns);
+  }
+  return stretches;
+}
+
+/// The script of one pane. In characters, each line has a character of its own as long as all lines come first.
+std::string ScriptOf(const PlotPane& pane, const Axis& levels, const Device& device, Texts* texts) {
+  const Axis values = ValuesOf(pane, device.value_tics);
+  std::string data;
+  std::string lines;
+  std::string others;
+  for (size_t i = 0; i < pane.lines.size(); ++i) {
+    const PlotLine& line = pane.lines[i];
+    const std::string colour = fmt::format("linecolor rgb '{}'", line.colour);
+    const std::string title = "title " + texts->Add(line.name);
+    const auto solid = DrawnStretches(line, levels, values, false, device);
+    const auto dashed = DrawnStretches(line, levels, values, true, device);
+    const auto marks = DrawnMarks(line.measured, levels, values, device.columns, device.rows);
+    lines += fmt::format("{}{} with lines linewidth 2 {} {}", i > 0 ? ", " : "plot ",
+                         solid.empty() ? "keyentry" : fmt::format("$solid{}", i), colour, title);
+    data += solid.empty() ? "" : Data(fmt::format("$solid{}", i), solid);
+    if (!dashed.empty()) {
+      data += Data(fmt::format("$dashed{}", i), dashed);
+      others += fmt::format(", $dashed{} with {} {} notitle", i, device.extrapolated, colour);
+    }
+    if (!marks.empty()) {
+      data += Data(fmt::format("$marks{}", i), {marks});
+      others += fmt::format(", $marks{} with points pointtype {} pointsize 0.7 {} notitle", i,
                             device.symbols[line.second_panel ? 1 : 0], colour);
     }
   }
-  return script + solid + others + "\n";
+  return data + Tics("y", values) + (pane.logarithmic ? "set logscale y\n" : "unset logscale y\n") + lines + others +
+         "\n";
 }
 
-void RunGnuplot(const std::string& script) {
-  if (std::system("command -v gnuplot > /dev/null") != 0) {
-    throw Failure(
-        "gnuplot draws the pictures and is not installed (Debian's package gnuplot-nox); --csv works without");
+std::string ScriptOf(const Plot& plot, const Device& device, PictureFormat format) {
+  const Axis levels = LevelsOf(plot, device.level_tics);
+  Texts texts;
+  std::string panes;
+  for (size_t i = 0; i < plot.panes.size(); ++i) {
+    const PlotPane& pane = plot.panes[i];
+    constexpr double kSecond = 0.38;  // of the height
+    if (plot.panes.size() > 1) {
+      panes += i == 0 ? fmt::format("set multiplot\nset size 1,{0}\nset origin 0,{1}\n", 1.0 - kSecond, kSecond)
+                      : fmt::format("unset title\nset size 1,{}\nset origin 0,0\n", kSecond);
+    }
+    const bool upright = format == PictureFormat::kText;  // there is little room beside the axis
+    panes += "set xlabel " + texts.Add(plot.levels + NotShown(pane)) + "\n";
+    panes += "set ylabel " + texts.Add(upright ? pane.unit : pane.what + " in " + pane.unit) + "\n";
+    panes += ScriptOf(pane, levels, device, &texts);
   }
-  std::fflush(stdout);
-  std::signal(SIGPIPE, SIG_IGN);  // when it ends early, its status says so
-  std::FILE* const gnuplot = popen("gnuplot", "w");
-  if (gnuplot != nullptr) {
-    std::fputs(script.c_str(), gnuplot);
+  const std::string title = texts.Add(fmt::format("{} (marks: measured, {}: extrapolated)", plot.title, device.stroke));
+  return "set encoding utf8\nset terminal " + device.terminal + "\n" + texts.Document() + "set title " + title +
+         "\nset key below reverse Left samplen 2 " + device.key +
+         "\nset grid\nset tics nomirror\nset border 3\nset lmargin 11\n" + Tics("x", levels) + panes;
+}
+
+std::string InXml(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) {
+    escaped += c == '<' ? "&lt;" : c == '>' ? "&gt;" : c == '&' ? "&amp;" : std::string(1, c);
   }
-  if (gnuplot == nullptr || pclose(gnuplot) != 0) {
-    throw Failure("gnuplot has drawn nothing");
+  return escaped;
+}
+
+// gnuplot's own title says "Gnuplot", and its option takes letters and digits only.
+void SetTitle(const std::string& title, std::string* svg) {
+  const std::string gnuplots = "<title>Gnuplot</title>";
+  const size_t place = svg->find(gnuplots);
+  if (place != std::string::npos) {
+    svg->replace(place, gnuplots.size(), "<title>" + InXml(title) + "</title>");
   }
 }
 
 }  // namespace
 
-void Draw(const Plot& plot, const std::string& path) {
-  const Device device = DeviceFor(path);
-  if (path.empty()) {
-    RunGnuplot(ScriptOf(plot, device, path));
-    return;
+std::string Drawn(const Plot& plot, PictureFormat format) {
+  std::string picture = RunGnuplot(ScriptOf(plot, DeviceFor(format, plot.panes.size()), format));
+  if (format == PictureFormat::kSvg) {
+    SetTitle(plot.title, &picture);
   }
-  WriteWhole(path, [&](const std::string& unfinished) { RunGnuplot(ScriptOf(plot, device, unfinished)); });
+  if (format == PictureFormat::kText) {
+    picture.erase(std::remove(picture.begin(), picture.end(), '\f'), picture.end());
+  }
+  return picture;
 }
 
 }  // namespace blnits

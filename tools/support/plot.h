@@ -1,34 +1,41 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
-#include "backlight_nits_records.h"
+#include "support/drawn_points.h"
 
 namespace blnits {
 
-/// A line in a picture, of luminance in nits against the client level.
+/// A line of values against the picture's axis of levels.
 struct PlotLine {
-  std::string name;
+  std::string name;                ///< In the key.
   std::string colour;              ///< "#rrggbb".
-  bool second_panel;               ///< Its measured points have marks of their own.
-  std::vector<uint32_t> levels;    ///< Empty: no line, its name stands in the key alone.
-  std::vector<double> nits;        ///< One for each level; the line has a gap where it is not a number.
-  std::vector<bool> extrapolated;  ///< One for each level: the line is dashed or dotted there.
-  std::vector<zarn::BlNitsPoint> measured;
+  bool second_panel = false;       ///< Its measured points have marks of their own.
+  PlotPoints points;               ///< By rising level. The line has a gap where a value is not finite.
+  std::vector<bool> extrapolated;  ///< One for each point: what leads to it and from it is dashed or dotted.
+  PlotPoints measured;             ///< Marks.
 };
 
-/// A picture for gnuplot, which draws it.
-struct Plot {
-  std::string title;
-  bool logarithmic = false;  ///< The axis of luminances.
+/// Lines in one pair of axes, with their key below it.
+struct PlotPane {
+  std::string what;  ///< Of the axis of values: "luminance".
+  std::string unit;  ///< "nits".
+  bool logarithmic = false;
   std::vector<PlotLine> lines;
 };
 
-/// Draws on standard output in characters, or into a file whose name ends with ".svg" or ".png".
-/// \param path of the file; empty: standard output.
-/// \throws Failure when the name ends otherwise, gnuplot is missing or the file cannot be written.
-void Draw(const Plot& plot, const std::string& path);
+/// A picture for gnuplot, which draws it. Its texts are printable.
+struct Plot {
+  std::string title;
+  std::string levels;           ///< Of the axis of levels: "client level".
+  std::vector<PlotPane> panes;  ///< One or two, the second one smaller and below the first.
+};
+
+enum class PictureFormat { kText, kSvg, kPng };
+
+/// The picture as the bytes of a file; kText is for this process's terminal, with its size and colours.
+/// \throws Failure when gnuplot is missing or fails.
+std::string Drawn(const Plot& plot, PictureFormat format);
 
 }  // namespace blnits

@@ -1,0 +1,84 @@
+#include "support/axis.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace blnits {
+namespace {
+
+// What lies beyond is not shown: powers of ten and their reciprocals stay in a double's range.
+constexpr double kLeast = 1e-300;
+constexpr double kMost = 1e300;
+constexpr double kRounding = 1e-9;
+
+/// The least of 1, 2 and 5 times a power of ten that is at least `value`.
+double RoundUp(double value) {
+  const double power = std::pow(10.0, std::floor(std::log10(value)));
+  for (const double factor : {1.0, 2.0, 5.0}) {
+    if (factor * power >= value * (1.0 - kRounding)) {
+      return factor * power;
+    }
+  }
+  return 10.0 * power;
+}
+
+double RoundDown(double value) { return 1.0 / RoundUp(1.0 / value); }
+
+/// All multiples of `step` from `first` to `last` times it.
+std::vector<double> Multiples(double step, double first, double last) {
+  std::vector<double> multiples;
+  for (double i = first; i <= last; i += 1.0) {
+    multiples.push_back(i * step);
+  }
+  return multiples;
+}
+
+}  // namespace
+
+bool Axis::Shows(double value) const {
+  return std::isfinite(value) && (!logarithmic || value > 0.0) && value >= low && value <= high;
+}
+
+double Axis::ShareOf(double value) const {
+  return logarithmic ? std::log(value / low) / std::log(high / low) : (value - low) / (high - low);
+}
+
+Axis AxisTo(double last, size_t tics) {
+  const double end = last > 0.0 ? last : 1.0;
+  const double step = std::max(1.0, RoundUp(end / static_cast<double>(tics)));
+  Axis axis = {0.0, end, false, Multiples(step, 0.0, std::floor(end / step))};
+  if (end - axis.tics.back() < step / 2.0) {
+    axis.tics.pop_back();  // it would run into the end's
+  }
+  axis.tics.push_back(end);
+  return axis;
+}
+
+Axis LinearAxis(double least, double most, size_t tics) {
+  const double low = std::clamp(least, -kMost, 0.0);
+  const double high = std::clamp(most, low + kLeast, kMost);
+  const double step = RoundUp(std::max((high - low) / static_cast<double>(tics), kLeast));
+  const double first = std::floor(low / step + kRounding);
+  const double last = std::max(first + 1.0, std::ceil(high / step - kRounding));
+  return {first * step, last * step, false, Multiples(step, first, last)};
+}
+
+Axis LogarithmicAxis(double least, double most) {
+  Axis axis = {RoundDown(std::clamp(least, kLeast, kMost)), RoundUp(std::clamp(most, kLeast, kMost)), true, {}};
+  if (axis.low == axis.high) {
+    axis.high = 10.0 * axis.low;
+  }
+  const bool few_decades = axis.high / axis.low <= 1000.0;
+  axis.tics.push_back(axis.low);
+  for (double tic = RoundUp(axis.low * (1.0 + 10.0 * kRounding)); tic < axis.high * (1.0 - kRounding);
+       tic = RoundUp(tic * (1.0 + 10.0 * kRounding))) {
+    const double exponent = std::log10(tic);
+    if (few_decades || std::abs(exponent - std::round(exponent)) < kRounding) {
+      axis.tics.push_back(tic);
+    }
+  }
+  axis.tics.push_back(axis.high);
+  return axis;
+}
+
+}  // namespace blnits

@@ -1,0 +1,98 @@
+#include "support/gnuplot.h"
+
+#include <fmt/format.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "support/failure.h"
+#include "support/foreign_text.h"
+#include "support/memory_file.h"
+
+namespace blnits {
+namespace {
+
+bool Begins(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
+
+/// This process's environment without what changes gnuplot's drawing. Its locale is one in which it can show the degree
+/// sign: in others it complains.
+std::vector<std::string> Environment() {
+  std::vector<std::string> variables = {"LC_ALL=C.UTF-8"};
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    const bool is_locale = Begins(*variable, "LC_") || Begins(*variable, "LANG");
+    if (!is_locale && !Begins(*variable, "GNU")) {
+      variables.emplace_back(*variable);
+    }
+  }
+  return variables;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>* texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : *texts) {
+    pointers.push_back(text.data());
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+/// \return the status as waitpid gives it, or -1 with errno.
+int Spawn(const MemoryFile& input, const MemoryFile& output, const MemoryFile& errors) {
+  std::vector<std::string> arguments = {"gnuplot", "--default-settings"};
+  std::vector<std::string> variables = Environment();
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, input.Descriptor(), STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output.Descriptor(), STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, errors.Descriptor(), STDERR_FILENO);
+  pid_t process = 0;
+  errno = posix_spawnp(&process, arguments[0].c_str(), &actions, nullptr, Pointers(&arguments).data(),
+                       Pointers(&variables).data());
+  posix_spawn_file_actions_destroy(&actions);
+  int status = errno == 0 ? 0 : -1;
+  while (status == 0 && waitpid(process, &status, 0) < 0) {
+    status = errno == EINTR ? 0 : -1;
+  }
+  return status;
+}
+
+/// gnuplot's message is the last line; the line that it could not read stands above.
+std::string Reason(const std::string& errors) {
+  std::string reason = "it does not say why";
+  std::istringstream lines(errors);
+  for (std::string line; std::getline(lines, line);) {
+    const size_t start = line.find_first_not_of(' ');
+    reason = start == std::string::npos ? reason : Shown(line.substr(start), 200);
+  }
+  return reason;
+}
+
+}  // namespace
+
+std::string RunGnuplot(const std::string& script) {
+  constexpr int kNotFound = 127;  // as a shell says it; also where the new process finds that out
+  const MemoryFile input(script);
+  const MemoryFile output;
+  const MemoryFile errors;
+  const int status = Spawn(input, output, errors);
+  if ((status < 0 && errno == ENOENT) || (status > 0 && WIFEXITED(status) && WEXITSTATUS(status) == kNotFound)) {
+    throw Failure(
+        "gnuplot draws the pictures and is not installed (Debian's package gnuplot-nox); --csv works without");
+  }
+  if (status < 0) {
+    throw Failure(fmt::format("gnuplot cannot be started: {}", std::generic_category().message(errno)));
+  }
+  std::string picture = output.Text();
+  if (status != 0 || picture.empty()) {
+    throw Failure(fmt::format("gnuplot draws nothing: {}", Reason(errors.Text())));
+  }
+  return picture;
+}
+
+}  // namespace blnits

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace blnits {
+
+/// An object as one line. Foreign text stays harmless on a terminal: characters beyond ASCII and control characters are
+/// escaped ("\u009b"), and bytes that are no UTF-8 become U+FFFD. Any thread.
+inline std::string JsonLine(const nlohmann::ordered_json& object) {
+  return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+}  // namespace blnits
