@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -51,9 +53,18 @@ int Spawn(const MemoryFile& input, const MemoryFile& output, const MemoryFile& e
   posix_spawn_file_actions_adddup2(&actions, input.Descriptor(), STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output.Descriptor(), STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, errors.Descriptor(), STDERR_FILENO);
+  // A write beyond the limit of files must not end in half a picture.
+  sigset_t too_large;
+  sigemptyset(&too_large);
+  sigaddset(&too_large, SIGXFSZ);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigdefault(&attributes, &too_large);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
   pid_t process = 0;
-  errno = posix_spawnp(&process, arguments[0].c_str(), &actions, nullptr, Pointers(&arguments).data(),
+  errno = posix_spawnp(&process, arguments[0].c_str(), &actions, &attributes, Pointers(&arguments).data(),
                        Pointers(&variables).data());
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   int status = errno == 0 ? 0 : -1;
   while (status == 0 && waitpid(process, &status, 0) < 0) {
@@ -63,7 +74,10 @@ int Spawn(const MemoryFile& input, const MemoryFile& output, const MemoryFile& e
 }
 
 /// gnuplot's message is the last line; the line that it could not read stands above.
-std::string Reason(const std::string& errors) {
+std::string Reason(int status, const std::string& errors) {
+  if (WIFSIGNALED(status)) {
+    return strsignal(WTERMSIG(status));
+  }
   std::string reason = "it does not say why";
   std::istringstream lines(errors);
   for (std::string line; std::getline(lines, line);) {
@@ -90,7 +104,7 @@ std::string RunGnuplot(const std::string& script) {
   }
   std::string picture = output.Text();
   if (status != 0 || picture.empty()) {
-    throw Failure(fmt::format("gnuplot draws nothing: {}", Reason(errors.Text())));
+    throw Failure(fmt::format("gnuplot draws nothing: {}", Reason(status, errors.Text())));
   }
   return picture;
 }

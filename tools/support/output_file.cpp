@@ -91,31 +91,17 @@ class Unfinished {
   std::array<struct sigaction, kEndingSignals.size()> before_ = {};
 };
 
-/// Ignores a signal for as long as it lives, so that a failed write says why.
-class Ignored {
- public:
-  explicit Ignored(int signal) : signal_(signal), before_(std::signal(signal, SIG_IGN)) {}
-  Ignored(const Ignored&) = delete;
-  Ignored& operator=(const Ignored&) = delete;
-  ~Ignored() { std::signal(signal_, before_); }
-
- private:
-  int signal_;
-  void (*before_)(int);
-};
-
 /// \return 0, or errno.
 int WriteAll(int file, std::string_view text) {
-  const Ignored reader_left(SIGPIPE);
-  const Ignored too_large(SIGXFSZ);
-  while (!text.empty()) {
+  const auto before = std::signal(SIGPIPE, SIG_IGN);  // a reader that left is an error like another
+  int error = 0;
+  while (!text.empty() && error == 0) {
     const ssize_t written = write(file, text.data(), text.size());
-    if (written < 0 && errno != EINTR) {
-      return errno;
-    }
+    error = written < 0 && errno != EINTR ? errno : 0;
     text.remove_prefix(written > 0 ? static_cast<size_t>(written) : 0);
   }
-  return 0;
+  std::signal(SIGPIPE, before);
+  return error;
 }
 
 std::optional<struct stat> StatusOf(const std::string& path) {
