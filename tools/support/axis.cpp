@@ -56,7 +56,7 @@ Axis AxisTo(double last, size_t tics) {
 
 Axis LinearAxis(double least, double most, size_t tics) {
   const double low = std::clamp(least, -kMost, 0.0);
-  const double high = std::clamp(most, low + kLeast, kMost);
+  const double high = low < 0.0 || most > 0.0 ? std::clamp(most, low + kLeast, kMost) : 1.0;
   const double step = RoundUp(std::max((high - low) / static_cast<double>(tics), kLeast));
   const double first = std::floor(low / step + kRounding);
   const double last = std::max(first + 1.0, std::ceil(high / step - kRounding));

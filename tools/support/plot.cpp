@@ -14,41 +14,47 @@ namespace {
 
 /// How a picture is drawn in one of the formats.
 struct Device {
-  std::string terminal;      ///< gnuplot's, with its options.
-  const char* extrapolated;  ///< How lines are drawn there,
-  const char* stroke;        ///< and what that is called.
-  int symbols[2];            ///< Marks of what was measured on the first panel and on the second.
-  size_t columns;            ///< How fine lines and marks can be told apart.
-  size_t rows;
-  size_t level_tics;
-  size_t value_tics;  ///< In one pane.
-  const char* key;    ///< More or less room than gnuplot's estimate gives the key.
+  std::string terminal;                                       ///< gnuplot's, with its options.
+  const char* extrapolated = "lines linewidth 2 dashtype 2";  ///< How lines are drawn there,
+  const char* stroke = "dashes";                              ///< and what that is called.
+  int symbols[2] = {7, 5};                ///< Marks of what was measured on the first panel and on the second.
+  const char* key = "width -3 height 1";  ///< Corrects gnuplot's estimate of the room that the key takes.
+  size_t columns = 2000;                  ///< How fine lines and marks can be told apart.
+  size_t rows = 1000;
+  size_t level_tics = 10;
+  size_t value_tics = 6;      ///< In one pane.
+  size_t title_length = 130;  ///< That fits into one line.
 };
 
+Device TextDevice(size_t panes) {
+  constexpr int kTwoPanes = 36;  // rows without which the second is nothing but its frame
+  const auto [columns, lines] = SizeOfTerminal();
+  const int rows = panes > 1 ? std::max(lines - 1, kTwoPanes) : lines - 1;
+  Device device;
+  device.terminal = fmt::format("dumb size {},{} noenhanced {}", columns, rows, WantsColours() ? "ansi256" : "mono");
+  device.extrapolated = "dots";
+  device.stroke = "dots";
+  device.symbols[0] = 15;  // O
+  device.symbols[1] = 24;  // X
+  device.key = "";
+  device.columns = static_cast<size_t>(columns) * 2;
+  device.rows = static_cast<size_t>(rows) * 2;
+  device.level_tics = 6;
+  device.value_tics = std::clamp<size_t>(static_cast<size_t>(rows) / panes / 4, 2, 8);
+  device.title_length = static_cast<size_t>(columns) * 3 / 4;
+  return device;
+}
+
 Device DeviceFor(PictureFormat format, size_t panes) {
-  constexpr int kWidth = 1000;
-  const int height = panes > 1 ? 900 : 640;
   if (format == PictureFormat::kText) {
-    constexpr int kTwoPanes = 36;  // rows without which the second is nothing but its frame
-    const auto [columns, lines] = SizeOfTerminal();
-    const int rows = panes > 1 ? std::max(lines - 1, kTwoPanes) : lines - 1;
-    return {fmt::format("dumb size {},{} noenhanced {}", columns, rows, WantsColours() ? "ansi256" : "mono"),
-            "dots",
-            "dots",
-            {15, 24},  // O and X
-            static_cast<size_t>(columns) * 2,
-            static_cast<size_t>(rows) * 2,
-            6,
-            std::clamp<size_t>(static_cast<size_t>(rows) / panes / 4, 2, 8),
-            ""};
+    return TextDevice(panes);
   }
-  const char* const dashes = "lines linewidth 2 dashtype 2";
-  const std::string terminal =
-      format == PictureFormat::kSvg
-          ? fmt::format("svg size {},{} noenhanced font 'sans-serif,13' background rgb 'white'", kWidth, height)
-          : fmt::format("pngcairo size {},{} noenhanced font 'sans,11'", kWidth, height);
-  return {terminal, dashes, "dashes",           {7, 5}, size_t{kWidth} * 2, static_cast<size_t>(height),
-          10,       6,      "width -3 height 1"};
+  const char* const size = panes > 1 ? "size 1000,900" : "size 1000,640";
+  Device device;
+  device.terminal = format == PictureFormat::kSvg
+                        ? fmt::format("svg {} noenhanced font 'sans-serif,13' background rgb 'white'", size)
+                        : fmt::format("pngcairo {} noenhanced font 'sans,11'", size);
+  return device;
 }
 
 /// Foreign text for a script. It goes into a here-document in which every line begins with a dot, so that no line of it
@@ -210,7 +216,10 @@ std::string ScriptOf(const Plot& plot, const Device& device, PictureFormat forma
     panes += "set ylabel " + texts.Add(upright ? pane.unit : pane.what + " in " + pane.unit) + "\n";
     panes += ScriptOf(pane, levels, device, &texts);
   }
-  const std::string title = texts.Add(fmt::format("{} (marks: measured, {}: extrapolated)", plot.title, device.stroke));
+  const std::string legend = fmt::format("(marks: measured, {}: extrapolated)", device.stroke);
+  const bool one_line = plot.title.size() + legend.size() < device.title_length;
+  const std::string title =
+      one_line ? texts.Add(plot.title + " " + legend) : texts.Add(plot.title) + ".\"\\n\"." + texts.Add(legend);
   return "set encoding utf8\nset terminal " + device.terminal + "\n" + texts.Document() + "set title " + title +
          "\nset key below reverse Left samplen 2 " + device.key +
          "\nset grid\nset tics nomirror\nset border 3\nset lmargin 11\n" + Tics("x", levels) + panes;
