@@ -75,21 +75,17 @@ std::string ShortLabelOf(const DrawnPanel& drawn, const std::vector<DrawnPanel>&
 
 /// One hue for each panel's operation, from dark to light with the place of the coverage among all.
 std::string ColourOf(size_t panel, bool hdr, size_t place, size_t coverages) {
-  struct Colour {
-    double red, green, blue;
-  };
-  constexpr Colour kHues[2][2][3] = {{{{8, 48, 107}, {33, 113, 181}, {107, 174, 214}},    // blue
-                                      {{127, 39, 4}, {217, 72, 1}, {253, 141, 60}}},      // orange
-                                     {{{0, 68, 27}, {35, 139, 69}, {116, 196, 118}},      // green
-                                      {{63, 0, 125}, {106, 81, 163}, {158, 154, 200}}}};  // purple
-  const auto& hue = kHues[panel][hdr ? 1 : 0];
-  const double share = coverages > 1 ? 2.0 * static_cast<double>(place) / static_cast<double>(coverages - 1) : 0.0;
-  const size_t dark = share < 1.0 ? 0 : 1;
-  const auto mixed = [&](double Colour::*part) {
-    const double lighter = share - static_cast<double>(dark);
-    return static_cast<int>(std::lround(hue[dark].*part + lighter * (hue[dark + 1].*part - hue[dark].*part)));
-  };
-  return fmt::format("#{:02x}{:02x}{:02x}", mixed(&Colour::red), mixed(&Colour::green), mixed(&Colour::blue));
+  constexpr int kHues[2][2][2][3] = {{{{8, 48, 107}, {107, 174, 214}},    // blue
+                                      {{127, 39, 4}, {253, 141, 60}}},    // orange
+                                     {{{0, 68, 27}, {116, 196, 118}},     // green
+                                      {{63, 0, 125}, {158, 154, 200}}}};  // purple
+  const auto& [dark, light] = kHues[panel][hdr ? 1 : 0];
+  const double share = coverages > 1 ? static_cast<double>(place) / static_cast<double>(coverages - 1) : 0.0;
+  std::string colour = "#";
+  for (size_t i = 0; i < std::size(dark); ++i) {
+    colour += fmt::format("{:02x}", static_cast<int>(std::lround(dark[i] + share * (light[i] - dark[i]))));
+  }
+  return colour;
 }
 
 /// A curve as it is drawn, and which curve it is.

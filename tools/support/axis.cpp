@@ -24,11 +24,11 @@ double RoundUp(double value) {
 
 double RoundDown(double value) { return 1.0 / RoundUp(1.0 / value); }
 
-/// All multiples of `step` from `first` to `last` times it.
+/// The multiples of `step` from `first` times it to `last` times it: a few.
 std::vector<double> Multiples(double step, double first, double last) {
   std::vector<double> multiples;
-  for (double i = first; i <= last; i += 1.0) {
-    multiples.push_back(i * step);
+  for (int i = 0; first + i <= last; ++i) {
+    multiples.push_back((first + i) * step);
   }
   return multiples;
 }
@@ -70,11 +70,14 @@ Axis LogarithmicAxis(double least, double most) {
   }
   const bool few_decades = axis.high / axis.low <= 1000.0;
   axis.tics.push_back(axis.low);
-  for (double tic = RoundUp(axis.low * (1.0 + 10.0 * kRounding)); tic < axis.high * (1.0 - kRounding);
-       tic = RoundUp(tic * (1.0 + 10.0 * kRounding))) {
-    const double exponent = std::log10(tic);
-    if (few_decades || std::abs(exponent - std::round(exponent)) < kRounding) {
-      axis.tics.push_back(tic);
+  const int last = static_cast<int>(std::log10(axis.high)) + 1;
+  for (int power = static_cast<int>(std::log10(axis.low)) - 1; power <= last; ++power) {
+    for (const double factor : {1.0, 2.0, 5.0}) {
+      const double tic = factor * std::pow(10.0, power);
+      const bool inside = tic > axis.low * (1.0 + kRounding) && tic < axis.high * (1.0 - kRounding);
+      if (inside && (few_decades || factor == 1.0)) {
+        axis.tics.push_back(tic);
+      }
     }
   }
   axis.tics.push_back(axis.high);

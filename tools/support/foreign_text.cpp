@@ -22,7 +22,7 @@ Character CharacterAt(std::string_view text) {
   if (size < 2 || byte(0) > 0xf4 || text.size() < size) {
     return {size == 1 ? size_t{1} : size_t{0}, byte(0)};
   }
-  uint32_t code = byte(0) & (0xffu >> (size + 1));
+  uint32_t code = byte(0) & (0xffU >> (size + 1));
   for (size_t i = 1; i < size; ++i) {
     if ((byte(i) & 0xc0) != 0x80) {
       return {0, 0};

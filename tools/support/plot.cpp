@@ -18,7 +18,7 @@ struct Device {
   const char* extrapolated = "lines linewidth 2 dashtype 2";  ///< How lines are drawn there,
   const char* stroke = "dashes";                              ///< and what that is called.
   int symbols[2] = {7, 5};                ///< Marks of what was measured on the first panel and on the second.
-  const char* key = "width -3 height 1";  ///< Corrects gnuplot's estimate of the room that the key takes.
+  const char* key = "width -2 height 1";  ///< Corrects gnuplot's estimate of the room that the key takes.
   size_t columns = 2000;                  ///< How fine lines and marks can be told apart.
   size_t rows = 1000;
   size_t level_tics = 10;
@@ -219,7 +219,7 @@ std::string ScriptOf(const Plot& plot, const Device& device, PictureFormat forma
   const std::string legend = fmt::format("(marks: measured, {}: extrapolated)", device.stroke);
   const bool one_line = plot.title.size() + legend.size() < device.title_length;
   const std::string title =
-      one_line ? texts.Add(plot.title + " " + legend) : texts.Add(plot.title) + ".\"\\n\"." + texts.Add(legend);
+      one_line ? texts.Add(plot.title + " " + legend) : texts.Add(plot.title) + R"(."\n".)" + texts.Add(legend);
   return "set encoding utf8\nset terminal " + device.terminal + "\n" + texts.Document() + "set title " + title +
          "\nset key below reverse Left samplen 2 " + device.key +
          "\nset grid\nset tics nomirror\nset border 3\nset lmargin 11\n" + Tics("x", levels) + panes;
