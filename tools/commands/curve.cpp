@@ -150,7 +150,7 @@ std::string NamesOf(const std::vector<const DrawnCurve*>& curves, size_t panel) 
 
 /// What the key calls a line that several curves have in common. \param labels of the panels; none: there is one panel.
 std::string KeyOf(const std::vector<const DrawnCurve*>& curves, const std::vector<std::string>& labels) {
-  const std::string first = NamesOf(curves, 0);
+  std::string first = NamesOf(curves, 0);
   const std::string second = NamesOf(curves, 1);
   if (labels.empty()) {
     return first;
