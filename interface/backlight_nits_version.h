@@ -9,35 +9,40 @@
 #include <cstddef>
 #include <cstring>
 
-/// The headers' version: clients that were built against another one with the same first number still work.
+/// The headers' version. While this number is the same, clients that were built against older headers still work.
 #define BACKLIGHT_NITS_VERSION_MAJOR 1
+/// Raised by what is added.
 #define BACKLIGHT_NITS_VERSION_MINOR 0
+/// Raised by what is mended.
 #define BACKLIGHT_NITS_VERSION_PATCH 0
 
-/// The same as text, "1.0.0".
-#define BACKLIGHT_NITS_VERSION                                                                   \
-  BACKLIGHT_NITS_VERSION_TEXT(BACKLIGHT_NITS_VERSION_MAJOR)                                      \
-  "." BACKLIGHT_NITS_VERSION_TEXT(BACKLIGHT_NITS_VERSION_MINOR) "." BACKLIGHT_NITS_VERSION_TEXT( \
-      BACKLIGHT_NITS_VERSION_PATCH)
-#define BACKLIGHT_NITS_VERSION_TEXT(number) BACKLIGHT_NITS_VERSION_TEXT_OF(number)
-#define BACKLIGHT_NITS_VERSION_TEXT_OF(number) #number
+/// \cond
+#define BLNITS_VERSION_OF(major, minor, patch) BLNITS_VERSION_TEXT(major, minor, patch)
+#define BLNITS_VERSION_TEXT(major, minor, patch) #major "." #minor "." #patch
+/// \endcond
+
+/// The three numbers as text: "1.0.0".
+#define BACKLIGHT_NITS_VERSION \
+  BLNITS_VERSION_OF(BACKLIGHT_NITS_VERSION_MAJOR, BACKLIGHT_NITS_VERSION_MINOR, BACKLIGHT_NITS_VERSION_PATCH)
 
 namespace zarn {
+
+/// \cond
 namespace version_note {
 
-/// The library carries its version in an ELF note of this owner and type: it exports one function, which cannot tell.
+// The library carries its version in an ELF note of this owner and type: it exports one function, which cannot tell.
 constexpr char kOwner[] = "backlight-nits";
 constexpr unsigned kType = 1;
 
-/// Looks for the note in one module of the process.
-/// \param[out] version a const char*, set when the note is found.
-/// \return 1 when it is found, which ends the search.
+// Looks for the note in one module of the process and, when it is there, sets `version`, a const char*, and returns 1,
+// which ends the search.
 inline int Find(dl_phdr_info* module, size_t /*size*/, void* version) {
   for (int i = 0; i < module->dlpi_phnum; ++i) {
     const ElfW(Phdr)& segment = module->dlpi_phdr[i];
     if (segment.p_type != PT_NOTE) {
       continue;
     }
+    // NOLINTNEXTLINE(performance-no-int-to-ptr) the loader tells addresses as numbers
     const char* const begin = reinterpret_cast<const char*>(module->dlpi_addr + segment.p_vaddr);
     const size_t alignment = segment.p_align < 4 ? 4 : segment.p_align;
     const auto aligned = [alignment](size_t offset) { return (offset + alignment - 1) / alignment * alignment; };
@@ -58,6 +63,7 @@ inline int Find(dl_phdr_info* module, size_t /*size*/, void* version) {
 }
 
 }  // namespace version_note
+/// \endcond
 
 /// The version of the library that this process has loaded, linked or by dlopen, as "1.0.0". Any thread.
 /// \return null when none is loaded; else valid until the library is unloaded.
