@@ -62,7 +62,7 @@ void Panel::OpenByName(const std::string& name) {
   if (ret == -ENOENT && !fs::exists(file_, error)) {
     throw LoadFailure(
         fmt::format("panel {}: {} is not in {}", name, fs::path(file_).filename().string(), Searched(file_)),
-        log_->Take());
+        WordsOfRefusal(log_->Take()));
   }
   CheckLoaded(ret);
 }
