@@ -312,9 +312,14 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
                     "Repair falling readings by the smallest change; every change is told");
   command
       ->add_option("--tolerance", options->tolerance,
-                   "Drop points that the lines between the others give back within so many nits")
-      ->check(CLI::NonNegativeNumber.description(""))
-      ->type_name("NITS");
+                   "Drop points that the lines between the others give back within so many nits, or, with a % behind\n"
+                   "the number, within such a share of their luminance: 0.2%")
+      ->check(CLI::Validator(
+          [](const std::string& text) {
+            return NotNegative()(text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0)));
+          },
+          ""))
+      ->type_name("NITS|PERCENT");
   command
       ->add_option("-o,--output", options->output,
                    "The calibration file, backlight_calib_<panel>.xml; -: standard output, and the report goes to "

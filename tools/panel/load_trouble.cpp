@@ -144,7 +144,7 @@ void AddFault(const CalibrationSource& source, Troubles* troubles) {
                zarn::kMaxReferenceBytes)});
       break;
     case zarn::LoadFault::kNestedTooDeep:
-      troubles->push_back({line, fmt::format("elements are nested more than {} deep; is an end tag missing before it?",
+      troubles->push_back({line, fmt::format("elements are nested more than {} deep; close the tag that is left open before it",
                                              zarn::kMaxDepth)});
       break;
     case zarn::LoadFault::kTooManyNodes:
