@@ -37,6 +37,7 @@ int main(int argc, char** argv) {
   bench::RegisterOperations();
   bench::RegisterGrowth();
   bench::RegisterContention();
+  bench::RegisterCurves();
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }

@@ -36,4 +36,7 @@ void RegisterGrowth();
 /// A conversion from several threads, on one engine and on engines of their own.
 void RegisterContention();
 
+/// Sampled curves beside plain arrays and the engine.
+void RegisterCurves();
+
 }  // namespace bench

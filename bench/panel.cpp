@@ -36,14 +36,10 @@ Calibration RealisticCalibration(uint32_t points, uint32_t max_os_bl) {
 }
 
 Panel::Panel(uint32_t points, uint32_t last_level)
-    : calibration(RealisticCalibration(points, last_level)), max_os_bl(last_level) {
-  static int count = 0;
-  const std::string name = "bench_" + std::to_string(++count);
-  file = FileName(name);
-  std::ofstream(file) << calibration.Text();
-  engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(name);
-  Check(engine->Init());
-
+    : calibration(RealisticCalibration(points, last_level)),
+      max_os_bl(last_level),
+      client(OpenClient()),
+      engine(client.Engine().get()) {
   std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): the same in every run
   std::uniform_int_distribution<size_t> coverage(0, std::size(kCoverages) - 1);
   std::uniform_int_distribution<uint32_t> level(1, last_level);
@@ -56,17 +52,19 @@ Panel::Panel(uint32_t points, uint32_t last_level)
     dimming_lut.push_back(bl * 3 / 4);
   }
   attenuation.assign(last_level + 1, 0.9);
-  luts_.record->bl_lut_sz = static_cast<uint32_t>(dimming_lut.size());
-  luts_.record->dimming_bl_lut = dimming_lut.data();
-  luts_.record->pcc_lut_sz = static_cast<uint32_t>(attenuation.size());
-  luts_.record->pcc_attn_lut = attenuation.data();
+}
+
+zarn::client::Panel Panel::OpenClient() {
+  static int count = 0;
+  const std::string name = "bench_" + std::to_string(++count);
+  file = FileName(name);
+  std::ofstream(file) << calibration.Text();
+  return Checked(zarn::client::Panel::Open(name));
 }
 
 void Panel::Dim() {
   SetLuts();
-  Holding<zarn::BLDimmingStatus> status;
-  status.record->enabled = true;
-  Check(engine->SetParameter(zarn::kBLDimmingStatus, status.payload));
+  Checked(client.SetDimming(true));
 }
 
 void Panel::Fail(int ret) {

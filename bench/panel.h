@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "backlight_nits_factory_intf.h"
+#include "backlight_nits_client.h"
 #include "calibration.h"
 #include "holding.h"
 
@@ -31,7 +31,7 @@ class Panel {
 
   /// Hands the LUTs in, and switches dimming on.
   void Dim();
-  void SetLuts() { Check(engine->SetParameter(zarn::kBLDimmingLuts, luts_.payload)); }
+  void SetLuts() { Checked(client.SetDimmingLuts(dimming_lut, attenuation)); }
 
   /// The next request, over and over.
   const Request& Next() { return requests_[next_++ % requests_.size()]; }
@@ -41,7 +41,8 @@ class Panel {
   std::string file;
   std::vector<uint32_t> dimming_lut;
   std::vector<double> attenuation;
-  std::shared_ptr<zarn::BackLightNitsIntf> engine;
+  zarn::client::Panel client;
+  zarn::BackLightNitsIntf* engine;  ///< The client's; for calls whose records are used again.
 
   /// Ends the process where a call failed: nothing is measured then.
   static void Check(int ret) {
@@ -50,12 +51,21 @@ class Panel {
     }
   }
 
+  /// The value of a result, likewise.
+  template <class T>
+  static T Checked(zarn::client::Result<T> result) {
+    Check(result ? 0 : result.error().code);
+    if constexpr (!std::is_void_v<T>) {
+      return *std::move(result);
+    }
+  }
+
  private:
   [[noreturn]] static void Fail(int ret);
+  zarn::client::Panel OpenClient();
 
   std::vector<Request> requests_;
   size_t next_ = 0;
-  Holding<zarn::DimmingLuts> luts_;
 };
 
 }  // namespace bench

@@ -30,7 +30,7 @@ file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/triggers)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libbacklight-nits-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} ${same_version}")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} ${same_version}, libexpected-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
   "The headers of the libraries, and what CMake and pkg-config need to link\nthem.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME backlight-nits)

@@ -2,13 +2,15 @@
 include(CMakePackageConfigHelpers)
 
 set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/backlight_nits)
-install(TARGETS backlight_nits backlight_nits_debug_log blnits_interface
+install(TARGETS backlight_nits backlight_nits_debug_log blnits_interface blnits_client_headers blnits_client
   EXPORT backlight_nits
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   FILE_SET HEADERS DESTINATION ${header_folder} COMPONENT development
   INCLUDES DESTINATION ${header_folder})
 set_target_properties(blnits_interface PROPERTIES EXPORT_NAME interface)
+set_target_properties(blnits_client_headers PROPERTIES EXPORT_NAME client_headers)
+set_target_properties(blnits_client PROPERTIES EXPORT_NAME client)
 set_target_properties(backlight_nits_debug_log PROPERTIES EXPORT_NAME debug_log)
 # An installed tree works wherever it is.
 set_target_properties(backlight_nits PROPERTIES INSTALL_RPATH "$ORIGIN")
@@ -36,7 +38,7 @@ install(FILES
 
 # Relative, so that an installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-set(packages backlight_nits)
+set(packages backlight_nits backlight_nits_client)
 if(BLNITS_DEBUG_LOG)
   set(log_cflags "-I\"${BLNITS_DEBUG_LOG_HEADERS}\"")
   set(libs "\"${BLNITS_DEBUG_LOG}\"")

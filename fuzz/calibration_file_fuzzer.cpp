@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "panel.h"
+#include "invariants.h"
 #include "target.h"
 
 namespace {
@@ -11,7 +11,7 @@ namespace {
 // LUTs of this length are made quickly; a file may ask for four thousand million entries.
 constexpr uint32_t kLongestLuts = 2048;
 
-void Check(fuzz::Panel* panel) {
+void Check(fuzz::CheckedPanel* panel) {
   const auto range = panel->Get<zarn::BLRange>(zarn::kBLRange);
   fuzz::Require(range.has_value(), "an engine with calibration data gives its range");
   fuzz::Require(panel->Get<zarn::BLGamma>(zarn::kBLGamma).has_value(), "it gives its gamma");
@@ -21,13 +21,13 @@ void Check(fuzz::Panel* panel) {
   if (std::max(range->max_bl, range->max_os_bl) < kLongestLuts) {
     panel->CheckNeutralLuts(*range);
   }
-  fuzz::Require(!panel->SetLuts({0}, {}), "LUTs of a wrong length are refused");
+  fuzz::Require(!panel->SetLuts(std::vector<uint32_t>(1), std::vector<double>()), "LUTs of a wrong length are refused");
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static fuzz::Panel panel;
+  static fuzz::CheckedPanel panel;
   panel.WriteFile({reinterpret_cast<const char*>(data), size});
   if (panel.Init() == 0) {
     Check(&panel);

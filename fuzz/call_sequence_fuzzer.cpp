@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bytes.h"
-#include "panel.h"
+#include "invariants.h"
 #include "target.h"
 
 namespace {
@@ -35,7 +35,7 @@ class HollowPayload {
 /// One input's calls, and what is known of the engine from them.
 class Session {
  public:
-  Session(fuzz::Panel* panel, fuzz::Bytes bytes) : panel_(*panel), bytes_(bytes) {}
+  Session(fuzz::CheckedPanel* panel, fuzz::Bytes bytes) : panel_(*panel), bytes_(bytes) {}
 
   void Run();
 
@@ -63,7 +63,7 @@ class Session {
   bool Calibrated() const { return initialized_ && loaded_; }
   void CheckHdr(const zarn::BlNitsValue& answer, bool asked) const;
 
-  fuzz::Panel& panel_;
+  fuzz::CheckedPanel& panel_;
   fuzz::Bytes bytes_;
 
   bool initialized_ = false;
@@ -123,7 +123,7 @@ void Session::Deinit() {
 
 void Session::SetStatus() {
   const bool enabled = bytes_.Flag();
-  const bool taken = panel_.Set(zarn::kBLDimmingStatus, zarn::BLDimmingStatus{0, enabled});
+  const bool taken = panel_.SetDimming(enabled);
   Require(taken == initialized_, "the dimming status can be set after Init");
   dimming_ = taken && enabled;
   scale_ = dimming_ ? scale_ : 1.0;
@@ -131,7 +131,7 @@ void Session::SetStatus() {
 
 void Session::SetScale() {
   const double scale = bytes_.Real();
-  const bool taken = panel_.Set(zarn::kBLDimmingScale, zarn::BLDimmingScale{0, scale});
+  const bool taken = panel_.SetScale(scale);
   Require(taken == initialized_, "the dimming scale can be set after Init");
   scale_ = taken ? scale : scale_;
 }
@@ -148,14 +148,9 @@ void Session::SetLuts() {
   for (size_t i = 0; i < pcc.size(); ++i) {
     pcc[i] = factors[i % 2];
   }
-  zarn::DimmingLuts luts{0, static_cast<uint32_t>(bl.size()), bl.data(), static_cast<uint32_t>(pcc.size()), pcc.data()};
   const uint32_t fault = bytes_.Below(16);
-  luts.bl_lut_sz += fault == 1 ? 1 : 0;
-  luts.pcc_lut_sz -= fault == 2 ? 1 : 0;
-  luts.dimming_bl_lut = fault == 3 ? nullptr : luts.dimming_bl_lut;
-  luts.pcc_attn_lut = fault == 4 ? nullptr : luts.pcc_attn_lut;
-
-  const bool taken = panel_.Set(zarn::kBLDimmingLuts, luts);
+  const bool taken = panel_.SetLuts({fault == 3 ? nullptr : bl.data(), bl.size() + (fault == 1 ? 1 : 0)},
+                                    {fault == 4 ? nullptr : pcc.data(), pcc.size() - (fault == 2 ? 1 : 0)});
   const bool right = Calibrated() && (fault == 0 || fault > 4);
   Require(right || !taken, "LUTs are refused without calibration data, and with a wrong length or a null pointer");
   if (right) {
@@ -334,7 +329,7 @@ uint32_t Session::AnyCoverage() {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static fuzz::Panel panel;
+  static fuzz::CheckedPanel panel;
   Session(&panel, fuzz::Bytes(data, size)).Run();
   return 0;
 }

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cmath>
 #include <cstdlib>
 #include <new>
 
@@ -95,6 +96,20 @@ TEST_F(AllocationFailure, EndsTheProcess) {
   ASSERT_EQ(engine_->SetParameter(kBLDimmingStatus, on.payload), 0);
   EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kBLToNits, level.payload, &out.payload); }), 0);
   EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kNitsToBL, nits.payload, &out.payload); }), 0);
+}
+
+// Neither an answer of a curve nor a copy allocates.
+TEST_F(AllocationFailure, IsNothingToACurve) {
+  Open(Calibration(10, 10));
+  const client::Curve curve = client::Panel::Attach(engine_)->Sample(55).value();
+  const client::Curve falling({3.0, 2.0, 1.0});
+  EXPECT_EQ(EndWhenFails(0,
+                         [&] {
+                           const client::Curve copy = falling;  // NOLINT(performance-unnecessary-copy-initialization)
+                           const bool right = curve.Level(curve.Nits(7)) == 7 && copy.Level(copy.Nits(1)) == 1;
+                           return right && std::isnan(copy.Nits(3)) ? 0 : 1;
+                         }),
+            kOutOfReach);
 }
 
 }  // namespace

@@ -6,6 +6,10 @@
 
 namespace {
 
+using zarn::client::Panel;
+
+int CodeOf(const zarn::client::Result<void>& result) { return result ? 0 : result.error().code; }
+
 /// A complaint when a failed call has changed its output.
 std::string Touched(const zarn::BlNitsValue& now, const zarn::BlNitsValue& before) {
   const auto fields = [](const auto& record) {
@@ -48,8 +52,7 @@ void Client::Open(const Calibration& calibration) {
   static int count = 0;
   panel_ = "panel" + std::to_string(++count);
   Write(calibration.Text());
-  engine_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel_);
-  EXPECT_EQ(engine_->Init(), 0);
+  engine_ = Panel::Open(panel_).value().Engine();
   log_.With("");
 }
 
@@ -81,9 +84,8 @@ std::string Client::Level(double nits, uint32_t percentage, bool hdr) {
   return told;
 }
 
-std::string Client::SetLuts(std::vector<uint32_t> bl, std::vector<double> pcc) {
-  return Set(
-      zarn::kBLDimmingLuts,
-      zarn::DimmingLuts{sizeof(zarn::DimmingLuts), static_cast<uint32_t>(bl.size()), bl.empty() ? nullptr : bl.data(),
-                        static_cast<uint32_t>(pcc.size()), pcc.empty() ? nullptr : pcc.data()});
+std::string Client::Dim(bool enabled) { return log_.With(CodeOf(Panel::Attach(engine_)->SetDimming(enabled))); }
+
+std::string Client::SetLuts(const std::vector<uint32_t>& bl, const std::vector<double>& pcc) {
+  return log_.With(CodeOf(Panel::Attach(engine_)->SetDimmingLuts(bl, pcc)));
 }

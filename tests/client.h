@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "backlight_nits_factory_intf.h"
+#include "backlight_nits_client.h"
 #include "calibration.h"
 #include "captured_log.h"
 #include "holding.h"
@@ -116,8 +116,8 @@ class Client : public testing::Test {
   std::string Set(zarn::BLNitsParams param, const Record& record) {
     return log_.With(engine_->SetParameter(param, Holding<Record>(record).payload));
   }
-  std::string Dim(bool enabled) { return Set(zarn::kBLDimmingStatus, zarn::BLDimmingStatus{8, enabled}); }
-  std::string SetLuts(std::vector<uint32_t> bl, std::vector<double> pcc);
+  std::string Dim(bool enabled);
+  std::string SetLuts(const std::vector<uint32_t>& bl, const std::vector<double>& pcc);
 
   TemporaryFolder folder_;
   LogLines log_;

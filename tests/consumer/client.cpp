@@ -1,31 +1,24 @@
-// A client made of nothing but the public headers: the curve of a panel's every 85th level and back, and the version.
-#include <backlight_nits_factory_intf.h>
-#include <backlight_nits_intf.h>
-#include <backlight_nits_records.h>
+// The typed client: the luminance of a panel's every 85th level, and back, by its engine and by a sampled curve.
+#include <backlight_nits_client.h>
 #include <backlight_nits_version.h>
-#include <generic_payload.h>
 
+#include <cstdint>
 #include <iostream>
 
 int main() {
-  const auto engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("lcd_small");
-  zarn::GenericPayload in;
-  zarn::GenericPayload out;
-  zarn::BlBackLight* request = nullptr;
-  zarn::BlNitsValue* answer = nullptr;
-  if (engine->Init() != 0 || in.CreatePayload(request) != 0 || out.CreatePayload(answer) != 0) {
+  const auto panel = zarn::client::Panel::Open("lcd_small");
+  if (!panel) {
+    std::cerr << Words(panel.error()) << "\n";
     return 1;
   }
-  request->percentage = 100;
-  for (request->bl = 0; request->bl <= 255; request->bl += 85) {
-    if (engine->ProcessOps(zarn::kBLToNits, in, &out) != 0) {
+  const auto curve = panel->Sample(100);
+  for (uint32_t level = 0; level <= 255; level += 85) {
+    const auto nits = panel->Nits(level, 100);
+    const auto back = panel->Level(nits.value_or(-1.0), 100);
+    if (!curve || !back || curve->Nits(level) != nits || curve->Level(*nits) != *back) {
       return 1;
     }
-    std::cout << answer->nits << " nits, ";
-    if (engine->ProcessOps(zarn::kNitsToBL, out, &out) != 0) {
-      return 1;
-    }
-    std::cout << "level " << answer->bl << "\n";
+    std::cout << *nits << " nits, level " << *back << "\n";
   }
   std::cout << "version " << zarn::LoadedBackLightNitsVersion() << ", headers " << BACKLIGHT_NITS_VERSION << "\n";
 }

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "backlight_nits_factory_intf.h"
+#include "backlight_nits_client.h"
 #include "calibration.h"
 #include "holding.h"
 
@@ -29,14 +29,14 @@ constexpr uint32_t kLastLinearizedLevel = 1048575;
 /// A process's one panel, used for every input since engines live as long as the process: its calibration file, in a
 /// folder of its own, and its engine. Every function that calls the engine requires what holds for every file and every
 /// call.
-class Panel {
+class CheckedPanel {
  public:
   /// Makes the folder, in memory where the system has one for that, and replaces the process's log handler by one that
   /// formats every line, so that wrong arguments are found, and drops it.
-  Panel();
-  Panel(const Panel&) = delete;
-  Panel& operator=(const Panel&) = delete;
-  ~Panel();
+  CheckedPanel();
+  CheckedPanel(const CheckedPanel&) = delete;
+  CheckedPanel& operator=(const CheckedPanel&) = delete;
+  ~CheckedPanel();
 
   /// The calibration file.
   void WriteFile(std::string_view text) const;
@@ -47,16 +47,16 @@ class Panel {
   void Deinit();
 
   /// For calls that need no invariant of this class.
-  zarn::BackLightNitsIntf& Engine() { return *engine_; }
+  zarn::BackLightNitsIntf& Engine() { return *client_.Engine(); }
 
   /// A parameter's record; nothing when the engine refuses.
   template <class Record>
   std::optional<Record> Get(zarn::BLNitsParams param);
 
-  /// Whether the engine takes the record.
-  template <class Record>
-  bool Set(zarn::BLNitsParams param, const Record& record);
-  bool SetLuts(std::vector<uint32_t> bl, std::vector<double> pcc);
+  /// Whether the engine takes the value.
+  bool SetDimming(bool enabled);
+  bool SetScale(double scale);
+  bool SetLuts(zarn::client::View<uint32_t> bl, zarn::client::View<double> pcc);
 
   /// One of the four measured tables; nothing when the engine refuses.
   std::optional<Points> MeasuredTable(zarn::BLNitsParams param);
@@ -64,7 +64,7 @@ class Panel {
   /// The linearized table as the file gives it, from a parser. The file must be one that Init takes.
   Levels SparseLinearTable() const;
 
-  /// Conversions; nothing when the engine refuses. In an answer that the engine gave without writing `hdr`, that is the
+  /// Conversions, which the typed client must answer alike; nothing when the engine refuses. In an answer that the engine gave without writing `hdr`, that is the
   /// opposite of the question's.
   std::optional<zarn::BlNitsValue> Nits(const zarn::BlBackLight& in);
   std::optional<zarn::BlNitsValue> Level(const zarn::BlNitsValue& in);
@@ -88,9 +88,10 @@ class Panel {
   std::optional<zarn::BlNitsValue> ConvertRepeatedly(zarn::BLNitOps op, const In& in);
   void CheckBetweenCoverages(uint32_t bl, double nits, bool hdr);
   void SwitchDimming(bool enabled);
+  void CheckCurve(uint32_t percentage, bool hdr);
 
   std::filesystem::path folder_;
-  std::shared_ptr<zarn::BackLightNitsIntf> engine_;
+  zarn::client::Panel client_;
 };
 
 /// Every byte of a record, to see that nothing is written.
@@ -112,22 +113,15 @@ bool Answered(const Record& record, Call call) {
 }
 
 template <class Record>
-std::optional<Record> Panel::Get(zarn::BLNitsParams param) {
+std::optional<Record> CheckedPanel::Get(zarn::BLNitsParams param) {
   constexpr uint32_t kSize = 12345;
   Holding<Record> out;
   out->size = kSize;
-  if (!Answered(*out.record, [&] { return engine_->GetParameter(param, &out.payload); })) {
+  if (!Answered(*out.record, [&] { return Engine().GetParameter(param, &out.payload); })) {
     return std::nullopt;
   }
   Require(out->size == kSize, "a getter leaves the size of the output record as it was");
   return *out.record;
-}
-
-template <class Record>
-bool Panel::Set(zarn::BLNitsParams param, const Record& record) {
-  const int ret = engine_->SetParameter(param, Holding<Record>(record).payload);
-  Require(ret == 0 || ret == -EINVAL, "a setter answers 0 or -22");
-  return ret == 0;
 }
 
 }  // namespace fuzz

@@ -1,4 +1,4 @@
-#include "panel.h"
+#include "invariants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,6 +28,8 @@ namespace fs = std::filesystem;
 using zarn::BlBackLight;
 using zarn::BLNitsParams;
 using zarn::BlNitsValue;
+using zarn::client::Mode;
+using zarn::client::View;
 
 constexpr const char* kPanelName = "fuzz";
 
@@ -124,6 +126,13 @@ bool Between(double value, double a, double b, double rounding) {
   return value >= std::min(a, b) - rounding && value <= std::max(a, b) + rounding;
 }
 
+bool Taken(const zarn::client::Result<void>& result) {
+  Require(result || result.error().code == -EINVAL, "a setter answers 0 or -22");
+  return result.has_value();
+}
+
+Mode ModeOf(bool hdr) { return hdr ? Mode::kHighBrightness : Mode::kStandard; }
+
 }  // namespace
 
 void Require(bool holds, const char* invariant) {
@@ -140,49 +149,52 @@ bool Same(const Points& a, const Points& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
 }
 
-Panel::Panel() : folder_(MakeFolder()) {
+CheckedPanel::CheckedPanel()
+    : folder_(MakeFolder()),
+      client_(*zarn::client::Panel::Attach(GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(kPanelName))) {
   // Never destroyed: there may be lines until the process has ended.
   static auto* const dropped = new DroppedLog;
   display::debug_handler_ = dropped;
-  engine_ = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(kPanelName);
 }
 
-Panel::~Panel() {
+CheckedPanel::~CheckedPanel() {
   std::error_code ignored;
   fs::remove_all(folder_, ignored);
 }
 
-void Panel::WriteFile(std::string_view text) const {
+void CheckedPanel::WriteFile(std::string_view text) const {
   std::ofstream file(folder_ / FileName(kPanelName), std::ios::binary);
   file << text << std::flush;
   Require(file.good(), "the calibration file can be written");
 }
 
-void Panel::RemoveFile() const { fs::remove(folder_ / FileName(kPanelName)); }
+void CheckedPanel::RemoveFile() const { fs::remove(folder_ / FileName(kPanelName)); }
 
-int Panel::Init() {
-  const int ret = InFolder(folder_, [&] { return engine_->Init(); });
+int CheckedPanel::Init() {
+  const auto done = InFolder(folder_, [&] { return client_.Init(); });
+  const int ret = done ? 0 : done.error().code;
   Require(ret == 0 || ret == -ENOENT || ret == -EINVAL, "Init answers 0, -2 or -22");
   return ret;
 }
 
-void Panel::Deinit() {
-  Require(engine_->Deinit() == 0, "Deinit answers 0");
+void CheckedPanel::Deinit() {
+  Require(Engine().Deinit() == 0, "Deinit answers 0");
   Require(!Get<zarn::BLRange>(zarn::kBLRange), "getters are refused after Deinit");
   Require(!Get<zarn::BLDimmingStatus>(zarn::kBLDimmingStatus), "getters are refused after Deinit");
-  Require(!Set(zarn::kBLDimmingScale, zarn::BLDimmingScale{}), "setters are refused after Deinit");
+  Require(!SetScale(1.0), "setters are refused after Deinit");
   Require(!Nits({sizeof(BlBackLight), 10, 0, false}), "conversions are refused after Deinit");
   Require(!Level({sizeof(BlNitsValue), 10, 0, 0.0, false}), "conversions are refused after Deinit");
 }
 
-bool Panel::SetLuts(std::vector<uint32_t> bl, std::vector<double> pcc) {
-  return Set(zarn::kBLDimmingLuts, zarn::DimmingLuts{sizeof(zarn::DimmingLuts), static_cast<uint32_t>(bl.size()),
-                                                     bl.data(), static_cast<uint32_t>(pcc.size()), pcc.data()});
-}
+bool CheckedPanel::SetDimming(bool enabled) { return Taken(client_.SetDimming(enabled)); }
 
-std::optional<Points> Panel::MeasuredTable(BLNitsParams param) {
+bool CheckedPanel::SetScale(double scale) { return Taken(client_.SetDimmingScale(scale)); }
+
+bool CheckedPanel::SetLuts(View<uint32_t> bl, View<double> pcc) { return Taken(client_.SetDimmingLuts(bl, pcc)); }
+
+std::optional<Points> CheckedPanel::MeasuredTable(BLNitsParams param) {
   Holding<zarn::BackLightToNitsTable> out;
-  const auto ask = [&] { return engine_->GetParameter(param, &out.payload); };
+  const auto ask = [&] { return Engine().GetParameter(param, &out.payload); };
   if (!Answered(*out.record, ask)) {
     return std::nullopt;
   }
@@ -196,25 +208,24 @@ std::optional<Points> Panel::MeasuredTable(BLNitsParams param) {
   return points;
 }
 
-Levels Panel::SparseLinearTable() const {
-  const auto parser = InFolder(folder_, [] {
-    auto made = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(kPanelName);
-    Require(made->Init() == 0, "a parser takes the file that the engine took");
-    return made;
-  });
-  Holding<zarn::BLLinearTable> out;
-  Require(parser->GetParameter(zarn::kBLLinearTable, &out.payload) == 0, "a parser gives its linear table");
-  return out->entries;
+Levels CheckedPanel::SparseLinearTable() const {
+  auto parser = zarn::client::Panel::Attach(
+      InFolder(folder_, [] { return GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(kPanelName); }));
+  const auto made = InFolder(folder_, [&] { return parser->Init(); });
+  Require(made.has_value(), "a parser takes the file that the engine took");
+  auto table = parser->LinearTable();
+  Require(table.has_value(), "a parser gives its linear table");
+  return *std::move(table);
 }
 
 // What holds for every conversion, whatever the question.
 template <class In>
-std::optional<BlNitsValue> Panel::Convert(zarn::BLNitOps op, const In& in) {
+std::optional<BlNitsValue> CheckedPanel::Convert(zarn::BLNitOps op, const In& in) {
   const Holding<In> question(in);
   const auto asked = ImageOf(*question.record);
   constexpr uint32_t kSize = 12345;
   Holding<BlNitsValue> out({kSize, 67, 89, -4.5, !in.hdr});
-  const bool answered = Answered(*out.record, [&] { return engine_->ProcessOps(op, question.payload, &out.payload); });
+  const bool answered = Answered(*out.record, [&] { return Engine().ProcessOps(op, question.payload, &out.payload); });
   Require(ImageOf(*question.record) == asked, "a conversion leaves its input as it was");
   if (!answered) {
     return std::nullopt;
@@ -226,36 +237,41 @@ std::optional<BlNitsValue> Panel::Convert(zarn::BLNitOps op, const In& in) {
 }
 
 template <class In>
-std::optional<BlNitsValue> Panel::ConvertRepeatedly(zarn::BLNitOps op, const In& in) {
+std::optional<BlNitsValue> CheckedPanel::ConvertRepeatedly(zarn::BLNitOps op, const In& in) {
   const auto answer = Convert(op, in);
   Require(SameAnswer(answer, Convert(op, in)), "a repeated conversion gives the same answer");
   Require(SameAnswer(answer, Convert(op, AtTwinCoverage(in))), "coverages from 1 to 10 give the same answer");
   return answer;
 }
 
-std::optional<BlNitsValue> Panel::Nits(const BlBackLight& in) {
+std::optional<BlNitsValue> CheckedPanel::Nits(const BlBackLight& in) {
   const auto answer = ConvertRepeatedly(zarn::kBLToNits, in);
   Require(!answer || answer->bl == in.bl, "a luminance's answer tells the level");
+  const auto typed = client_.Nits(in.bl, in.percentage, ModeOf(in.hdr));
+  Require(typed.has_value() == answer.has_value() && (!typed || Same(*typed, answer->nits)),
+          "the typed client gives the same luminance");
   return answer;
 }
 
-std::optional<BlNitsValue> Panel::Level(const BlNitsValue& in) {
+std::optional<BlNitsValue> CheckedPanel::Level(const BlNitsValue& in) {
   const auto answer = ConvertRepeatedly(zarn::kNitsToBL, in);
   Require(!answer || Same(answer->nits, in.nits), "a level's answer tells the luminance");
   Holding<BlNitsValue> both(in);
   const bool answered =
-      Answered(*both.record, [&] { return engine_->ProcessOps(zarn::kNitsToBL, both.payload, &both.payload); });
+      Answered(*both.record, [&] { return Engine().ProcessOps(zarn::kNitsToBL, both.payload, &both.payload); });
   Require(answered == answer.has_value() && (!answered || both->bl == answer->bl),
           "one payload for input and output gives the same answer");
+  const auto typed = client_.Level(in.nits, in.percentage, ModeOf(in.hdr));
+  Require(typed.has_value() == answered && (!typed || *typed == answer->bl), "the typed client gives the same level");
   return answer;
 }
 
-void Panel::CheckLinearTable(const Levels& sparse) {
+void CheckedPanel::CheckLinearTable(const Levels& sparse) {
   const std::pair<uint32_t, uint32_t> before{6, 7};
   Holding<zarn::BLLinearTable> out;
   out->entries = {before};
   const bool answered =
-      Answered(*out.record, [&] { return engine_->GetParameter(zarn::kBLLinearTable, &out.payload); });
+      Answered(*out.record, [&] { return Engine().GetParameter(zarn::kBLLinearTable, &out.payload); });
   Require(answered == CanBeFilledIn(sparse), "a linear table is filled in when it rises from 0 to the limit at most");
   const Levels& entries = out->entries;
   Require(entries.front() == before, "tables are appended to what the record holds");
@@ -267,7 +283,7 @@ void Panel::CheckLinearTable(const Levels& sparse) {
   CheckFilledIn(sparse, &entries[1]);
 }
 
-void Panel::CheckMeasuredTables(const zarn::BLRange& range) {
+void CheckedPanel::CheckMeasuredTables(const zarn::BLRange& range) {
   for (const auto& [param, percentage, hdr] :
        {std::tuple<BLNitsParams, uint32_t, bool>{zarn::kBLNitsMapping10Percent, 10, false},
         {zarn::kBLNitsMapping100Percent, 100, false},
@@ -289,7 +305,7 @@ void Panel::CheckMeasuredTables(const zarn::BLRange& range) {
   }
 }
 
-void Panel::CheckBetweenCoverages(uint32_t bl, double nits, bool hdr) {
+void CheckedPanel::CheckBetweenCoverages(uint32_t bl, double nits, bool hdr) {
   for (const uint32_t percentage : {11U, 99U}) {
     const auto luminance = [&](uint32_t at) { return Nits({sizeof(BlBackLight), at, bl, hdr}); };
     const auto at_10 = luminance(10);
@@ -309,7 +325,7 @@ void Panel::CheckBetweenCoverages(uint32_t bl, double nits, bool hdr) {
   }
 }
 
-bool Panel::CheckNeutralLuts(const zarn::BLRange& range) {
+bool CheckedPanel::CheckNeutralLuts(const zarn::BLRange& range) {
   std::vector<uint32_t> same(size_t{range.max_bl} + 1);
   for (uint32_t level = 0; level <= range.max_bl; ++level) {
     same[level] = level;
@@ -333,12 +349,29 @@ bool Panel::CheckNeutralLuts(const zarn::BLRange& range) {
       }
     }
   }
+  CheckCurve(55, false);
   return true;
 }
 
-void Panel::SwitchDimming(bool enabled) {
-  Require(Set(zarn::kBLDimmingStatus, zarn::BLDimmingStatus{sizeof(zarn::BLDimmingStatus), enabled}),
-          "dimming can be switched at any time");
+void CheckedPanel::CheckCurve(uint32_t percentage, bool hdr) {
+  const auto curve = client_.Sample(percentage, ModeOf(hdr));
+  if (!curve) {
+    const auto level = curve.error().level;
+    Require(level && !client_.Nits(*level, percentage, ModeOf(hdr)), "a curve is refused where a level is refused");
+    return;
+  }
+  for (uint32_t level = 0; level < curve->Size(); ++level) {
+    const double nits = curve->Nits(level);
+    const auto asked = client_.Nits(level, percentage, ModeOf(hdr));
+    Require(asked && Same(*asked, nits), "a curve has the luminances of the engine");
+    // NaN is no luminance, and -infinity is nearest to none.
+    Require(!(nits >= std::numeric_limits<double>::lowest()) || Same(curve->Nits(curve->Level(nits)), nits),
+            "a luminance of a curve has a level with that luminance");
+  }
+}
+
+void CheckedPanel::SwitchDimming(bool enabled) {
+  Require(SetDimming(enabled), "dimming can be switched at any time");
   const auto status = Get<zarn::BLDimmingStatus>(zarn::kBLDimmingStatus);
   Require(status && status->enabled == enabled, "the dimming status is what was set");
 }

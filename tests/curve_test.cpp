@@ -1,0 +1,268 @@
+// Sampled curves: the engine's luminances, and the nearest level on any curve.
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+#include "backlight_nits_curve.h"
+#include "client.h"
+
+namespace {
+
+using namespace zarn;
+using client::Curve;
+using client::Mode;
+using client::Panel;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+bool SameBits(double a, double b) {
+  uint64_t bits[2];
+  std::memcpy(&bits[0], &a, sizeof a);
+  std::memcpy(&bits[1], &b, sizeof b);
+  return bits[0] == bits[1];
+}
+
+/// Every level comes back, unless its luminance is not above the one before.
+bool ComesBack(const Curve& curve) {
+  for (uint32_t level = 0; level < curve.Size(); ++level) {
+    if (curve.Level(curve.Nits(level)) != level) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool RisesStrictly(const Curve& curve) {
+  for (uint32_t level = 1; level < curve.Size(); ++level) {
+    if (!(curve.Nits(level - 1) < curve.Nits(level))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Checks curves of both modes at all coverages against the engine, level by level. Returns how many rise strictly.
+int CheckCurves(const Panel& panel) {
+  int rising = 0;
+  for (const Mode mode : {Mode::kStandard, Mode::kHighBrightness}) {
+    for (uint32_t coverage = 1; coverage <= 100; ++coverage) {
+      const Curve curve = panel.Sample(coverage, mode).value();
+      EXPECT_EQ(curve.Size(), panel.Range()->max_os_bl + 1);
+      for (uint32_t level = 0; level < curve.Size(); ++level) {
+        EXPECT_TRUE(SameBits(curve.Nits(level), panel.Nits(level, coverage, mode).value()))
+            << coverage << " % " << level;
+      }
+      EXPECT_TRUE(std::isnan(curve.Nits(curve.Size())) && std::isnan(curve.Nits(UINT32_MAX)));
+      if (RisesStrictly(curve)) {
+        ++rising;
+        EXPECT_TRUE(ComesBack(curve)) << coverage << " %";
+      }
+    }
+  }
+  return rising;
+}
+
+class SampledCurve : public Client {
+ protected:
+  /// A panel whose dimming maps are `nits`: every level is dimmed to one that has 1.0 nits.
+  Panel WithMaps(const std::vector<double>& nits) {
+    Calibration calibration(1, static_cast<uint32_t>(nits.size() - 1));
+    for (Points* const table :
+         {&calibration.standard_100, &calibration.standard_10, &calibration.hbm_100, &calibration.hbm_10}) {
+      *table = {{0, 1.0}};
+    }
+    Client::Open(calibration);
+    display::debug_handler_ = nullptr;
+    Panel panel = Panel::Attach(engine_).value();
+    EXPECT_TRUE(panel.SetDimmingLuts(std::vector<uint32_t>{0, 0}, nits));
+    EXPECT_TRUE(panel.SetDimming(true));
+    return panel;
+  }
+
+  /// Numbers at, next to and between `entries`, and the ends of all numbers.
+  std::vector<double> Questions(const std::vector<double>& entries) {
+    std::vector<double> questions = {kNan, -kNan, kInfinity, -kInfinity, 0.0, -0.0, 1e300, -1e300, 5e-324, -5e-324};
+    for (size_t i = 0; i < entries.size(); ++i) {
+      const double entry = entries[i];
+      for (const double question : {entry, std::nextafter(entry, kInfinity), std::nextafter(entry, -kInfinity),
+                                    (entry + entries[i / 2]) / 2, (entry + entries[i > 0 ? i - 1 : 0]) / 2}) {
+        questions.push_back(question);
+      }
+      questions.push_back(std::uniform_real_distribution<double>(-1.0, 12.0)(random_));
+    }
+    return questions;
+  }
+
+  /// `size` luminances of a kind: 0 few that repeat, 1 many, 2 of all magnitudes.
+  std::vector<double> Luminances(size_t size, int kind) {
+    std::vector<double> nits(size);
+    for (double& each : nits) {
+      const double share = std::uniform_real_distribution<double>(0.0, 1.0)(random_);
+      each = kind == 0 ? std::floor(share * 10.0) : kind == 1 ? 10.0 * share : std::exp2(share * 2000.0 - 1000.0);
+    }
+    return nits;
+  }
+
+  std::mt19937_64 random_{1};  // NOLINT(cert-msc51-cpp): the same in every run
+};
+
+TEST_F(SampledCurve, HasTheEnginesBits) {
+  std::filesystem::copy(BLNITS_SAMPLES, ".");
+  int rising = 0;
+  for (const char* const name : {"lcd_small", "oled_hbm", "oled_phone"}) {
+    Panel panel = Panel::Open(name).value();
+    rising += CheckCurves(panel);
+    const BLRange range = panel.Range().value();
+    std::vector<uint32_t> lut(range.max_bl + 1);
+    for (uint32_t level = 0; level <= range.max_bl; ++level) {
+      lut[level] = level * 3 / 4;
+    }
+    ASSERT_TRUE(panel.SetDimmingLuts(lut, std::vector<double>(range.max_os_bl + 1, 0.9)));
+    ASSERT_TRUE(panel.SetDimming(true));
+    CheckCurves(panel);
+    panel.Deinit();
+  }
+  EXPECT_EQ(rising, 3 * 2 * 100) << "every curve of the samples rises";
+}
+
+TEST_F(SampledCurve, StaysWhatItWas) {
+  Client::Open(Calibration());
+  Panel panel = Panel::Attach(engine_).value();
+  const Curve sampled = panel.Sample(10).value();
+  Curve curve = sampled;
+  const Curve moved = std::move(curve);  // NOLINT(performance-move-const-arg)
+  ASSERT_TRUE(panel.SetDimming(true));
+  EXPECT_EQ(panel.Nits(100, 10), 0.0);
+  EXPECT_EQ(panel.Sample(10)->Nits(100), 0.0) << "a new one has what holds now";
+  panel.Deinit();
+  for (const Curve& each : {sampled, curve, moved}) {  // NOLINT(bugprone-use-after-move): it copies
+    EXPECT_EQ(each.Nits(100), 50.0);
+    EXPECT_EQ(each.Level(50.0), 100U);
+  }
+  curve = Curve({1.0, 2.0});
+  EXPECT_EQ(curve.Nits(1), 2.0);
+  EXPECT_EQ(curve.Size(), 2U);
+  EXPECT_EQ(moved.Nits(1), 0.5);
+}
+
+TEST_F(SampledCurve, FindsOnRisingCurvesWhatTheEngineFindsInMaps) {
+  for (const size_t size : {1U, 2U, 3U, 7U, 64U, 500U}) {
+    for (const int kind : {0, 1, 2}) {
+      for (const int ends : {0, 1, 2, 3}) {  // infinite ones: none, the first, the last, both
+        std::vector<double> nits = Luminances(size, kind);
+        std::sort(nits.begin(), nits.end());
+        if (ends % 2 == 1) {
+          nits.front() = -kInfinity;
+        }
+        if (ends / 2 == 1) {
+          nits.back() = kInfinity;
+        }
+        const Panel panel = WithMaps(nits);
+        const Curve curve = panel.Sample(100).value();
+        for (uint32_t level = 0; level < size; ++level) {
+          ASSERT_TRUE(SameBits(curve.Nits(level), nits[level])) << level;
+        }
+        for (const double question : Questions(nits)) {
+          ASSERT_EQ(curve.Level(question), panel.Level(question, 100).value()) << question << " among " << size;
+        }
+      }
+    }
+  }
+}
+
+/// The definition, level by level.
+uint32_t NearestByDefinition(const std::vector<double>& nits, double question) {
+  if (std::isnan(question)) {
+    return NearestByDefinition(nits, kInfinity);
+  }
+  std::optional<uint32_t> below;
+  std::optional<uint32_t> above;
+  for (uint32_t level = 0; level < nits.size(); ++level) {
+    if (nits[level] <= question && (!below || nits[level] >= nits[*below])) {
+      below = level;
+    }
+    if (nits[level] > question && (!above || nits[level] < nits[*above])) {
+      above = level;
+    }
+  }
+  if (!below || !above) {
+    return below ? *below : above.value_or(0);
+  }
+  const double to_below = std::fabs(nits[*below] - question);
+  const double to_above = std::fabs(nits[*above] - question);
+  return to_below == to_above ? std::min(*below, *above) : to_below < to_above ? *below : *above;
+}
+
+TEST_F(SampledCurve, FindsTheNearestLevelOnAnyCurve) {
+  for (int turn = 0; turn < 400; ++turn) {
+    std::vector<double> nits = Luminances(1 + random_() % 40, turn % 3);
+    if (turn % 4 == 1) {
+      std::sort(nits.begin(), nits.end(), std::greater<>());
+    }
+    for (int extremes = turn % 5; extremes > 0; --extremes) {
+      const double all[] = {kNan, kInfinity, -kInfinity, 1.7e308, -1.7e308, -0.0, 5e-324};
+      nits[random_() % nits.size()] = all[random_() % std::size(all)];
+    }
+    const Curve curve(nits);
+    for (const double question : Questions(nits)) {
+      ASSERT_EQ(curve.Level(question), NearestByDefinition(nits, question)) << question << " in turn " << turn;
+    }
+  }
+}
+
+TEST_F(SampledCurve, IsDefinedForEveryNumber) {
+  const struct {
+    std::vector<double> nits;
+    std::vector<std::pair<double, uint32_t>> levels;
+  } curves[] = {
+      {{0.0, 1.0, 2.0, 4.0}, {{3.0, 2}, {3.1, 3}, {9.0, 3}, {-1.0, 0}, {kNan, 3}, {kInfinity, 3}, {-kInfinity, 0}}},
+      {{0.0, 1.0, 1.0, 1.0, 5.0}, {{1.0, 3}, {2.9, 3}, {3.0, 3}, {0.9, 1}, {0.5, 0}}},    // a plateau
+      {{4.0, 2.0, 1.0}, {{3.0, 0}, {2.9, 1}, {1.5, 1}, {1.4, 2}, {9.0, 0}, {kNan, 0}}},   // falling: the lower of two
+      {{1.0, 3.0, 2.0, 3.0, 0.0}, {{3.0, 3}, {2.6, 1}, {2.5, 1}, {2.4, 2}, {0.5, 0}}},    // up and down
+      {{kNan, 2.0, kNan, 1.0}, {{kNan, 1}, {1.5, 1}, {1.4, 3}, {-kInfinity, 3}}},         // holes
+      {{0.0, kInfinity, 7.0}, {{kInfinity, 1}, {1e300, 2}, {kNan, 1}, {-kInfinity, 0}}},  // infinite
+      {{-kInfinity, 3.0}, {{-kInfinity, 1}, {-1e300, 1}, {kInfinity, 1}}},                // as in a map
+      {{kNan, kNan}, {{1.0, 0}, {kNan, 0}}},
+      {{kNan}, {{1.0, 0}}},
+      {{5.0}, {{1.0, 0}, {9.0, 0}, {kNan, 0}}},
+      {{0.0, 5e-324}, {{-1.0, 0}, {0.0, 0}, {5e-324, 1}, {1.0, 1}}},
+      {{5.0, 5.0}, {{1.0, 0}, {5.0, 1}, {9.0, 1}}},
+      {{}, {{1.0, 0}}},
+  };
+  for (const auto& [nits, levels] : curves) {
+    const Curve curve(nits);
+    EXPECT_TRUE(std::isnan(curve.Nits(static_cast<uint32_t>(nits.size()))));
+    for (const auto& [question, level] : levels) {
+      EXPECT_EQ(curve.Level(question), level) << question << " on curve " << (&nits - &curves[0].nits);
+    }
+  }
+}
+
+TEST_F(SampledCurve, IsReadByManyThreads) {
+  Client::Open(Calibration());
+  const Curve shared = Panel::Attach(engine_)->Sample(55).value();
+  std::vector<std::thread> threads;
+  threads.reserve(4);
+  std::atomic<int> wrong{0};
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int turn = 0; turn < 200; ++turn) {
+        const Curve copy = shared;
+        for (const Curve* const curve : {&shared, &copy}) {
+          wrong += ComesBack(*curve) && curve->Nits(100) == 125.0 ? 0 : 1;
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace
