@@ -27,8 +27,8 @@ int main(int /*count*/, char** arguments) {
   zarn::GenericPayload payload;
   zarn::BLRange* range = nullptr;
   uint32_t count = 0;
-  if (engine->Init() != 0 || payload.CreatePayload(range) != 0 ||
-      engine->GetParameter(zarn::kBLRange, &payload) != 0 || payload.GetPayload(range, count) != 0) {
+  if (engine->Init() != 0 || payload.CreatePayload(range) != 0 || engine->GetParameter(zarn::kBLRange, &payload) != 0 ||
+      payload.GetPayload(range, count) != 0) {
     return 1;
   }
   std::cout << "levels to " << range->max_os_bl << "\n";
