@@ -103,7 +103,7 @@ TEST(Check, TellsEachFaultAsInTheFileBesideIt) {
 /// docs/check.md has a section for each rule, in the order of --list-rules: "### RULE (SEVERITY)", the rule's summary, and
 /// a line that check prints for a file of tests/check.
 TEST(Check, SaysWhatItsDocumentShows) {
-  const TemporaryFolder folder;
+  const Workplace workplace;
   std::filesystem::copy(BLNITS_TESTS "/check", ".");
   std::ifstream document(BLNITS_TESTS "/../docs/check.md");
   std::stringstream text;
@@ -115,7 +115,7 @@ TEST(Check, SaysWhatItsDocumentShows) {
     sections.push_back(text.str().substr(at + heading.size(), end - at - heading.size()));
     at = end;
   }
-  std::istringstream rules(Shell(BLNITS_TOOL " check --list-rules"));
+  std::istringstream rules(Shell("blnits check --list-rules"));
   size_t count = 0;
   for (std::string rule, severity, summary; rules >> rule >> severity && std::getline(rules >> std::ws, summary);) {
     ASSERT_LT(count, sections.size()) << rule;
@@ -129,7 +129,7 @@ TEST(Check, SaysWhatItsDocumentShows) {
     const std::string example = section.substr(shown, section.find('\n', shown) - shown);
     EXPECT_NE(example.find(std::string(": ").append(severity).append(": ")), std::string::npos);
     EXPECT_EQ(example.substr(example.find_last_of('[') + 1), std::string(rule).append("]"));
-    const std::string said = Shell(BLNITS_TOOL " check --limit 0 " + example.substr(0, example.find(':')));
+    const std::string said = Shell("blnits check --limit 0 " + example.substr(0, example.find(':')));
     EXPECT_NE(said.find(example + "\n"), std::string::npos) << said;
   }
   EXPECT_EQ(count, sections.size());
@@ -146,14 +146,13 @@ int64_t MostMemory(const std::string& command) {
 
 /// Sixty files take no more memory than one: each is freed before the next. A sanitizer would keep what is freed.
 TEST(Check, FreesEachFileBeforeTheNext) {
-  const TemporaryFolder folder;
+  const Workplace workplace;
   Calibration calibration;
   for (uint32_t level = 0; level < 5000; ++level) {
     calibration.standard_100.push_back({level, level / 10.0});
   }
   WriteFile("dense.xml", calibration.Text());
-  const std::string check =
-      "export ASAN_OPTIONS=$ASAN_OPTIONS:quarantine_size_mb=1; " BLNITS_TOOL " check > told dense.xml";
+  const std::string check = "export ASAN_OPTIONS=$ASAN_OPTIONS:quarantine_size_mb=1; blnits check > told dense.xml";
   const int64_t one = MostMemory(check + " || true");
   std::string others;
   for (int i = 1; i < 60; ++i) {
