@@ -144,8 +144,9 @@ void AddFault(const CalibrationSource& source, Troubles* troubles) {
                zarn::kMaxReferenceBytes)});
       break;
     case zarn::LoadFault::kNestedTooDeep:
-      troubles->push_back({line, fmt::format("elements are nested more than {} deep; close the tag that is left open before it",
-                                             zarn::kMaxDepth)});
+      troubles->push_back(
+          {line, fmt::format("elements are nested more than {} deep; close the tag that is left open before it",
+                             zarn::kMaxDepth)});
       break;
     case zarn::LoadFault::kTooManyNodes:
       troubles->push_back(
