@@ -66,7 +66,7 @@ class Findings {
   struct Hash {
     size_t operator()(const Key& key) const {
       const uint64_t levels = uint64_t{key.first} << 32 | key.last;
-      return std::hash<uint64_t>()(levels * 0x9e3779b97f4a7c15u + static_cast<size_t>(key.rule));
+      return std::hash<uint64_t>()(levels * 0x9e3779b97f4a7c15U + static_cast<size_t>(key.rule));
     }
   };
 

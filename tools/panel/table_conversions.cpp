@@ -1,6 +1,7 @@
 #include "panel/table_conversions.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "interpolation.h"
@@ -15,7 +16,7 @@ template <class Value>
 std::vector<size_t> RisingPlaces(const std::vector<BlNitsPoint>& points, Value BlNitsPoint::*value) {
   std::vector<size_t> places;
   for (size_t i = 0; i < points.size(); ++i) {
-    const bool first = places.empty() && points[i].*value == points[i].*value;
+    const bool first = places.empty() && !std::isnan(static_cast<double>(points[i].*value));
     if (first || (!places.empty() && points[i].*value > points[places.back()].*value)) {
       places.push_back(i);
     }
