@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// The version of these headers, and that of the library which the process has loaded.
+/// The version of these headers, and the version of the library that the process has loaded.
 
 #include <elf.h>
 #include <link.h>
@@ -11,9 +11,9 @@
 
 /// The headers' version. While this number is the same, clients that were built against older headers still work.
 #define BACKLIGHT_NITS_VERSION_MAJOR 1
-/// Raised by what is added.
+/// Increases when something is added.
 #define BACKLIGHT_NITS_VERSION_MINOR 0
-/// Raised by what is mended.
+/// Increases when something is corrected.
 #define BACKLIGHT_NITS_VERSION_PATCH 0
 
 /// \cond
@@ -30,19 +30,20 @@ namespace zarn {
 /// \cond
 namespace version_note {
 
-// The library carries its version in an ELF note of this owner and type: it exports one function, which cannot tell.
+// The library stores its version in an ELF note of this owner and type, because its only export is the factory
+// function.
 constexpr char kOwner[] = "backlight-nits";
 constexpr unsigned kType = 1;
 
-// Looks for the note in one module of the process and, when it is there, sets `version`, a const char*, and returns 1,
-// which ends the search.
+// Looks for the note in one module of the process. If it is there, sets `version`, a const char*, and returns 1, which
+// ends the search.
 inline int Find(dl_phdr_info* module, size_t /*size*/, void* version) {
   for (int i = 0; i < module->dlpi_phnum; ++i) {
     const ElfW(Phdr)& segment = module->dlpi_phdr[i];
     if (segment.p_type != PT_NOTE) {
       continue;
     }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr) the loader tells addresses as numbers
+    // NOLINTNEXTLINE(performance-no-int-to-ptr) the loader gives addresses as numbers
     const char* const begin = reinterpret_cast<const char*>(module->dlpi_addr + segment.p_vaddr);
     const size_t alignment = segment.p_align < 4 ? 4 : segment.p_align;
     const auto aligned = [alignment](size_t offset) { return (offset + alignment - 1) / alignment * alignment; };
@@ -65,8 +66,8 @@ inline int Find(dl_phdr_info* module, size_t /*size*/, void* version) {
 }  // namespace version_note
 /// \endcond
 
-/// The version of the library that this process has loaded, linked or by dlopen, as "1.0.0". Any thread.
-/// \return null when none is loaded; else valid until the library is unloaded.
+/// The version of the library that this process has loaded, linked or by dlopen, as "1.0.0". Any thread may call it.
+/// \return null if the library is not loaded; otherwise valid until the library is unloaded.
 inline const char* LoadedBackLightNitsVersion() {
   const char* version = nullptr;
   dl_iterate_phdr(version_note::Find, &version);

@@ -1,10 +1,10 @@
 #pragma once
 
 /// \file
-/// The container in which every record crosses the component interface.
+/// The container that carries a record into or out of a component.
 ///
-/// Its functions are templates and become part of each client, so member order and behaviour are shared between
-/// clients and library and never change.
+/// Its functions are templates and become part of each client. Clients and library therefore share its member order and
+/// behaviour, which never change.
 
 #include <cerrno>
 #include <cstdint>
@@ -14,11 +14,11 @@
 
 namespace zarn {
 
-/// Owns at most one record, which it was filled with once and frees when it is destroyed. All it knows of the record's
-/// type is the size: records of equal size pass for one another, and a record that is used as another is undefined
+/// Owns at most one record. It is filled once, and frees the record when it is destroyed. It checks only the size of a
+/// record: it does not detect the wrong record of the same size, and using one record as another is undefined
 /// behaviour.
 ///
-/// Not synchronised: one thread at a time, and the component that it is handed to for the length of that call.
+/// Not synchronised: one thread may use it at a time. During a call, only the called component may use it.
 class GenericPayload {
  public:
   /// An empty payload.
@@ -29,28 +29,29 @@ class GenericPayload {
   GenericPayload(GenericPayload&&) = delete;
   GenericPayload& operator=(GenericPayload&&) = delete;
 
-  /// Frees the record, not what the record merely points to.
+  /// Frees the record, but not what the record points to.
   ~GenericPayload();
 
   /// Fills an empty payload with one default-initialised `T`.
-  /// \param[out] element the new record, owned by the payload and valid until the payload is destroyed; null after -114.
-  /// \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
-  /// \throws std::bad_alloc when there is no memory.
+  /// \param[out] element the new record, owned by the payload and valid until the payload is destroyed; null after
+  /// -114.
+  /// \return 0, or -114 (EALREADY) if the payload already holds a record, which then stays unchanged.
+  /// \throws std::bad_alloc if memory runs out.
   template <class T>
   int CreatePayload(T*& element);
 
-  /// Hands out the held record.
+  /// Returns the record.
   /// \param[out] element the record, owned by the payload and valid until the payload is destroyed; untouched on
   /// failure.
   /// \param[out] count number of records, always 1 in practice; untouched on failure.
-  /// \return 0; -22 (EINVAL) when the payload is empty or its record has another size than `T`; -12 (ENOMEM), with an
-  /// Error in the debug log, when the size is right and the record is missing.
+  /// \return 0; -22 (EINVAL) if the payload is empty or the size of its record is not that of `T`; -12 (ENOMEM), with
+  /// an Error in the debug log, if the size is right and the record is missing.
   template <class T>
   int GetPayload(T*& element, uint32_t& count) const;
 
-  /// Fills an empty payload with a copy of `source`, made by the copy constructor of `T`: what a record merely points
-  /// to is not copied.
-  /// \return 0, or -114 (EALREADY) when the payload holds a record already, which then stays as it was.
+  /// Fills an empty payload with a copy of `source`. The copy constructor of `T` makes the copy; it does not copy what
+  /// a record points to.
+  /// \return 0, or -114 (EALREADY) if the payload already holds a record, which then stays unchanged.
   /// \throws std::bad_alloc, or what the copy constructor throws.
   template <class T>
   int CopyPayload(const T& source);
