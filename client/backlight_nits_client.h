@@ -3,11 +3,11 @@
 /// \file
 /// The typed client: a panel's luminances and levels as plain numbers, errors as values.
 ///
-/// Header-only, on top of the component interface; it makes the payloads itself. Results are tl::expected (Debian: libexpected-dev). Where the standard library has std::expected, a program
-/// that defines BACKLIGHT_NITS_STD_EXPECTED gets that instead; the two kinds of Panel are different types for the linker.
+/// Header-only, on top of the component interface; it creates the payloads itself. Results are tl::expected (Debian:
+/// libexpected-dev). If the standard library has std::expected, a program can define BACKLIGHT_NITS_STD_EXPECTED to use
+/// that instead. The two kinds of Panel are different types for the linker.
 ///
-/// Running out of memory is not an error value: it is std::bad_alloc, or the end of the process, as everywhere in the
-/// standard library.
+/// If memory runs out, a function throws std::bad_alloc or the process ends. There is no error value for it.
 
 #include <cerrno>
 #include <cstddef>
@@ -35,29 +35,29 @@
 
 namespace zarn::client {
 
-/// A payload with one record in it, for a call of the component interface. As GenericPayload: one thread at a time.
+/// A payload with one record, for a call of the component interface. Like GenericPayload: one thread at a time.
 /// \tparam Record the record that BLNitsParams or BLNitOps names for the call.
 template <class Record>
 struct Holding {
   /// A default-initialised record.
   Holding() { payload.CreatePayload(record); }
-  /// A copy of `source`. What the record merely points to is not copied.
+  /// A copy of `source`. What the record points to is not copied.
   explicit Holding(const Record& source) : Holding() { *record = source; }
   /// The record.
   Record* operator->() { return record; }
 
   GenericPayload payload;    ///< Owns the record.
-  Record* record = nullptr;  ///< Never null; valid as long as the payload.
+  Record* record = nullptr;  ///< Never null; valid as long as the payload exists.
 };
 
-/// Elements side by side that somebody else owns: a std::vector, a std::array, a std::span, or a pointer and a count.
+/// Contiguous elements that the view does not own: a std::vector, a std::array, a std::span, or a pointer and a count.
 template <class T>
 class View {
  public:
-  /// \param data the first element; the elements stay valid while the view is used.
+  /// \param data the first element; the elements must stay valid while the view is used.
   /// \param size how many there are.
   View(const T* data, size_t size) : data_(data), size_(size) {}
-  /// \param container any that has `data()` and `size()`; it stays unchanged while the view is used.
+  /// \param container any container with `data()` and `size()`; it must stay unchanged while the view is used.
   template <class Container, class = std::enable_if_t<
                                  std::is_convertible_v<decltype(std::declval<const Container&>().data()), const T*>>>
   View(const Container& container) : View(container.data(), container.size()) {}
@@ -80,7 +80,7 @@ inline namespace with_tl_expected {
 namespace expected_library = tl;
 #endif
 
-/// Which measured curves a conversion follows.
+/// The measured curves that a conversion uses.
 enum class Mode {
   kStandard,        ///< Standard operation.
   kHighBrightness,  ///< High-brightness operation (HDR).
@@ -92,7 +92,7 @@ enum class Pattern {
   kFullScreen = 100,  ///< The full screen lit.
 };
 
-/// What a Panel was asked to do.
+/// The operation of a Panel that an Error belongs to.
 enum class Operation {
   kOpen,             ///< Panel::Open
   kAttach,           ///< Panel::Attach
@@ -114,11 +114,11 @@ enum class Operation {
 
 /// Why an operation has no result. The debug log has the engine's reason in words.
 struct Error {
-  /// A negated error number, as BackLightNitsIntf lists them: -22 (EINVAL), -2 (ENOENT), -95 (EOPNOTSUPP), -12 (ENOMEM);
-  /// of Panel::Sample also -7 (E2BIG).
+  /// A negated error number, as BackLightNitsIntf lists them: -22 (EINVAL), -2 (ENOENT), -95 (EOPNOTSUPP), -12
+  /// (ENOMEM); of Panel::Sample also -7 (E2BIG).
   int code;
   Operation operation;            ///< What failed.
-  std::optional<uint32_t> level;  ///< The client level that was refused, by kNits and kSample; otherwise nothing.
+  std::optional<uint32_t> level;  ///< The refused client level, for kNits and kSample; otherwise empty.
 };
 
 /// What an operation does, in words: "convert a level to nits".
@@ -183,39 +183,40 @@ inline std::string Words(const Error& error) {
   return words + ": " + reason(error.code) + " (" + std::to_string(error.code) + ")";
 }
 
-/// A value, or the reason why there is none. Use what tl::expected and std::expected have in common.
+/// A value or an error. Use only what tl::expected and std::expected have in common.
 template <class T>
 using Result = expected_library::expected<T, Error>;
 
-/// One panel's engine, for a client. A handle: copies share the engine, and so does everybody else in the process who
-/// has asked for the same panel. What one of them sets holds for all. Moving copies.
+/// A handle of one panel's engine. Copies share the engine, and so do all other clients of the same panel in the
+/// process. What one of them sets applies to all. A move is a copy.
 ///
-/// Coverage is the share of the screen that is lit, 1 to 100 per cent; anything else is refused with -22. A client level
-/// is 0 to BLRange::max_os_bl. Luminance is in nits.
+/// Coverage is the share of the screen that is lit, 1 to 100 per cent; any other value is refused with -22. A client
+/// level is 0 to BLRange::max_os_bl. Luminance is in nits.
 ///
-/// Threads: any thread may call any function, also on one Panel. Each is one call of the engine, except where a function
-/// says otherwise; the engine serves one call after the other. Assigning to a Panel needs the caller's synchronisation.
+/// Threads: any thread may call any function, also on the same Panel. Each function calls the engine once, unless its
+/// comment says otherwise. The engine serves one call after the other. Assigning to a Panel needs the caller's
+/// synchronisation.
 ///
-/// Errors: -22 when the engine is not initialised, or has no calibration data since an Init failed; others as each
-/// function says.
+/// Errors: -22 if the engine is not initialised, or has no calibration data because an Init failed. Each function lists
+/// its other errors.
 class Panel {
  public:
-  /// Client levels beyond this one are not sampled: the same limit as for linearized levels.
+  /// The highest level that Sample accepts. The same limit holds for linearized levels.
   static constexpr uint32_t kHighestSampledLevel = 1048575;
 
-  /// The engine of a panel, from the library's factory, initialised. If the engine is initialised already, its
-  /// calibration file is read anew.
-  /// \param name the panel's name: of a file backlight_calib_<name>.xml, searched as BackLightNitsFactoryIntf says.
-  /// \return -2 without a file that can be loaded, -22 when the file is wrong.
+  /// Gets the engine of a panel from the library's factory and initialises it. If the engine is already initialised, it
+  /// reads its calibration file again.
+  /// \param name the panel's name. The file is backlight_calib_<name>.xml; BackLightNitsFactoryIntf lists its folders.
+  /// \return -2 if there is no file or it cannot be loaded, -22 if the file is faulty.
   static Result<Panel> Open(std::string name) {
     Panel panel(GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(std::move(name)));
     const int ret = panel.engine_->Init();
     return ret == 0 ? Result<Panel>(std::move(panel)) : Failure(ret, Operation::kOpen);
   }
 
-  /// An engine that somebody else initialises. It is not called here. A parser of the factory can be attached, too: it
-  /// serves range, gamma, threshold and the tables, the linear table as it stands in the file.
-  /// \return -22 when `engine` is null.
+  /// Takes an engine that another part of the process initialises. Attach does not call the engine. A parser from the
+  /// factory can be attached, too: it returns range, gamma, threshold and the tables. Its linear table is the file's.
+  /// \return -22 if `engine` is null.
   static Result<Panel> Attach(std::shared_ptr<BackLightNitsIntf> engine) {
     return engine != nullptr ? Result<Panel>(Panel(std::move(engine))) : Failure(-EINVAL, Operation::kAttach);
   }
@@ -226,29 +227,29 @@ class Panel {
   Panel& operator=(const Panel&) = default;
   ~Panel() = default;
 
-  /// Reads the calibration file anew, for all who share the engine: BackLightNitsIntf::Init.
+  /// Reads the calibration file again, for all who share the engine: BackLightNitsIntf::Init.
   /// \return -2 or -22, as Open; the engine then has no calibration data.
   Result<void> Init() { return Done(engine_->Init(), Operation::kInit); }
 
-  /// Forgets the calibration and everything that was set, for all who share the engine: BackLightNitsIntf::Deinit.
+  /// Clears the calibration and everything that was set, for all who share the engine: BackLightNitsIntf::Deinit.
   void Deinit() { engine_->Deinit(); }
 
-  /// The luminance of a client level in nits, not rounded. Many conversions are quicker by a Curve: see Sample.
+  /// The luminance of a client level in nits, not rounded. For many conversions a Curve is quicker: see Sample.
   /// \param level 0 to BLRange::max_os_bl. \param coverage 1 to 100 per cent.
   /// \param mode which measured curves.
-  /// \return -22 also for a level or a coverage out of range, and when the measured table gives no straight line.
+  /// \return -22 also for a level or a coverage out of range, and if the measured table does not allow interpolation.
   Result<double> Nits(uint32_t level, uint32_t coverage, Mode mode = Mode::kStandard) const {
     Sampler sampler(coverage, mode);
     const int ret = sampler.Ask(engine_.get(), level);
     return ret == 0 ? Result<double>(sampler.answer->nits) : Failure(ret, Operation::kNits, level);
   }
 
-  /// The client level for a luminance. With dimming off it may exceed BLRange::max_os_bl, and between the measured
-  /// coverages it need not be the level that gives `nits`; Curve::Level is.
+  /// The client level for a luminance. With dimming off it may exceed BLRange::max_os_bl. Between the measured
+  /// coverages the round trip through Nits is not exact; use Curve::Level for an exact one.
   /// \param nits any number. \param coverage 1 to 100 per cent.
   /// \param mode which measured curves.
-  /// \return -22 also for a coverage out of range, when the measured table gives no straight line, and with dimming on
-  /// but no LUTs set.
+  /// \return -22 also for a coverage out of range, if the measured table does not allow interpolation, and if dimming
+  /// is on but no LUTs are set.
   Result<uint32_t> Level(double nits, uint32_t coverage, Mode mode = Mode::kStandard) const {
     Holding<BlNitsValue> value;
     value->percentage = coverage;
@@ -258,16 +259,16 @@ class Panel {
     return ret == 0 ? Result<uint32_t>(value->bl) : Failure(ret, Operation::kLevel);
   }
 
-  /// The luminances of all client levels at one coverage. Asks the engine for the range, and then once for each level,
-  /// 0 to BLRange::max_os_bl; the engine's state is not touched.
+  /// The luminances of all client levels at one coverage. Asks the engine for the range, and then once for each level
+  /// from 0 to BLRange::max_os_bl. The engine's state does not change.
   ///
-  /// The curve is a snapshot. Take another after an Init, after dimming was switched, and after LUTs were set. Calls of
-  /// other threads are served between two levels: if one of them changes the engine meanwhile, the curve has both kinds
-  /// of luminances.
+  /// The curve is a snapshot. Sample again after Init, after dimming is switched on or off, and after LUTs are set. The
+  /// engine serves calls of other threads between two levels. If such a call changes the engine, some luminances of the
+  /// curve are from before the change and some from after it.
   /// \param coverage 1 to 100 per cent.
   /// \param mode which measured curves.
-  /// \return -22 also when the engine refuses a level, which the error names; -7 (E2BIG) when BLRange::max_os_bl is
-  /// above kHighestSampledLevel.
+  /// \return -22 also if the engine refuses a level, which the error names; -7 (E2BIG) if BLRange::max_os_bl is above
+  /// kHighestSampledLevel.
   Result<Curve> Sample(uint32_t coverage, Mode mode = Mode::kStandard) const {
     const Result<BLRange> range = Range();
     if (!range) {
@@ -298,7 +299,7 @@ class Panel {
   /// The exponent of the panel's transfer curve, without unit, as it stands in the file.
   Result<double> Gamma() const { return Read(kBLGamma, &BLGamma::gamma, Operation::kGamma); }
 
-  /// The threshold of the colour-correction (PCC) attenuation: a factor, 1.0 when the file gives none.
+  /// The threshold of the colour-correction (PCC) attenuation: a factor, 1.0 if the file has none.
   Result<double> Threshold() const { return Read(kBLPccThresh, &BLPccThresh::pcc_thresh, Operation::kThreshold); }
 
   /// One of the four measured tables: client levels and their luminances in nits, in the order of the file, unsorted.
@@ -312,7 +313,7 @@ class Panel {
 
   /// The dense linear table: for each linearized level from 0 to the file's last one (`first`) its panel level
   /// (`second`).
-  /// \return -22 also when the file's table cannot be filled in: BLLinearTable says which.
+  /// \return -22 also if the engine refuses the file's table: BLLinearTable gives the conditions.
   Result<std::vector<std::pair<uint32_t, uint32_t>>> LinearTable() const {
     return Read(kBLLinearTable, &BLLinearTable::entries, Operation::kLinearTable);
   }
@@ -320,8 +321,8 @@ class Panel {
   /// Whether dimming is on.
   Result<bool> Dimming() const { return Read(kBLDimmingStatus, &BLDimmingStatus::enabled, Operation::kDimming); }
 
-  /// Switches dimming. While it is on, conversions read the maps made from the dimming LUTs; without LUTs every level
-  /// has 0.0 nits. Switching it off sets the scale back to 1.0.
+  /// Switches dimming on or off. While it is on, conversions use the maps computed from the dimming LUTs. Without LUTs
+  /// every level has 0.0 nits. Switching dimming off sets the scale to 1.0.
   Result<void> SetDimming(bool enabled) {
     BLDimmingStatus status;
     status.enabled = enabled;
@@ -333,18 +334,18 @@ class Panel {
     return Read(kBLDimmingScale, &BLDimmingScale::scale, Operation::kDimmingScale);
   }
 
-  /// Sets the dimming scale. \param scale any number; kept until dimming is switched off.
+  /// Sets the dimming scale. \param scale any number; stored until dimming is switched off.
   Result<void> SetDimmingScale(double scale) {
     BLDimmingScale record;
     record.scale = scale;
     return Write(kBLDimmingScale, record, Operation::kSetDimmingScale);
   }
 
-  /// Hands in the two lookup tables of dimming. Does not switch dimming on. Both are read during the call only.
+  /// Sets the two lookup tables of dimming. Does not switch dimming on. Both are read only during the call.
   /// \param panel_levels the dimmed panel level of each panel level: BLRange::max_bl + 1 entries.
   /// \param attenuation a factor on the luminance of each client level: BLRange::max_os_bl + 1 entries.
-  /// \return -22 also for a wrong number of entries, which changes nothing, and when a measured table gives no straight
-  /// line at some level: DimmingLuts says what is changed then.
+  /// \return -22 also for a wrong number of entries, which changes nothing, and if a measured table does not allow
+  /// interpolation at some level: DimmingLuts says which maps then change.
   Result<void> SetDimmingLuts(View<uint32_t> panel_levels, View<double> attenuation) {
     if (panel_levels.size() > UINT32_MAX || attenuation.size() > UINT32_MAX) {
       return Failure(-EINVAL, Operation::kSetDimmingLuts);
@@ -357,11 +358,11 @@ class Panel {
     return Write(kBLDimmingLuts, luts, Operation::kSetDimmingLuts);
   }
 
-  /// The engine, for calls by payloads. Never null.
+  /// The engine, for calls with payloads. Never null.
   const std::shared_ptr<BackLightNitsIntf>& Engine() const { return engine_; }
 
  private:
-  /// The records of kBLToNits at one coverage, for one level after the other.
+  /// The records of kBLToNits at one coverage, reused for all levels.
   struct Sampler {
     Sampler(uint32_t coverage, Mode mode) {
       question->percentage = coverage;

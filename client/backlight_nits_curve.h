@@ -1,9 +1,9 @@
 #pragma once
 
 /// \file
-/// A sampled curve: the luminances of a panel's client levels at one coverage, as a table of the client's own.
+/// A sampled curve: a table of the luminances of a panel's client levels at one coverage, which the client owns.
 ///
-/// The answers need IEEE 754 arithmetic. A part of -ffast-math is refused when this header is compiled.
+/// The results need IEEE 754 arithmetic. This header does not compile with -ffast-math or a part of it.
 
 #include <algorithm>
 #include <cmath>
@@ -21,17 +21,17 @@
 
 namespace zarn::client {
 
-/// The luminance of each client level from 0 on, in nits. Panel::Sample makes one; a program can also make one of its
-/// own numbers.
+/// The luminance of each client level from 0 on, in nits. Panel::Sample creates one. A program can also create one from
+/// its own numbers.
 ///
-/// A curve never changes, and it owns its numbers: it does not see what happens to an engine later, and outlives it. Any
-/// number of threads may read one curve, or copies of it, at the same time. Reading takes no lock and allocates nothing.
-/// Copies share the numbers. Moving copies: the source stays the curve that it was.
+/// A curve never changes, and it owns its numbers. Later changes of the engine do not affect it, and it may outlive the
+/// engine. Any number of threads may read one curve, or copies of it, at the same time. Reading takes no lock and
+/// allocates nothing. Copies share the numbers. A move is a copy: the source keeps its curve.
 class Curve {
  public:
   /// \param nits luminance of level 0, 1, 2, ...; any numbers in any order, also NaN and infinities. At most
   /// 4,294,967,295 of them.
-  /// \throws std::bad_alloc when there is no memory.
+  /// \throws std::bad_alloc if memory runs out.
   explicit Curve(std::vector<double> nits) : table_(std::make_shared<const Table>(std::move(nits))) {
     nits_ = table_->nits.data();
     count_ = static_cast<uint32_t>(table_->nits.size());
@@ -43,31 +43,33 @@ class Curve {
   Curve& operator=(const Curve&) = default;
   ~Curve() = default;
 
-  /// How many levels the curve has: 0 to Size() - 1.
+  /// The number of levels. The levels are 0 to Size() - 1.
   uint32_t Size() const noexcept { return count_; }
 
-  /// The luminance of a client level in nits, bit for bit what the engine answered when the curve was sampled. NaN above
-  /// the last level.
+  /// The luminance of a client level in nits: the engine's answer at the time of sampling, bit for bit. NaN above the
+  /// last level.
   double Nits(uint32_t level) const noexcept {
     return level < count_ ? nits_[level] : std::numeric_limits<double>::quiet_NaN();
   }
 
-  /// The client level whose luminance is nearest to `nits`. Any number is answered.
+  /// The client level whose luminance is nearest to `nits`. Any number is accepted.
   ///
-  /// Two luminances can be nearest: the greatest that is not above `nits`, and the smallest above it. The smaller
-  /// difference decides (computed in double precision); between equal differences, the lower level.
-  ///  - If several levels have the first luminance, it stands for the highest of them; the second stands for the lowest.
-  ///  - Without a first luminance the second is the answer, and the other way round.
-  ///  - NaN is answered like infinity: by the highest level with the greatest luminance.
-  ///  - Levels whose luminance is NaN are never the answer. If there are no others, the answer is 0.
-  ///  - -infinity has no finite difference, not even to itself: the answer is the luminance above it, if there is one.
+  /// There are two candidates: the greatest luminance that is not above `nits`, and the smallest above it. The
+  /// candidate with the smaller difference wins (computed in double precision). If the differences are equal, the lower
+  /// level wins.
+  ///  - If several levels have the luminance of the first candidate, the highest of them counts; for the second
+  ///    candidate, the lowest.
+  ///  - If there is only one candidate, it wins.
+  ///  - NaN is treated like infinity: the result is the highest level with the greatest luminance.
+  ///  - Levels whose luminance is NaN are never the result. If there are no others, the result is 0.
+  ///  - -infinity has no finite difference, not even to itself: the next higher luminance wins, if there is one.
   ///
-  /// On a curve that never falls this is the level that the engine finds in a dimming map with the same luminances. On
-  /// one of finite luminances that rises strictly, Level(Nits(level)) is `level` for every level.
+  /// On a curve that never falls, this is the level that the engine finds in a dimming map with the same luminances. On
+  /// a curve of finite luminances that rises strictly, Level(Nits(level)) is `level` for every level.
   uint32_t Level(double nits) const noexcept;
 
  private:
-  /// The luminances, ready to be searched: by size, and with an index that divides their range into equal buckets.
+  /// The luminances, prepared for searching: sorted, with an index that divides their range into equal buckets.
   struct Table {
     explicit Table(std::vector<double> by_level);
 
@@ -79,18 +81,19 @@ class Curve {
     void MakeBuckets();
 
     std::vector<double> nits;
-    bool ascending;  ///< `nits` is ascending and needs neither `by_size` nor `levels`.
+    bool ascending;  ///< `nits` ascends, so `by_size` and `levels` are not needed.
     std::vector<double> by_size;
-    std::vector<uint32_t> levels;  ///< The level of each entry of `by_size`; equal luminances in the order of levels.
-    double lowest = 0.0;           ///< Where the first bucket begins, in nits.
-    double scale = 0.0;            ///< Buckets a nit.
+    std::vector<uint32_t> levels;  ///< The level of each entry of `by_size`; of equal luminances, the lowest first.
+    double lowest = 0.0;           ///< Start of the first bucket, in nits.
+    double scale = 0.0;            ///< Buckets for each nit.
     double last_bucket = 0.0;
-    /// How many entries there are up to the last indexed one (each second is) in the buckets before the i-th.
+    /// Every second entry is indexed. Element i: the number of entries up to the last indexed one in the buckets before
+    /// bucket i.
     std::vector<uint32_t> ends;
   };
 
   std::shared_ptr<const Table> table_;
-  // In the table; here, so that Nits is one read.
+  // Copies of the table's values, so that Nits needs one read.
   const double* nits_ = nullptr;
   uint32_t count_ = 0;
 };
@@ -123,7 +126,7 @@ inline uint32_t Curve::Level(double nits) const noexcept {
 
 inline Curve::Table::Table(std::vector<double> by_level)
     : nits(std::move(by_level)),
-      // Not "falls nowhere": a comparison with NaN is false.
+      // !(a <= b) rather than a > b, which is false for NaN.
       ascending(std::adjacent_find(nits.begin(), nits.end(), [](double a, double b) { return !(a <= b); }) ==
                 nits.end()) {
   if (!ascending) {
@@ -144,8 +147,9 @@ inline void Curve::Table::SortBySize() {
   }
 }
 
-// A bucket for each second entry. One for all, where the range cannot be divided: it is empty, a point or infinite.
-// An index of all entries would take nearly twice the time to make, and save a quarter of a search.
+// As many buckets as indexed entries: every second entry. A single bucket if the range is empty, a point or infinite
+// and cannot be divided. An index of all entries would take nearly twice the time to build, and save a quarter of a
+// search.
 inline void Curve::Table::MakeBuckets() {
   const std::vector<double>& entries = BySize();
   const size_t indexed = (entries.size() + 1) / 2;
@@ -165,7 +169,7 @@ inline void Curve::Table::MakeBuckets() {
   }
 }
 
-// Never falls as `value` rises, whatever is rounded. The last bucket for NaN.
+// Rounding keeps the order: a greater `value` never has a lower bucket. NaN has the last bucket.
 inline size_t Curve::Table::BucketOf(double value) const {
   const double place = std::max(0.0, std::min(last_bucket, (value - lowest) * scale));
   return static_cast<size_t>(static_cast<int64_t>(place));
