@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// Objects that are there before the first static initialiser of a process runs, and after the last has been undone.
+/// Objects that exist before the first static initialiser of a process runs, and after its last static destructor.
 
 #if defined(__clang__)
 #define BLNITS_CONSTINIT [[clang::require_constant_initialization]]
@@ -13,14 +13,15 @@
 
 namespace zarn {
 
-/// Holds a `T` that is never destroyed. As a static object with BLNITS_CONSTINIT before it, it is initialised by the
-/// compiler: other static objects may use it in their constructors and destructors, and threads while the process exits.
+/// Holds a `T` that is never destroyed. The compiler initialises a static NeverDestroyed that is declared with
+/// BLNITS_CONSTINIT. Other static objects may therefore use it in their constructors and destructors, and threads may
+/// use it while the process exits.
 template <class T>
 union NeverDestroyed {
   constexpr NeverDestroyed() : object() {}
   NeverDestroyed(const NeverDestroyed&) = delete;
   NeverDestroyed& operator=(const NeverDestroyed&) = delete;
-  ~NeverDestroyed() {}  // NOLINT(modernize-use-equals-default): that would be deleted.
+  ~NeverDestroyed() {}  // NOLINT(modernize-use-equals-default): a defaulted destructor would be deleted.
 
   T object;
 };

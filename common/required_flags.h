@@ -1,9 +1,9 @@
 #pragma once
 
 /// \file
-/// Refuses compiler flags under which the library would not be what it promises. The project's own build neutralises them;
-/// this is for any other. Clang has no macro for some parts of fast-math: with clang, put
-/// `-fno-fast-math -ffp-contract=off -fexceptions` behind all other flags.
+/// Rejects compiler flags that would change the library's results or its behaviour when memory runs out. The project's
+/// own build overrides such flags; this header protects other builds. Clang has no macro for some parts of fast-math:
+/// with clang, put `-fno-fast-math -ffp-contract=off -fexceptions` after all other flags.
 
 #include <cfloat>
 

@@ -14,7 +14,7 @@
 
 namespace zarn {
 
-/// The two measured tables of one mode of operation, copied out of the parser for one call.
+/// The two measured tables of one mode of operation, copied from the parser for one call.
 struct MeasuredTables {
   GenericPayload mapping_table;
   GenericPayload mapping_tablefs;
@@ -22,13 +22,13 @@ struct MeasuredTables {
   BackLightToNitsTable* table_100 = nullptr;  ///< In `mapping_tablefs`: full screen.
 };
 
-/// The steps of fetching the measured tables, in their order.
+/// The steps of fetching the measured tables, in order.
 enum class FetchStep { kCreateTable10, kCreateTable100, kRequestTable10, kRequestTable100 };
 
-/// How a fetch ended.
+/// The result of a fetch.
 struct FetchResult {
   int ret;         ///< 0, or the code of the step that failed.
-  FetchStep step;  ///< The last step that was made.
+  FetchStep step;  ///< The last step that ran.
 };
 
 /// The conversion engine of one panel.
@@ -43,41 +43,41 @@ class BackLightNitsImp : public BackLightNitsIntf {
   int GetParameter(BLNitsParams param, GenericPayload* payload) noexcept override;
   int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept override;
 
-  // The arithmetic, each step alone. No engine state is read: it needs no lock.
+  // The steps of the arithmetic. They read no engine state, so they need no lock.
 
   /// Luminance for `in`'s level and coverage (its `hdr` is not read), from the two tables of one mode. Writes all of
-  /// `*out` but `size` and `hdr`, and nothing on failure.
-  /// \return 0, or -EINVAL: coverage outside 1 to 100, or a table that gives no straight line.
+  /// `*out` but `size` and `hdr`. Writes nothing on failure.
+  /// \return 0, or -EINVAL: coverage outside 1 to 100, or a table that does not allow interpolation.
   int CalculateNits(const BlBackLight* in, BlNitsValue* out, const BackLightToNitsTable* table_100,
                     const BackLightToNitsTable* table_10);
 
-  /// Luminance for one level from one table: a measured point as it stands, a straight line between two, and the line
-  /// through the origin and the nearest end of the table outside them.
-  /// \return 0, or -EINVAL: a null pointer, nothing is then written, or a table that gives no straight line, `*nits` is
-  /// then 0.0.
+  /// Luminance for one level from one table: the measured value at a measured level, linear interpolation between two
+  /// points, and the line through the origin and the nearest end of the table outside them.
+  /// \return 0, or -EINVAL: a null pointer (nothing is written), or a table that does not allow interpolation (`*nits`
+  /// is 0.0).
   int GetNitsValue(uint32_t bl, const BackLightToNitsTable* table, double* nits);
 
   /// The level for `in`'s luminance and coverage (its `bl` and `hdr` are not read), from the two tables of one mode.
-  /// Between the coverages it is truncated. Writes all of `*out` but `size` and `hdr`, last, so that `out` may be `in`;
-  /// nothing on failure.
-  /// \return 0, or -EINVAL: coverage outside 1 to 100, or a table that gives no straight line.
+  /// Between the coverages the level is truncated. Writes all of `*out` but `size` and `hdr`; writes last, so `out` may
+  /// be `in`. Writes nothing on failure.
+  /// \return 0, or -EINVAL: coverage outside 1 to 100, or a table that does not allow interpolation.
   int CalculateBl(const BlNitsValue* in, BlNitsValue* out, const BackLightToNitsTable* table_100,
                   const BackLightToNitsTable* table_10);
 
-  /// The level for one luminance from one table: GetNitsValue the other way round, rounded to the nearest level, halves
-  /// away from zero, and never below 0.
-  /// \return 0, or -EINVAL: a null pointer, nothing is then written, or a table that gives no straight line, `*bl` is
-  /// then 0.
+  /// The level for one luminance from one table: the inverse of GetNitsValue, rounded to the nearest level (halves away
+  /// from zero), and at least 0.
+  /// \return 0, or -EINVAL: a null pointer (nothing is written), or a table that does not allow interpolation (`*bl` is
+  /// 0).
   int GetBlValue(double nits, const BackLightToNitsTable* table, uint32_t* bl);
 
-  /// The level whose entry in the map is nearest to `nits`: the lower one of two at the same distance, the highest of
-  /// equal entries.
-  /// \return 0, or -EINVAL, without a log line and with `*bl` untouched, when the map is empty.
+  /// The level whose entry in the map is nearest to `nits`. Of two entries at the same distance, the lower level wins;
+  /// of equal entries, the highest level.
+  /// \return 0, or -EINVAL if the map is empty, without a log line and with `*bl` unchanged.
   int GetBlValue(double nits, const std::vector<double>& vb_to_nits_map, uint32_t* bl);
 
-  /// Appends to `out` one pair for each linearized level from 0 to the last one of `in`, the panel levels between two
-  /// pairs of `in` interpolated and rounded to the nearest, halves away from zero. `out` is not `in`.
-  /// \return 0, or -EINVAL, with `out` untouched: `out` is null, or `in` has fewer than two pairs, does not rise, does
+  /// Appends to `out` one pair for each linearized level from 0 to the last one of `in`. Panel levels between two pairs
+  /// of `in` are interpolated and rounded to the nearest (halves away from zero). `out` must not be `in`.
+  /// \return 0, or -EINVAL with `out` unchanged: `out` is null, or `in` has fewer than two pairs, does not rise, does
   /// not begin at 0, or ends above 1,048,575.
   int InterPolateBlLinearTable(const BLLinearTable& in, BLLinearTable* out);
 
@@ -90,20 +90,19 @@ class BackLightNitsImp : public BackLightNitsIntf {
   /// Both measured tables of the mode that `hdr` chooses, the one-tenth table first. Logs nothing.
   FetchResult FetchMeasuredTables(bool hdr, MeasuredTables* tables) BLNITS_REQUIRES(lock_);
 
-  /// The same for a conversion, with an Error in the name of `function` that tells which step failed.
+  /// The same for a conversion. On failure, logs an Error that names `function` and the failed step.
   /// \return 0, or the code of that step.
   int FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables) BLNITS_REQUIRES(lock_);
 
-  /// Rebuilds one map: for each client level the luminance of the level that the dimming LUT makes of it, times its
-  /// attenuation.
-  /// \param percentage 10 or 100; with any other the map stays as it is and the result is 0.
-  /// \return 0; what the parser answered, the map then being untouched; or -EINVAL, the map then being empty: at some
-  /// level the table gives no straight line.
+  /// Rebuilds one map. The entry of a client level is the luminance of its dimmed level, times its attenuation.
+  /// \param percentage 10 or 100; with any other value the map does not change and the result is 0.
+  /// \return 0; the parser's error, and the map does not change; or -EINVAL if the table does not allow interpolation
+  /// at some level, and the map is empty.
   int UpdateBlNitsMapping(uint32_t percentage, bool hdr, const BLRange* range, const DimmingLuts* luts,
                           std::vector<double>& map) BLNITS_REQUIRES(lock_);
 
  private:
-  // Below, everything runs with the lock held and, where a payload pointer is taken, not null.
+  // All functions below run with the lock held. Their payload pointers are not null.
 
   bool CheckInitialized(const char* function) const BLNITS_REQUIRES(lock_);
 
@@ -156,7 +155,7 @@ class BackLightNitsImp : public BackLightNitsIntf {
   std::map<BLNitsParams, int (BackLightNitsImp::*)(const GenericPayload&)> set_param_funcs_;
   std::map<BLNitOps, int (BackLightNitsImp::*)(const GenericPayload&, GenericPayload*)> process_ops_funcs_;
 
-  // Guarded by the lock: nits for each client level 0 to max_os_bl, made from the dimming LUTs; empty without LUTs.
+  // Guarded by the lock: nits for each client level 0 to max_os_bl, computed from the dimming LUTs; empty without LUTs.
   std::vector<double> vb_to_nits_map_10_ BLNITS_GUARDED_BY(lock_);
   std::vector<double> vb_to_nits_map_100_ BLNITS_GUARDED_BY(lock_);
   std::vector<double> hdr_vb_to_nits_map_10_ BLNITS_GUARDED_BY(lock_);

@@ -8,8 +8,8 @@
 namespace zarn {
 namespace {
 
-// An empty map gives 0.0 everywhere. A map is shorter than the range after a repeated Init has raised max_os_bl: a
-// level that it does not hold is refused.
+// An empty map gives 0.0 for every level. A map can be shorter than the range, if another Init raised max_os_bl: a
+// level beyond the map is refused.
 int NitsOnMap(const std::vector<double>& map, uint32_t bl, const char* function, double* nits) {
   if (map.empty()) {
     *nits = 0.0;
@@ -46,8 +46,8 @@ int BackLightNitsImp::ProcessBackLightToNits(const GenericPayload& in, GenericPa
                           : NitsFromTables(*request, hdr, answer, __func__);
 }
 
-// An empty high-brightness map is replaced by the standard one at a measured coverage only, never in a combination of
-// both coverages.
+// The standard map replaces an empty high-brightness map only at a measured coverage, never where two coverages are
+// combined.
 int BackLightNitsImp::NitsFromMaps(const BlBackLight& in, bool hdr, BlNitsValue* out, const char* function) {
   const bool combined = in.percentage > 10 && in.percentage < 100;
   const auto choose = [&](const std::vector<double>& standard, const std::vector<double>& high) -> const auto& {

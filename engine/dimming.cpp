@@ -9,8 +9,8 @@
 namespace zarn {
 namespace {
 
-// The first record of a setter's payload, however many it says it holds. Returns GetPayload's result, which is logged
-// in the name of `function` when it is not 0.
+// The first record of a setter's payload, whatever its count. Returns GetPayload's result. If it is not 0, logs it in
+// the name of `function`.
 template <class T>
 int TakeFirst(const GenericPayload& payload, const char* kind, const char* function, T** record) {
   uint32_t count = 0;
@@ -21,20 +21,20 @@ int TakeFirst(const GenericPayload& payload, const char* kind, const char* funct
   return ret;
 }
 
-// A level of the scale 0 to `from` on the scale 0 to `to`, rounded down. The product takes 64 bits.
+// Converts a level from the scale 0 to `from` to the scale 0 to `to`, rounded down. The product needs 64 bits.
 uint32_t Rescaled(uint32_t level, uint32_t from, uint32_t to) {
   return from != 0 ? static_cast<uint32_t>(uint64_t{level} * to / from) : 0;
 }
 
-// The client level that shows what the dimming LUT makes of client level `vb`: to the panel's scale, through the LUT,
-// and back.
+// The dimmed level of client level `vb`: converted to a panel level, dimmed by the LUT, and converted back to a client
+// level.
 uint32_t DimmedLevel(uint32_t vb, const BLRange& range, const uint32_t* dimming_bl_lut) {
   const uint32_t panel_level = Rescaled(vb, range.max_os_bl, range.max_bl);
   const uint32_t dimmed = std::min(dimming_bl_lut[panel_level], range.max_bl);
   return Rescaled(dimmed, range.max_bl, range.max_os_bl);
 }
 
-// One message serves all four requests, whichever table it was.
+// The message of a failed request is the same for all four tables.
 void LogMapFailure(const FetchResult& fetched, const char* function) {
   switch (fetched.step) {
     case FetchStep::kCreateTable10:
@@ -102,7 +102,7 @@ int BackLightNitsImp::SetDimmingLuts(const GenericPayload& payload) {
   if (ret != 0) {
     return ret;
   }
-  // In 64 bits: with 4294967295 as the highest level no count matches.
+  // Computed in 64 bits: if the highest level is 4294967295, no count matches.
   if (luts->dimming_bl_lut == nullptr || luts->pcc_attn_lut == nullptr ||
       luts->bl_lut_sz != uint64_t{bl_range_.max_bl} + 1 || luts->pcc_lut_sz != uint64_t{bl_range_.max_os_bl} + 1) {
     Log().Error("BackLightNitsImp::%s: invalid input(s) dimming_bl_lut %pK pcc_attn_lut %pK bl_lut_sz %u pcc_lut_sz %u",
@@ -144,7 +144,7 @@ int BackLightNitsImp::UpdateBlNitsMapping(uint32_t percentage, bool hdr, const B
   size_t place = 0;
   for (size_t vb = 0; vb < map.size(); ++vb) {
     const uint32_t bl = DimmedLevel(static_cast<uint32_t>(vb), *range, luts->dimming_bl_lut);
-    // A LUT that rises makes one walk of all: the points before the last place are below the last level.
+    // For a rising LUT one pass over the table suffices: the points before the last place are below the last level.
     place = WalkToLevel(table, bl, bl < before ? 0 : place);
     before = bl;
     double nits = 0.0;

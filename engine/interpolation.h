@@ -1,7 +1,7 @@
 #pragma once
 
 // The engine's arithmetic: on a straight line, along one measured table, and between the two coverages. The functions
-// read their arguments only: any thread.
+// read only their arguments, so any thread may call them.
 
 #include <cerrno>
 #include <cstddef>
@@ -13,8 +13,8 @@
 
 namespace zarn {
 
-/// The straight line through `p1` and `p2` at `out->x`, into `out->y`. The order of its operations is part of every
-/// result: none of them may be rearranged or fused.
+/// Writes the value of the straight line through `p1` and `p2` at `out->x` to `out->y`. The order of the operations
+/// determines the last bit of every result: do not rearrange or fuse them.
 /// \return 0, or -EINVAL with an Error: `out` is null, or both points have the same `x`.
 inline int InterPolate(const BackLightCordinates& p1, const BackLightCordinates& p2, BackLightCordinates* out) {
   if (out == nullptr) {
@@ -32,8 +32,9 @@ inline int InterPolate(const BackLightCordinates& p1, const BackLightCordinates&
   return 0;
 }
 
-/// Walks `table` in file order, sorted or not, from the point at `place` to the first whose level is `bl` or greater.
-/// \return that point's place, or the number of points when there is none.
+/// Searches `table` in file order, from the point at `place`, for the first whose level is `bl` or greater. The table
+/// may be unsorted.
+/// \return the index of that point, or the number of points if there is none.
 inline size_t WalkToLevel(const BackLightToNitsTable& table, uint32_t bl, size_t place = 0) {
   const auto& points = table.points;
   while (place < points.size() && points[place].bl < bl) {
@@ -42,10 +43,10 @@ inline size_t WalkToLevel(const BackLightToNitsTable& table, uint32_t bl, size_t
   return place;
 }
 
-/// The same to the first point whose luminance is `nits` or greater.
+/// The same for the first point whose luminance is `nits` or greater.
 inline size_t WalkToNits(const BackLightToNitsTable& table, double nits, size_t place = 0) {
   const auto& points = table.points;
-  // Not "less": what is compared with NaN never ends the walk.
+  // !(a >= b) rather than a < b: a comparison with NaN must not end the search.
   while (place < points.size() && !(points[place].nits >= nits)) {
     ++place;
   }
@@ -62,11 +63,11 @@ inline BackLightCordinates LevelOverNits(const BlNitsPoint& point) {
   return {point.nits, static_cast<double>(point.bl)};
 }
 
-/// The value of a curve at `x`, which no point has, where the walk to `x` has ended at `place`: on the line through that
-/// point and the one before. A table that begins above `x` is continued to the origin; above its last point follows the
-/// line through the origin and that point.
+/// The value of a curve at `x`, which is not the `x` of a measured point. It lies on the line through the point at
+/// `place` and the point before. Below the first point and above the last one, the origin replaces the missing point.
+/// \param place the result of the search for `x`.
 /// \param curve NitsOverLevel or LevelOverNits.
-/// \return 0, or -EINVAL with an Error: there is no straight line, `*y` is then 0.0.
+/// \return 0, or -EINVAL with an Error if both points have the same `x`; `*y` is then 0.0.
 inline int ValueBesidePoints(const BackLightToNitsTable& table, size_t place,
                              BackLightCordinates (&curve)(const BlNitsPoint&), double x, double* y) {
   const auto& points = table.points;
@@ -78,7 +79,8 @@ inline int ValueBesidePoints(const BackLightToNitsTable& table, size_t place,
   return ret;
 }
 
-/// Luminance at level `bl`, where the walk to it has ended at `place`: a measured one as it stands.
+/// Luminance at level `bl`: the measured luminance if the level is measured, otherwise ValueBesidePoints.
+/// \param place the result of the search for `bl`.
 /// \return as ValueBesidePoints.
 inline int NitsAt(const BackLightToNitsTable& table, size_t place, uint32_t bl, double* nits) {
   if (place < table.points.size() && table.points[place].bl == bl) {
@@ -88,8 +90,10 @@ inline int NitsAt(const BackLightToNitsTable& table, size_t place, uint32_t bl, 
   return ValueBesidePoints(table, place, NitsOverLevel, static_cast<double>(bl), nits);
 }
 
-/// The level at luminance `nits`, where the walk to it has ended at `place`: a measured one as it stands, else rounded to
-/// the nearest, halves away from zero, and never below 0. \return as ValueBesidePoints, with 0 for 0.0.
+/// The level at luminance `nits`: the measured level if the luminance is measured, otherwise ValueBesidePoints, rounded
+/// to the nearest level (halves away from zero) and at least 0.
+/// \param place the result of the search for `nits`.
+/// \return as ValueBesidePoints, with `*bl` 0 on failure.
 inline int LevelAt(const BackLightToNitsTable& table, size_t place, double nits, uint32_t* bl) {
   if (place < table.points.size() && table.points[place].nits == nits) {
     *bl = table.points[place].bl;
@@ -107,8 +111,8 @@ inline bool NeedsTenth(uint32_t percentage) { return percentage < 100; }
 /// Whether it needs the measurement of the full screen.
 inline bool NeedsFull(uint32_t percentage) { return percentage > 10; }
 
-/// The value at coverage `percentage`, 1 to 100: `at_10` up to 10 %, `at_100` at 100 %, and between them the straight
-/// line through both. A value that is not needed is not read.
+/// The value at coverage `percentage`, 1 to 100: `at_10` up to 10 %, `at_100` at 100 %, and interpolated between them.
+/// Does not use a value that the coverage does not need.
 inline double ValueAtCoverage(uint32_t percentage, double at_10, double at_100) {
   if (!NeedsFull(percentage)) {
     return at_10;
@@ -121,7 +125,7 @@ inline double ValueAtCoverage(uint32_t percentage, double at_10, double at_100) 
   return on_line.y;
 }
 
-/// The same for two levels: what lies between them is truncated.
+/// The same for two levels. An interpolated level is truncated.
 inline uint32_t LevelAtCoverage(uint32_t percentage, uint32_t at_10, uint32_t at_100) {
   return SaturateToU32(ValueAtCoverage(percentage, at_10, at_100));
 }

@@ -10,12 +10,12 @@
 namespace zarn {
 namespace {
 
-// Bounds the dense table, whose length a file decides.
+// Limits the length of the dense table, which the file determines.
 constexpr uint32_t kLastLevelLimit = 1048575;
 
 }  // namespace
 
-// The caller's payload is looked at only after the parser has answered.
+// Checks the caller's payload only after the parser has answered.
 int BackLightNitsImp::GetBlLinearTable(GenericPayload* payload) {
   GenericPayload sparse_payload;
   BLLinearTable* sparse = nullptr;
@@ -63,7 +63,7 @@ int BackLightNitsImp::InterPolateBlLinearTable(const BLLinearTable& in, BLLinear
   return 0;
 }
 
-// From `from`, as it stands, up to the level before that of `to`.
+// Appends `from` and the interpolated levels up to the one before `to`.
 void BackLightNitsImp::AppendSegment(const std::pair<uint32_t, uint32_t>& from, const std::pair<uint32_t, uint32_t>& to,
                                      std::vector<std::pair<uint32_t, uint32_t>>* dense) {
   const auto coordinates = [](const auto& pair) {

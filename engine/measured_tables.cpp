@@ -21,7 +21,7 @@ FetchResult BackLightNitsImp::FetchMeasuredTables(bool hdr, MeasuredTables* tabl
   return {ret, FetchStep::kRequestTable100};
 }
 
-// The fetch of both conversions, whose messages name the step that failed.
+// The fetch for both conversions. Its messages name the failed step.
 int BackLightNitsImp::FetchTablesFor(const char* function, bool hdr, MeasuredTables* tables) {
   const auto [ret, step] = FetchMeasuredTables(hdr, tables);
   if (ret == 0) {

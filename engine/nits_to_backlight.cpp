@@ -10,8 +10,8 @@
 namespace zarn {
 namespace {
 
-// The first entry greater than `nits`, or the map's size. Not std::upper_bound: a map need not ascend, and what is
-// found in one that does not is defined by these steps.
+// The index of the first entry greater than `nits`, or the map's size. Do not use std::upper_bound: a map may be
+// unsorted, and then these steps define the result.
 size_t FirstAbove(const std::vector<double>& map, double nits) {
   size_t start = 0;
   for (size_t count = map.size(); count != 0;) {
@@ -35,7 +35,7 @@ int BackLightNitsImp::ProcessNitsToBackLight(const GenericPayload& in, GenericPa
   return dimming_enabled_ ? LevelFromMaps(*request, hdr, answer) : LevelFromTables(*request, hdr, answer, __func__);
 }
 
-// Unlike the other direction, an empty high-brightness map is never replaced by the standard one.
+// Unlike in the other direction, the standard map never replaces an empty high-brightness map.
 int BackLightNitsImp::LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue* out) {
   uint32_t bl = 0;
   const int ret = hdr ? LevelIn(in, hdr_vb_to_nits_map_10_, hdr_vb_to_nits_map_100_, &bl)
@@ -43,7 +43,7 @@ int BackLightNitsImp::LevelFromMaps(const BlNitsValue& in, bool hdr, BlNitsValue
   if (ret != 0) {
     return ret;
   }
-  // `out` may be `in`: nothing was written before this point.
+  // `out` may be `in`, so write only from here on.
   out->percentage = in.percentage;
   out->hdr = hdr;
   out->bl = bl;
@@ -73,7 +73,7 @@ int BackLightNitsImp::CalculateBl(const BlNitsValue* in, BlNitsValue* out, const
   return 0;
 }
 
-/// The level for `in` in `at_10` and `at_100`, two tables or two maps.
+/// The level for `in` from `at_10` and `at_100`, which are two tables or two maps.
 template <class Source>
 int BackLightNitsImp::LevelIn(const BlNitsValue& in, const Source& at_10, const Source& at_100, uint32_t* bl) {
   uint32_t level_10 = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Reading what a client hands in, shared by the engine's handlers. Each refusal is logged in the name of `function`.
+// Reads a client's records, for the engine's handlers. Each refusal is logged in the name of `function`.
 
 #include <cstdint>
 #include <cstring>
@@ -10,7 +10,7 @@
 
 namespace zarn {
 
-/// The one record that `payload` must hold; null when it holds anything else.
+/// The record of a payload that must hold exactly one `T`; null if it holds anything else.
 template <class T>
 T* TakeOne(const GenericPayload& payload, const char* function) {
   T* record = nullptr;
@@ -22,7 +22,7 @@ T* TakeOne(const GenericPayload& payload, const char* function) {
   return record;
 }
 
-/// A client's flag: every byte but 0 is true, whatever a client that is built separately has left there.
+/// A client's flag. Every byte but 0 is true: a client that is built separately may write any byte.
 inline bool ReadFlag(const bool& flag) {
   unsigned char byte = 0;
   std::memcpy(&byte, &flag, sizeof byte);

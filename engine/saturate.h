@@ -4,8 +4,8 @@
 
 namespace zarn {
 
-/// The integer part of `value`, on every processor alike: what is below 0, and NaN, gives 0; what is above the range
-/// gives its end.
+/// The integer part of `value`, the same on every processor. Values below 0 and NaN give 0; values above the range give
+/// UINT32_MAX.
 inline uint32_t SaturateToU32(double value) {
   if (!(value > 0.0)) {
     return 0;
@@ -14,8 +14,8 @@ inline uint32_t SaturateToU32(double value) {
 }
 
 /// The same for the nearest integer, halves away from zero. The difference to the integer part is exact. A call of
-/// std::round for each level took more than a quarter of the time of the dense linear table; a branch on the half is
-/// taken every other time, which no processor foresees.
+/// std::round for each level took more than a quarter of the time of the dense linear table. There is no branch on the
+/// half, because a processor cannot predict it: it is taken every other time.
 inline uint32_t RoundToU32(double value) {
   const uint32_t whole = SaturateToU32(value);
   const bool up = value - whole >= 0.5;

@@ -7,7 +7,7 @@
 namespace zarn {
 
 BackLightNitsFactoryIntfImp::~BackLightNitsFactoryIntfImp() {
-  // A vector does not promise this order by itself.
+  // A vector does not guarantee this order by itself.
   while (!bl_nits_intfs_.empty()) {
     bl_nits_intfs_.pop_back();
   }
@@ -24,7 +24,7 @@ std::shared_ptr<BackLightNitsIntf> BackLightNitsFactoryIntfImp::CreateBackLightN
       return handle;
     }
   }
-  // Spelled so for good: log texts are frozen.
+  // Do not correct the spelling: log texts are frozen.
   Log().Info("BackLightNitsFactoryIntfImp::%s: Creating new BlToNits interfece for panel %s", __func__,
              panel_name.c_str());
   std::shared_ptr<BackLightNitsIntf> handle(new BackLightNitsImp(panel_name));

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// What zarn::LoadedBackLightNitsVersion finds, and `readelf --notes` shows.
+/// The note that zarn::LoadedBackLightNitsVersion finds and `readelf --notes` shows.
 struct VersionNote {
   uint32_t owner_size;
   uint32_t version_size;
@@ -14,7 +14,7 @@ struct VersionNote {
   alignas(4) char version[sizeof BACKLIGHT_NITS_VERSION];
 };
 
-// Notes are aligned to 4 bytes; large constants are to more, if nobody says so.
+// Notes are aligned to 4 bytes. By default, the compiler aligns large constants to more.
 alignas(4) __attribute__((section(".note.backlight_nits"), used)) const VersionNote version_note = {
     sizeof zarn::version_note::kOwner, sizeof BACKLIGHT_NITS_VERSION, zarn::version_note::kType, "backlight-nits",
     BACKLIGHT_NITS_VERSION};

@@ -18,21 +18,21 @@
 
 namespace zarn {
 
-/// A file that is read whatever its name and its folder are.
+/// A path to a file of any name in any folder.
 struct CalibrationPath {
   std::string path;
 };
 
-/// Reads one panel's calibration file and serves what it found, unchanged and read-only.
+/// Reads one panel's calibration file and returns its values unchanged. The values are read-only.
 class BackLightNitsParserImp : public BackLightNitsIntf {
  public:
-  /// A parser without panel, steps and getters: `Init` succeeds and reads nothing.
+  /// A parser without panel, steps and getters. Its `Init` succeeds and reads nothing.
   BackLightNitsParserImp() = default;
 
-  /// Chooses the calibration file of `panel_name` by looking into the search directories; reads nothing yet.
+  /// Searches the directories for the calibration file of `panel_name`. Does not read it yet.
   explicit BackLightNitsParserImp(std::string panel_name);
 
-  /// Takes the file at `file`'s path and searches no directory; reads nothing yet.
+  /// Uses the file at `file`'s path and searches no directory. Does not read it yet.
   explicit BackLightNitsParserImp(CalibrationPath file);
 
   int Init() noexcept override;
@@ -41,19 +41,19 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   int GetParameter(BLNitsParams param, GenericPayload* payload) noexcept override;
   int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept override;
 
-  // Two steps of Init, each alone: without another call in progress.
+  // Two steps of Init, for tests. No other call may be in progress.
 
   /// Loads the document and checks its root element.
-  /// \return 0; -EALREADY when there is a document already, which stays; -ENOENT when there is no loadable file; -EINVAL
-  /// when the root element is missing or another.
+  /// \return 0; -EALREADY if a document is already loaded, which stays; -ENOENT if there is no loadable file; -EINVAL
+  /// if the root element is missing or has another name.
   int ParseTopNode() BLNITS_REQUIRES(lock_);
 
   /// Appends the points of a table element to `table`.
-  /// \return 0, or -EINVAL: a list is missing or wrong, or, without a log line, an argument is null.
+  /// \return 0, or -EINVAL: a list is missing or faulty, or an argument is null (without a log line).
   int BackLightsToNitsTableParse(tinyxml2::XMLElement* element, BackLightToNitsTable* table);
 
  private:
-  // Lifecycle. All but the choice of the file run with the lock held.
+  // Lifecycle. All functions but the search for the file run with the lock held.
   std::string ChooseFile() const;
   void FillTables();
   int RunParseSteps() BLNITS_REQUIRES(lock_);
@@ -61,7 +61,7 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   void ReleaseDocument() BLNITS_REQUIRES(lock_);
   bool CheckInitialized(const char* function) const BLNITS_REQUIRES(lock_);
 
-  // The other steps: 0 or -EINVAL. They rely on `top_node_`.
+  // The other steps. They return 0 or -EINVAL, and need `top_node_`.
   int ParseGamma() BLNITS_REQUIRES(lock_);
   int ParseBlRange() BLNITS_REQUIRES(lock_);
   int ParsePccThresh() BLNITS_REQUIRES(lock_);
@@ -74,7 +74,8 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   int ParseNitsTable(const char* group, const char* table, uint32_t percentage, BackLightToNitsTable* target,
                      const char* step) BLNITS_REQUIRES(lock_);
 
-  // The getters: 0, or -EINVAL when `payload` does not hold exactly the one record. Run with the lock held.
+  // The getters. They return 0, or -EINVAL if `payload` does not hold exactly the one record. They run with the lock
+  // held.
   int GetBlGamma(GenericPayload* payload) BLNITS_REQUIRES(lock_);
   int GetBlRange(GenericPayload* payload) BLNITS_REQUIRES(lock_);
   int GetPccThresh(GenericPayload* payload) BLNITS_REQUIRES(lock_);
@@ -90,7 +91,7 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
 
   std::mutex lock_;
 
-  // Guarded by the lock. The document exists only while Init runs.
+  // Guarded by the lock. The document exists only during Init.
   std::unique_ptr<tinyxml2::XMLDocument> xml_doc_ BLNITS_GUARDED_BY(lock_);
   tinyxml2::XMLElement* top_node_ BLNITS_GUARDED_BY(lock_) = nullptr;
   BLRange bl_range_ BLNITS_GUARDED_BY(lock_);

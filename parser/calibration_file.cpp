@@ -18,8 +18,8 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-// Null for anything but a regular file: a FIFO or a device could keep the display service waiting for ever. Without
-// O_NONBLOCK the open itself would wait for a FIFO's writer.
+// Null for anything but a regular file: a FIFO or a device could block the display service for ever. Without
+// O_NONBLOCK, the open itself would wait for a FIFO's writer.
 File OpenRegularFile(const std::string& path) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) {
@@ -36,8 +36,9 @@ File OpenRegularFile(const std::string& path) {
   return file;
 }
 
-// Up to one block more than a file may have. By what was read, not by the size that the file system tells: the file may
-// grow. False when reading fails. The block is small, since clients call from threads with small stacks.
+// Reads the file, but at most one block more than the limit. Counts the bytes read rather than asking the file system
+// for the size, because the file may grow. False if reading fails. The block is small, because clients call from
+// threads with small stacks.
 bool Read(FILE* file, std::string* text) {
   char block[4096];
   size_t got = 0;
@@ -48,8 +49,8 @@ bool Read(FILE* file, std::string* text) {
 }
 
 struct Tag {
-  size_t end;         // Behind the first '>' outside quotes.
-  size_t attributes;  // As many as there are values in quotes.
+  size_t end;         // After the first '>' outside quotes.
+  size_t attributes;  // The number of values in quotes.
 };
 
 Tag ReadTag(std::string_view text, size_t start) {
@@ -70,7 +71,7 @@ Tag ReadTag(std::string_view text, size_t start) {
   return tag;
 }
 
-// Where the markup that begins with "<!" or "<?" at `start` ends: behind "-->" for a comment, likewise for the others.
+// The end of the markup that begins with "<!" or "<?" at `start`: after "-->" for a comment, and so on for the others.
 size_t EndOfOtherMarkup(std::string_view text, size_t start) {
   for (const auto& [opening, closing] : {std::pair<std::string_view, std::string_view>{"<!--", "-->"},
                                          {"<![CDATA[", "]]>"},
@@ -84,7 +85,7 @@ size_t EndOfOtherMarkup(std::string_view text, size_t start) {
   return text.size();
 }
 
-// Where the first reference that is too long begins; npos when none is.
+// The start of the first reference that is too long; npos if there is none.
 size_t FindLongReference(std::string_view text) {
   for (size_t at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 2)) {
     const std::string_view reference = text.substr(at, kMaxReferenceBytes + 1);
@@ -97,8 +98,8 @@ size_t FindLongReference(std::string_view text) {
 
 constexpr const char* kSpace = " \t\n\v\f\r";
 
-// Takes a file's text apart as the XML reader will, and finds what would cost the reader too much time, memory or stack.
-// Where the reader stops at an error, the scan may go on and find something: the file is refused in either case.
+// Scans a file's text as the XML reader does, and finds what would cost the reader too much time, memory or stack. The
+// scan may find a fault after the place where the reader stops at an error; the file is refused in either case.
 class Scan {
  public:
   explicit Scan(std::string_view text) : text_(text) {}
@@ -118,7 +119,7 @@ class Scan {
     return next != '!' && next != '?';
   }
 
-  // The text from here to `end`, which becomes the next place.
+  // Scans the text from here to `end`, and continues there.
   std::string_view TakeUntil(size_t end) {
     const std::string_view taken = text_.substr(at_, end - at_);
     at_ = std::min(end, text_.size());
@@ -182,7 +183,7 @@ class Scan {
 
   const std::string_view text_;
   size_t at_ = 0;
-  size_t place_ = 0;  // Of a fault.
+  size_t place_ = 0;  // After a fault: its place.
   size_t depth_ = 0;
   size_t nodes_ = 0;
   size_t attributes_ = 0;

@@ -7,27 +7,27 @@
 
 namespace zarn {
 
-/// What a calibration file may be at the most: it is read inside the display service, whoever wrote it. A real file has a
-/// few kilobytes, 5 attributes and 6 levels; one table of 1,000,000 points has 4,000,000 nodes. A file beyond these
-/// bounds is not loaded. Within them, the time for a file grows with its size.
+/// The bounds of a calibration file. A file beyond them is not loaded, because the display service reads it and its
+/// author is unknown. A real file has a few kilobytes, 5 attributes and 6 levels; one table of 1,000,000 points has
+/// 4,000,000 nodes. Within the bounds, the time to load a file grows with its size.
 constexpr size_t kMaxFileBytes = size_t{32} << 20;
-constexpr size_t kMaxTagBytes = 2048;       ///< One tag with its attributes; the time for it grows with their square.
+constexpr size_t kMaxTagBytes = 2048;       ///< One tag with its attributes; its time grows with their square.
 constexpr size_t kMaxReferenceBytes = 64;   ///< "&#" to ";": the reader looks for the ";" of each "&#" anew.
-constexpr size_t kMaxDepth = 64;            ///< Elements within each other, the root included; each takes stack.
-constexpr size_t kMaxNodes = 5000000;       ///< Elements, texts, comments and the like; each takes up to 120 bytes.
-constexpr size_t kMaxAttributes = 1000000;  ///< In the whole file; each is compared with those before it in its tag.
+constexpr size_t kMaxDepth = 64;            ///< Nested elements, including the root; each needs stack.
+constexpr size_t kMaxNodes = 5000000;       ///< Elements, texts, comments and the like; up to 120 bytes each.
+constexpr size_t kMaxAttributes = 1000000;  ///< In the whole file; each is compared with the earlier ones in its tag.
 
-/// Whether `path` is a regular file that can be opened for reading. Waits for nothing, whatever it is.
+/// Whether `path` is a regular file that can be opened for reading. Never blocks.
 bool IsReadableFile(const std::string& path);
 
 /// Why a file is not loaded.
 enum class LoadFault {
   kNone,
-  kUnreadable,         ///< It is missing or no regular file, or reading it fails.
+  kUnreadable,         ///< It is missing, is not a regular file, or cannot be read.
   kTooLarge,           ///< It has more than kMaxFileBytes.
   kTagTooLong,         ///< A tag has more than kMaxTagBytes.
-  kReferenceTooLong,   ///< "&#" without a ";" within kMaxReferenceBytes, nor the end of the text or tag.
-  kNestedTooDeep,      ///< An element stands in kMaxDepth others.
+  kReferenceTooLong,   ///< Neither ";" nor the end of its text or tag within kMaxReferenceBytes after "&#".
+  kNestedTooDeep,      ///< An element is nested in kMaxDepth others.
   kTooManyNodes,       ///< It has more than kMaxNodes.
   kTooManyAttributes,  ///< It has more than kMaxAttributes.
   kNotWellFormed,      ///< The XML reader refuses it.
@@ -35,11 +35,11 @@ enum class LoadFault {
 
 struct LoadResult {
   LoadFault fault;
-  int line;  ///< Where, from 1; 0 without a fault or where no line is to blame.
+  int line;  ///< From 1; 0 without a fault, or if the fault belongs to no line.
 };
 
-/// Loads `path` into `document`; tells the first fault in the text. After a fault it is unspecified what the document
-/// holds; after kNotWellFormed it has an error of its own.
+/// Loads `path` into `document`. Returns the first fault in the text. After a fault the contents of the document are
+/// unspecified; after kNotWellFormed the document has the reader's error.
 LoadResult LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document);
 
 }  // namespace zarn

@@ -6,7 +6,8 @@
 namespace zarn {
 namespace {
 
-// The one record that `payload` must hold; null, after an Error in the getter's name, when it holds anything else.
+// The record of a payload that must hold exactly one `T`. If it holds anything else: null, after an Error that names
+// the getter.
 template <class T>
 T* TakeOne(const GenericPayload& payload, const char* getter) {
   T* record = nullptr;
@@ -18,7 +19,7 @@ T* TakeOne(const GenericPayload& payload, const char* getter) {
   return record;
 }
 
-// Out of line, where GCC sees that it can copy all rows as one block: a third of a conversion by tables with 512 points.
+// Out of line, so that GCC copies all rows as one block. This saves a third of a conversion by tables with 512 points.
 template <class Row>
 __attribute__((noinline)) void Append(const Row* rows, size_t count, std::vector<Row>* to) {
   to->insert(to->end(), rows, rows + count);
