@@ -1,14 +1,14 @@
-# The results are defined to the last bit, so the library computes doubles as IEEE 754 defines, whatever flags surround it.
-# Of contradicting flags the last one holds. CMake drops an option that an earlier one repeats, whatever stands between
-# them: as one SHELL: group, ours repeat nothing and stay the last.
+# The results are defined to the last bit, so the library computes doubles as IEEE 754 defines, whatever flags the project
+# around it uses. Of contradicting flags, the last one wins. CMake drops an option that repeats an earlier one, even with
+# other flags between them. Ours form one SHELL: group, which repeats nothing and stays last.
 set(blnits_arithmetic_options "SHELL:-fno-fast-math -ffp-contract=off")
 
-# -Ofast, -ffast-math and -funsafe-math-optimizations also link an object that makes the processor take small numbers for
-# zero, in the whole process. A later -O takes -Ofast back; otherwise it matters to link-time optimization only.
+# -Ofast, -ffast-math and -funsafe-math-optimizations also link an object that makes the processor treat subnormal numbers
+# as zero, in the whole process. A later -O overrides -Ofast; otherwise it affects only link-time optimization.
 set(blnits_arithmetic_link_options "SHELL:-fno-fast-math -fno-unsafe-math-optimizations -O3")
 
-# Ends the configuration of the project unless a program that is compiled and linked as the library is, in configuration
-# `config`, computes as it should.
+# Compiles and links a test program like the library, in configuration `config`. Stops CMake with an error if the program
+# computes wrong results.
 function(blnits_check_arithmetic config)
   set(CMAKE_TRY_COMPILE_CONFIGURATION ${config})
   set(probe SOURCES ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/arithmetic.cpp NO_CACHE LINK_LIBRARIES blnits_probe)
@@ -35,7 +35,7 @@ endfunction()
 
 get_directory_property(compile_options COMPILE_OPTIONS)
 get_directory_property(link_options LINK_OPTIONS)
-# What depends on targets means nothing outside this project.
+# Expressions that depend on targets have no meaning outside this project.
 list(FILTER compile_options EXCLUDE REGEX "<TARGET")
 list(FILTER link_options EXCLUDE REGEX "<TARGET")
 add_library(blnits_probe INTERFACE IMPORTED)

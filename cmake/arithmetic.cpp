@@ -1,5 +1,5 @@
-// Compiled and run by arithmetic.cmake with the flags of the library. Ends with 0 when doubles are computed as IEEE 754
-// defines, else says what the compiler does instead.
+// arithmetic.cmake compiles and runs this program with the flags of the library. It exits with 0 if doubles are computed as
+// IEEE 754 defines; otherwise it prints what the compiler does instead.
 #include <cfloat>
 #include <cmath>
 #include <cstdio>
@@ -11,7 +11,7 @@ struct Rule {
   const char* otherwise;
 };
 
-// Volatile: the compiler must neither know the values nor take two readings for the same.
+// Volatile, so that the compiler neither knows the values nor assumes that two reads give the same value.
 volatile double one = 1.0;
 volatile double five = 5.0;
 volatile double above_one = 1.0 + 1.0 / (1 << 30);

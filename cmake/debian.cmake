@@ -1,4 +1,4 @@
-# The Debian packages that cpack makes of what is installed.
+# The Debian packages that cpack makes from the installation.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME backlight-nits)
 set(CPACK_PACKAGE_CONTACT "The backlight-nits developers <backlight-nits@example.org>"
@@ -13,10 +13,10 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE backlight-nits)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/export ${PROJECT_BINARY_DIR}/platform)
-# What links the libraries depends on this version or a later one: what is added keeps the SONAME (./dev abi).
+# Programs that link the libraries depend on this version or a later one, because additions keep the SONAME (./dev abi).
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-# Adds what only Debian wants, behind what is installed: changelogs, compressed.
+# Adds what only Debian requires to the installed files: compressed changelogs.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian_files.cmake)
 set(CPACK_BLNITS_SOURCE ${PROJECT_SOURCE_DIR})
 

@@ -1,4 +1,4 @@
-# Run by cpack between installing and packing: each package's changelog, and the manual page as Debian wants it.
+# cpack runs this between installing and packing. It adds each package's changelog and compresses the manual page.
 file(READ "${CPACK_BLNITS_SOURCE}/CHANGELOG.md" changes)
 string(REGEX REPLACE ".*\n## ${CPACK_PACKAGE_VERSION}[^\n]*\n\n" "" changes "${changes}")
 string(REGEX REPLACE "\n## .*" "" changes "${changes}")

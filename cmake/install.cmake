@@ -1,4 +1,4 @@
-# What `cmake --install` brings, for CMake and for pkg-config.
+# What `cmake --install` installs, with the package files for CMake and pkg-config.
 include(CMakePackageConfigHelpers)
 
 set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/backlight_nits)
@@ -12,7 +12,7 @@ set_target_properties(blnits_interface PROPERTIES EXPORT_NAME interface)
 set_target_properties(blnits_client_headers PROPERTIES EXPORT_NAME client_headers)
 set_target_properties(blnits_client PROPERTIES EXPORT_NAME client)
 set_target_properties(backlight_nits_debug_log PROPERTIES EXPORT_NAME debug_log)
-# An installed tree works wherever it is.
+# An installed tree works in any folder.
 set_target_properties(backlight_nits PROPERTIES INSTALL_RPATH "$ORIGIN")
 if(BLNITS_TOOL)
   set_target_properties(blnits PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
@@ -46,7 +46,7 @@ else()
   list(APPEND packages backlight_nits_debug_log)
   set(requires backlight_nits_debug_log)
 endif()
-# What a static library needs is part of every link.
+# Every link to a static library also needs what that library links.
 if(NOT BUILD_SHARED_LIBS)
   string(APPEND requires " tinyxml2")
   string(APPEND libs " -pthread")
