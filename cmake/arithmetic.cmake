@@ -14,7 +14,7 @@ function(blnits_check_arithmetic config)
   set(probe SOURCES ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/arithmetic.cpp NO_CACHE LINK_LIBRARIES blnits_probe)
   set(failed 0)
   if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
-    message(STATUS "The arithmetic of what is built is not tried out: there is no emulator to run it")
+    message(STATUS "The arithmetic of the build is not tested: there is no emulator to run it")
     try_compile(compiled ${probe} OUTPUT_VARIABLE errors)
   else()
     try_run(failed compiled ${probe} COMPILE_OUTPUT_VARIABLE errors RUN_OUTPUT_VARIABLE faults)
@@ -29,7 +29,7 @@ function(blnits_check_arithmetic config)
     string(REPLACE "SHELL:" "" options "${options}")
     message(FATAL_ERROR "The results are defined to the last bit, but with\n"
       "  ${CMAKE_CXX_COMPILER} ${CMAKE_CXX_FLAGS} ${CMAKE_CXX_${of_config}} ${options}\n"
-      "the compiler\n${faults}Please leave out what does that.")
+      "the compiler\n${faults}Remove the flags that cause this.")
   endif()
 endfunction()
 
