@@ -18,7 +18,7 @@ struct Columns {
 };
 
 /// What an operation would cost without the library: *bare*, its arithmetic in a plain function over plain arrays; and
-/// *mandated*, the same with the locks, allocations and copies that the contract with clients makes necessary.
+/// *mandated*, the same with the locks, allocations and copies that the interface requires.
 class References {
  public:
   explicit References(const Panel& panel);

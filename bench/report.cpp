@@ -12,7 +12,7 @@
 
 namespace {
 
-/// How an operation is asked to do beside a reference, on panels with up to so many points.
+/// Largest allowed ratio to a reference, for one operation on panels with at most `points` points.
 struct Goal {
   const char* operation;
   const char* reference;

@@ -9,8 +9,8 @@ namespace {
 
 using namespace zarn;
 
-/// A panel whose tables give a level's own number times 1 (10 %), 2 (full screen), 3 and 4 (the same, high brightness),
-/// exactly: the weights have a power of two below them.
+/// A panel whose tables give a level's own number times 1 (10 %), 2 (full screen), 3 and 4 (the same, high brightness).
+/// The span is a power of two, so results are exact.
 Calibration StraightPanel(uint32_t max_bl, uint32_t max_os_bl) {
   const auto straight = [](double factor) { return Points{{0, 0.0}, {1048576, 1048576 * factor}}; };
   Calibration calibration(max_bl, max_os_bl);

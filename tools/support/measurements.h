@@ -18,7 +18,7 @@ struct Reading {
 
 /// The rows "level,nits" of a CSV file (as ForEachRow reads it), by level; readings of one level are averaged. A header
 /// names the columns and decides their order.
-/// \throws Failure when the file cannot be read, has no readings, or a row that is none.
+/// \throws Failure if the file cannot be read, has no readings, or has a malformed row.
 std::vector<Reading> ReadMeasurements(const std::string& path);
 
 /// The rows "linearized level,panel level" of a CSV file, by linearized level. \throws as above.
