@@ -1,43 +1,238 @@
+// Each benchmark is named "operation/who/points:32/levels:255". Who: the library, or what it is compared with.
+
+#include <benchmark/benchmark.h>
+#include <tinyxml2.h>
+
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
+#include <limits>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <random>
 
-#include "operations.h"
+#include "peer.h"
 
+namespace bench {
 namespace {
 
-/// An empty working folder for the panels' files, as long as it lives.
-class WorkingFolder {
+constexpr size_t kRequests = 4096;  // a power of two
+constexpr int kMaxThreads = 4;
+constexpr uint32_t kCoverages[] = {10, 55, 100};
+
+/// All that is compared, on a panel with so many points and levels.
+class Case {
  public:
-  WorkingFolder() {
-    std::string pattern = std::filesystem::temp_directory_path() / "blnits.XXXXXX";
-    path_ = mkdtemp(pattern.data());
-    std::filesystem::current_path(path_);
+  Case(uint32_t points, uint32_t levels)
+      : plain(points, levels, false),
+        dimmed(points, levels, true),
+        references(plain),
+        peer(plain, references),
+        curve(plain.client.Sample(55).value()) {
+    for (int i = 0; i < kMaxThreads; ++i) {
+      of_threads.emplace_back(points, levels, false);
+    }
+    for (uint32_t level = 0; level < curve.Size(); ++level) {
+      array.push_back(curve.Nits(level));
+    }
+    std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): the same in every run
+    std::uniform_int_distribution<size_t> coverage(0, std::size(kCoverages) - 1);
+    std::uniform_int_distribution<uint32_t> level(1, levels);
+    std::uniform_real_distribution<double> nits(2.0, plain.calibration.standard_100.back().second);
+    for (size_t i = 0; i < kRequests; ++i) {
+      requests.push_back({kCoverages[coverage(random)], level(random), nits(random)});
+    }
+    CheckReferences();
   }
-  WorkingFolder(const WorkingFolder&) = delete;
-  WorkingFolder& operator=(const WorkingFolder&) = delete;
-  ~WorkingFolder() { std::filesystem::remove_all(path_); }
+
+  Panel plain;
+  Panel dimmed;
+  std::vector<Panel> of_threads;
+  References references;
+  Peer peer;
+  zarn::client::Curve curve;  ///< At 55 %.
+  std::vector<double> array;  ///< The same luminances.
+  std::vector<Request> requests;
 
  private:
-  std::string path_;
+  /// What is compared must compute the same.
+  void CheckReferences() {
+    Caller tables(plain);
+    Caller maps(dimmed);
+    for (const Request& r : requests) {
+      const double nits = tables.Nits(r);
+      Require(nits == NitsBy(references.points, r) && nits == references.MandatedNits(r), "nits are the references'");
+      Require(std::fabs(nits - peer.Nits(r)) <= 1e-9 * nits, "nits are the peer's");
+      const uint32_t level = tables.Level(r);
+      Require(level == LevelBy(references.points, r) && level == references.MandatedLevel(r),
+              "a level is the references'");
+      Require(maps.Nits(r) == references.MandatedMappedNits(r), "mapped nits are the references'");
+      Require(maps.Level(r) == references.LockedMappedLevel(r), "a mapped level is the references'");
+    }
+    Require(tables.Dense() == DenseOf(plain.calibration.linear) && tables.Dense() == references.MandatedDense(),
+            "a dense table is the references'");
+  }
 };
 
-}  // namespace
+/// The case of a run; it is made once, before the time is taken.
+Case& CaseOf(const benchmark::State& state) {
+  static std::mutex lock;
+  static std::map<std::pair<int64_t, int64_t>, std::unique_ptr<Case>> cases;
+  const Guard guard(lock);
+  auto& found = cases[{state.range(0), state.range(1)}];
+  if (!found) {
+    found = std::make_unique<Case>(static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)));
+  }
+  return *found;
+}
 
-// A --benchmark_out must be an absolute path.
+/// A case in the hands of one thread.
+struct Client {
+  Case& all;
+  Panel& mine;  ///< That no other thread uses.
+  References& references = all.references;
+  Peer& peer = all.peer;
+  Caller plain{all.plain};
+  Caller dimmed{all.dimmed};
+  Caller own{mine};
+};
+
+enum Grows { kPoints, kLevels };
+
+/// Times what `answer` does for one request after the other.
+template <class Answer>
+benchmark::internal::Benchmark* Add(const std::string& operation, const std::string& who, Answer answer,
+                                    Grows grows = kPoints) {
+  const auto run = [=](benchmark::State& state) {
+    Case& all = CaseOf(state);
+    Client client{all, all.of_threads[static_cast<size_t>(state.thread_index())]};
+    size_t i = 0;
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(answer(client, all.requests[i++ % kRequests]));
+    }
+    state.SetItemsProcessed(state.iterations());
+    state.SetComplexityN(state.range(grows));
+  };
+  return benchmark::RegisterBenchmark((operation + "/" + who).c_str(), run)->ArgNames({"points", "levels"});
+}
+
+template <class Answer>
+void AddReference(const char* operation, const char* who, Answer answer) {
+  Add(operation, who, answer)->ArgsProduct({{32, 512}, {255, 4095}});
+}
+
+/// The library itself, also as the work grows.
+template <class Answer>
+void AddLibrary(const char* operation, Answer answer) {
+  AddReference(operation, "library", answer);
+  Add(operation, "points grow", answer, kPoints)->ArgsProduct({{8, 32, 128, 512, 2048}, {4095}})->Complexity();
+  Add(operation, "levels grow", answer, kLevels)->ArgsProduct({{32}, {63, 255, 1023, 4095, 16383}})->Complexity();
+}
+
+using R = Request;
+
+void AddConversions() {
+  AddLibrary("level to nits, tables", [](Client& c, const R& r) { return c.plain.Nits(r); });
+  AddReference("level to nits, tables", "bare", [](Client& c, const R& r) { return NitsBy(c.references.points, r); });
+  AddReference("level to nits, tables", "mandated", [](Client& c, const R& r) { return c.references.MandatedNits(r); });
+  AddReference("level to nits, tables", "peer", [](Client& c, const R& r) { return c.peer.Nits(r); });
+
+  AddLibrary("nits to level, tables", [](Client& c, const R& r) { return c.plain.Level(r); });
+  AddReference("nits to level, tables", "bare", [](Client& c, const R& r) { return LevelBy(c.references.points, r); });
+  AddReference("nits to level, tables", "mandated",
+               [](Client& c, const R& r) { return c.references.MandatedLevel(r); });
+  AddReference("nits to level, tables", "peer", [](Client& c, const R& r) { return c.peer.Level(r); });
+
+  AddLibrary("level to nits, maps", [](Client& c, const R& r) { return c.dimmed.Nits(r); });
+  AddReference("level to nits, maps", "bare", [](Client& c, const R& r) { return NitsBy(c.references.maps, r); });
+  AddReference("level to nits, maps", "mandated",
+               [](Client& c, const R& r) { return c.references.MandatedMappedNits(r); });
+  AddReference("level to nits, maps", "peer", [](Client& c, const R& r) { return c.peer.MappedNits(r); });
+
+  AddLibrary("nits to level, maps", [](Client& c, const R& r) { return c.dimmed.Level(r); });
+  AddReference("nits to level, maps", "bare, locked",
+               [](Client& c, const R& r) { return c.references.LockedMappedLevel(r); });
+}
+
+void AddWholeTables() {
+  AddLibrary("dense table", [](Client& c, const R&) { return c.plain.Dense().size(); });
+  AddReference("dense table", "bare",
+               [](Client& c, const R&) { return DenseOf(c.all.plain.calibration.linear).size(); });
+  AddReference("dense table", "mandated", [](Client& c, const R&) { return c.references.MandatedDense().size(); });
+  AddReference("dense table", "peer", [](Client& c, const R&) { return c.peer.Dense().size(); });
+
+  AddLibrary("Init", [](Client& c, const R&) { return c.plain.Init(), 0; });
+  AddReference("Init", "bare", [](Client& c, const R&) {
+    tinyxml2::XMLDocument document;
+    Require(document.LoadFile(c.all.plain.file.c_str()) == 0, "the file is XML");
+    return 0;
+  });
+
+  AddLibrary("LUT update", [](Client& c, const R&) { return c.all.dimmed.SetLuts(), 0; });
+  AddReference("LUT update", "bare", [](Client& c, const R&) { return c.references.BareLuts(), 0; });
+  AddReference("LUT update", "mandated", [](Client& c, const R&) { return c.references.MandatedLuts(), 0; });
+  AddReference("LUT update", "peer", [](Client& c, const R&) { return c.peer.Luts(), 0; });
+}
+
+/// Sampled curves beside what else a client could do: read an array of its own, search it, or ask the engine.
+void AddCurves() {
+  const auto add = [](const char* operation, const char* who, auto answer) {
+    return Add(operation, who, answer)->ArgsProduct({{32}, {255, 4095}});
+  };
+  const auto curve_nits = [](Client& c, const R& r) { return c.all.curve.Nits(r.bl); };
+  const auto curve_level = [](Client& c, const R& r) { return c.all.curve.Level(r.nits); };
+  add("level to nits, curve", "library", curve_nits);
+  add("level to nits, curve", "array", [](Client& c, const R& r) {
+    return r.bl < c.all.array.size() ? c.all.array[r.bl] : std::numeric_limits<double>::quiet_NaN();
+  });
+  add("level to nits, curve", "engine, maps", [](Client& c, const R& r) { return c.dimmed.Nits({55, r.bl, 0.0}); });
+  add("level to nits, curve", "peer", [](Client& c, const R& r) { return c.peer.Nits({55, r.bl, 0.0}); });
+  add("nits to level, curve", "library", curve_level);
+  add("nits to level, curve", "array", [](Client& c, const R& r) { return LevelIn(c.all.array, r.nits); });
+  add("nits to level, curve", "engine, maps", [](Client& c, const R& r) { return c.dimmed.Level({55, 0, r.nits}); });
+  add("level to nits, curve", "threads", curve_nits)->ThreadRange(1, 2)->UseRealTime();
+  add("nits to level, curve", "threads", curve_level)->ThreadRange(1, 2)->UseRealTime();
+
+  add("sampling, tables", "library", [](Client& c, const R&) { return c.all.plain.client.Sample(55)->Size(); });
+  add("sampling, maps", "library", [](Client& c, const R&) { return c.all.dimmed.client.Sample(55)->Size(); });
+  const auto convert_all = [](Caller* caller, size_t levels) {
+    double sum = 0.0;
+    for (uint32_t level = 0; level < levels; ++level) {
+      sum += caller->Nits({55, level, 0.0});
+    }
+    return sum;
+  };
+  add("sampling, tables", "conversions",
+      [=](Client& c, const R&) { return convert_all(&c.plain, c.all.array.size()); });
+  add("sampling, maps", "conversions", [=](Client& c, const R&) { return convert_all(&c.dimmed, c.all.array.size()); });
+}
+
+void AddThreads() {
+  const auto add = [](const char* who, auto answer) {
+    Add("level to nits, tables", who, answer)->Args({32, 255})->ThreadRange(1, kMaxThreads)->UseRealTime();
+  };
+  add("threads, one engine", [](Client& c, const R& r) { return c.plain.Nits(r); });
+  add("threads, an engine each", [](Client& c, const R& r) { return c.own.Nits(r); });
+}
+
+}  // namespace
+}  // namespace bench
+
+// The panels' files are in a folder of their own, so a --benchmark_out must be an absolute path.
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 1;
   }
-#ifndef BLNITS_PEER
-  std::cerr << "Built without GSL: there is no peer to compare with.\n";
-#endif
-  const WorkingFolder folder;
-  bench::RegisterOperations();
-  bench::RegisterGrowth();
-  bench::RegisterContention();
-  bench::RegisterCurves();
+  std::string folder = std::filesystem::temp_directory_path() / "blnits.XXXXXX";
+  std::filesystem::current_path(mkdtemp(folder.data()));
+  bench::AddConversions();
+  bench::AddWholeTables();
+  bench::AddCurves();
+  bench::AddThreads();
   benchmark::RunSpecifiedBenchmarks();
+  std::filesystem::remove_all(folder);
   return 0;
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cmath>
 #include <cstdint>
-#include <memory>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -12,29 +15,63 @@
 namespace bench {
 
 constexpr uint32_t kMaxBl = 4095;
-constexpr uint32_t kCoverages[] = {10, 55, 100};
 
-/// What a client may ask, at random; the same in every run.
+/// What a client may ask.
 struct Request {
-  uint32_t percentage;  ///< One of kCoverages.
+  uint32_t percentage;  ///< 10, 55 or 100.
   uint32_t bl;          ///< From the first measured level to the last.
-  double nits;          ///< What both curves reach.
+  double nits;          ///< What the curves of both coverages reach.
 };
 
-/// A panel as they are: OLED-like curves with as many measured points as is said, from level 1 to max_os_bl.
-Calibration RealisticCalibration(uint32_t points, uint32_t max_os_bl);
+/// Ends the process where something must be and is not: nothing is measured then.
+inline void Require(bool so, const char* what) {
+  if (!so) {
+    std::fprintf(stderr, "nothing is measured, since this is not so: %s\n", what);
+    std::exit(1);
+  }
+}
 
-/// A panel of its own, with its engine, in the working folder.
+/// An OLED-like calibration with `points` measured points a table, from level 1 to max_os_bl.
+inline Calibration RealisticCalibration(uint32_t points, uint32_t max_os_bl) {
+  const auto measured = [](double nits) { return std::round(nits * 1000.0) / 1000.0; };  // as a colorimeter tells it
+  Calibration calibration(kMaxBl, max_os_bl);
+  calibration.linear.clear();
+  calibration.standard_100.clear();
+  calibration.standard_10.clear();
+  for (uint32_t i = 0; i < points; ++i) {
+    const double share = static_cast<double>(i) / (points - 1);
+    // With more points than levels the measured levels exceed the range, as they do where scales differ.
+    const uint32_t last = std::max(max_os_bl, points);
+    const auto level = 1 + static_cast<uint32_t>(std::lround(share * (last - 1)));
+    const double nits = measured(2.0 + 500.0 * std::pow(share, 1.6));
+    calibration.standard_100.emplace_back(level, nits);
+    calibration.standard_10.emplace_back(level, measured(nits * (1.0 + 0.4 * share)));
+    const auto linear = static_cast<uint32_t>(std::lround(share * kMaxBl));
+    calibration.linear.emplace_back(linear, static_cast<uint32_t>(std::lround(kMaxBl * std::pow(share, 0.7))));
+  }
+  calibration.hbm_100 = calibration.standard_100;
+  calibration.hbm_10 = calibration.standard_10;
+  return calibration;
+}
+
+/// A panel with a file of its own in the working folder, and its engine.
 class Panel {
  public:
-  Panel(uint32_t points, uint32_t last_level);
+  Panel(uint32_t points, uint32_t last_level, bool dimmed)
+      : calibration(RealisticCalibration(points, last_level)),
+        max_os_bl(last_level),
+        attenuation(size_t{last_level} + 1, 0.9),
+        client(OpenClient()) {
+    for (uint32_t bl = 0; bl <= kMaxBl; ++bl) {
+      dimming_lut.push_back(bl * 3 / 4);
+    }
+    if (dimmed) {
+      SetLuts();
+      Require(client.SetDimming(true).has_value(), "dimming is on");
+    }
+  }
 
-  /// Hands the LUTs in, and switches dimming on.
-  void Dim();
-  void SetLuts() { Checked(client.SetDimmingLuts(dimming_lut, attenuation)); }
-
-  /// The next request, over and over.
-  const Request& Next() { return requests_[next_++ % requests_.size()]; }
+  void SetLuts() { Require(client.SetDimmingLuts(dimming_lut, attenuation).has_value(), "LUTs are taken"); }
 
   Calibration calibration;
   uint32_t max_os_bl;
@@ -42,30 +79,49 @@ class Panel {
   std::vector<uint32_t> dimming_lut;
   std::vector<double> attenuation;
   zarn::client::Panel client;
-  zarn::BackLightNitsIntf* engine;  ///< The client's; for calls whose records are used again.
-
-  /// Ends the process where a call failed: nothing is measured then.
-  static void Check(int ret) {
-    if (ret != 0) {
-      Fail(ret);
-    }
-  }
-
-  /// The value of a result, likewise.
-  template <class T>
-  static T Checked(zarn::client::Result<T> result) {
-    Check(result ? 0 : result.error().code);
-    if constexpr (!std::is_void_v<T>) {
-      return *std::move(result);
-    }
-  }
 
  private:
-  [[noreturn]] static void Fail(int ret);
-  zarn::client::Panel OpenClient();
+  zarn::client::Panel OpenClient() {
+    static int count = 0;
+    const std::string name = "bench_" + std::to_string(++count);
+    file = FileName(name);
+    std::ofstream(file) << calibration.Text();
+    return zarn::client::Panel::Open(name).value();
+  }
+};
 
-  std::vector<Request> requests_;
-  size_t next_ = 0;
+/// Calls a panel's engine as a client does that converts often: it uses its records again. For one thread.
+class Caller {
+ public:
+  explicit Caller(const Panel& panel) : engine_(panel.client.Engine().get()) {}
+
+  double Nits(const Request& request) {
+    in_->percentage = request.percentage;
+    in_->bl = request.bl;
+    Require(engine_->ProcessOps(zarn::kBLToNits, in_.payload, &out_.payload) == 0, "a level has nits");
+    return out_->nits;
+  }
+
+  uint32_t Level(const Request& request) {
+    wanted_->percentage = request.percentage;
+    wanted_->nits = request.nits;
+    Require(engine_->ProcessOps(zarn::kNitsToBL, wanted_.payload, &out_.payload) == 0, "nits have a level");
+    return out_->bl;
+  }
+
+  Levels Dense() {
+    Holding<zarn::BLLinearTable> table;
+    Require(engine_->GetParameter(zarn::kBLLinearTable, &table.payload) == 0, "a dense table is there");
+    return std::move(table->entries);
+  }
+
+  void Init() { Require(engine_->Init() == 0, "Init succeeds"); }
+
+ private:
+  zarn::BackLightNitsIntf* engine_;
+  Holding<zarn::BlBackLight> in_;
+  Holding<zarn::BlNitsValue> wanted_;
+  Holding<zarn::BlNitsValue> out_;
 };
 
 }  // namespace bench

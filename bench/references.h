@@ -1,77 +1,182 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <memory>
 #include <mutex>
-#include <utility>
 #include <vector>
 
 #include "panel.h"
 
 namespace bench {
 
-using LinearPairs = std::vector<std::pair<uint32_t, uint32_t>>;
+using Point = zarn::BlNitsPoint;
+using NitsPoints = std::vector<Point>;
+using Map = std::vector<double>;
+using Guard = std::lock_guard<std::mutex>;
 
-/// A measured table in plain arrays.
-struct Columns {
-  std::vector<uint32_t> bl;
-  std::vector<double> nits;
-};
+inline double OnLine(double x1, double y1, double x2, double y2, double x) {
+  const double distance = x2 - x1;
+  return y1 * ((x2 - x) / distance) + (x - x1) / distance * y2;
+}
 
-/// What an operation would cost without the library: *bare*, its arithmetic in a plain function over plain arrays; and
-/// *mandated*, the same with the locks, allocations and copies that the interface requires.
+/// The line's `y` where its `x` is `wanted`. Before the first point and behind the last stands the origin.
+template <class X, class Y>
+double Walk(const NitsPoints& points, X Point::*x, Y Point::*y, X wanted) {
+  const size_t count = points.size();
+  size_t i = 0;
+  while (i < count && points[i].*x < wanted) {
+    ++i;
+  }
+  if (i < count && points[i].*x == wanted) {
+    return points[i].*y;
+  }
+  const double x1 = i > 0 ? points[i - 1].*x : 0.0;
+  const double y1 = i > 0 ? points[i - 1].*y : 0.0;
+  return i < count ? OnLine(x1, y1, points[i].*x, points[i].*y, wanted) : OnLine(x1, y1, 0.0, 0.0, wanted);
+}
+
+inline double NitsIn(const NitsPoints& points, uint32_t bl) { return Walk(points, &Point::bl, &Point::nits, bl); }
+inline double NitsIn(const Map& map, uint32_t bl) { return map[bl]; }
+
+inline double LevelIn(const NitsPoints& points, double nits) {
+  return std::round(Walk(points, &Point::nits, &Point::bl, nits));
+}
+
+/// The index of the nearest element.
+inline uint32_t LevelIn(const Map& map, double nits) {
+  const auto above = std::upper_bound(map.begin(), map.end(), nits);
+  if (above == map.begin()) {
+    return 0;
+  }
+  const bool below = above == map.end() || std::fabs(*(above - 1) - nits) <= std::fabs(*above - nits);
+  return static_cast<uint32_t>(above - map.begin() - (below ? 1 : 0));
+}
+
+/// The value at a coverage, from `at(0)` at 10 % and `at(1)` at 100 %.
+template <class At>
+double AtCoverage(uint32_t percentage, At at) {
+  if (percentage <= 10) {
+    return at(0);
+  }
+  return percentage == 100 ? at(1) : OnLine(10.0, at(0), 100.0, at(1), percentage);
+}
+
+/// The answer of two tables, or maps: for 10 % and for 100 %. A function that is called, as the library's.
+template <class Tables>
+[[gnu::noinline]] double NitsBy(const Tables& tables, const Request& request) {
+  return AtCoverage(request.percentage, [&](int i) { return NitsIn(tables[i], request.bl); });
+}
+
+template <class Tables>
+[[gnu::noinline]] uint32_t LevelBy(const Tables& tables, const Request& request) {
+  return static_cast<uint32_t>(AtCoverage(request.percentage, [&](int i) { return LevelIn(tables[i], request.nits); }));
+}
+
+/// Pair after pair behind what is there, as a table grows that nobody has measured before.
+inline Levels DenseOf(const Levels& pairs) {
+  Levels dense;
+  for (size_t i = 0; i + 1 < pairs.size(); ++i) {
+    const auto& [x1, y1] = pairs[i];
+    const auto& [x2, y2] = pairs[i + 1];
+    dense.push_back(pairs[i]);
+    for (uint32_t level = x1 + 1; level < x2; ++level) {
+      dense.emplace_back(level, static_cast<uint32_t>(std::round(OnLine(x1, y1, x2, y2, level))));
+    }
+  }
+  dense.push_back(pairs.back());
+  return dense;
+}
+
+/// What an operation would cost without the library: *bare*, the functions above over plain arrays; and *mandated*, the
+/// same with the locks, allocations and copies that the contract with clients makes necessary.
 class References {
  public:
-  explicit References(const Panel& panel);
+  explicit References(const Panel& panel) : panel_(panel) {
+    for (const auto& [bl, nits] : panel.calibration.standard_10) {
+      points[0].push_back({bl, nits});
+    }
+    for (const auto& [bl, nits] : panel.calibration.standard_100) {
+      points[1].push_back({bl, nits});
+    }
+    BareLuts();
+  }
 
-  double BareNits(const Request& request) const;
-  double MandatedNits(const Request& request);
-  uint32_t BareLevel(const Request& request) const;
-  uint32_t MandatedLevel(const Request& request);
+  void BareLuts() {
+    for (int i = 0; i < 4; ++i) {
+      FillMap(points[i % 2], &maps[i]);
+    }
+  }
 
-  // By the maps that LUTs make.
-  double BareMappedNits(const Request& request) const;
-  double MandatedMappedNits(const Request& request);
-  uint32_t LockedMappedLevel(const Request& request);  ///< The bare binary search under one lock.
+  double MandatedNits(const Request& request) {
+    const Guard guard(engine_lock_);
+    return NitsBy(Copies(this), request);
+  }
+  uint32_t MandatedLevel(const Request& request) {
+    const Guard guard(engine_lock_);
+    return LevelBy(Copies(this), request);
+  }
+  double MandatedMappedNits(const Request& request) {
+    const Guard guard(engine_lock_);
+    return NitsBy(maps, request);
+  }
+  /// The bare binary search under one lock.
+  uint32_t LockedMappedLevel(const Request& request) {
+    const Guard guard(engine_lock_);
+    return LevelBy(maps, request);
+  }
+  Levels MandatedDense() {
+    const Guard guard(engine_lock_);
+    const auto copy = std::make_unique<zarn::BLLinearTable>();
+    {
+      const Guard parser_guard(parser_lock_);
+      copy->entries = panel_.calibration.linear;
+    }
+    return DenseOf(copy->entries);
+  }
+  void MandatedLuts() {
+    const Guard guard(engine_lock_);
+    for (int i = 0; i < 4; ++i) {
+      FillMap(Copies(this)[i % 2], &maps[i]);
+    }
+  }
 
-  void BareDense(LinearPairs* dense) const;
-  void MandatedDense(LinearPairs* dense);
-
-  void BareLuts();
-  void MandatedLuts();
-
-  const Columns& At10() const { return at_10_; }
-  const Columns& At100() const { return at_100_; }
-  const std::vector<double>& Map10() const { return maps_[0]; }
-  const std::vector<double>& Map100() const { return maps_[1]; }
   /// The client level that the dimming LUT makes of `vb`.
-  uint32_t Dimmed(uint32_t vb) const;
-  double Attenuation(uint32_t vb) const { return attenuation_[vb]; }
-  uint32_t MaxOsBl() const { return max_os_bl_; }
-  const Levels& Linear() const { return linear_; }
+  uint32_t Dimmed(uint32_t vb) const {
+    const auto panel_level = static_cast<uint32_t>(uint64_t{vb} * kMaxBl / panel_.max_os_bl);
+    return static_cast<uint32_t>(uint64_t{std::min(panel_.dimming_lut[panel_level], kMaxBl)} * panel_.max_os_bl /
+                                 kMaxBl);
+  }
+
+  NitsPoints points[2];  ///< At 10 and 100 %.
+  Map maps[4];           ///< At 10 and 100 %, of the standard mode and of the bright one.
 
  private:
-  /// A table as the library holds it.
-  using Points = std::vector<zarn::BlNitsPoint>;
-  struct Record {
-    uint32_t size;
-    uint32_t percentage;
-    Points points;
-  };
-  struct Tables {
-    std::unique_ptr<Record> at_10;
-    std::unique_ptr<Record> at_100;
-  };
-  Tables CopyTables();
+  /// The two tables that a conversion by tables gets from the parser, whichever it then reads.
+  class Copies {
+   public:
+    explicit Copies(References* from) {
+      for (int i = 0; i < 2; ++i) {
+        tables_[i] = std::make_unique<zarn::BackLightToNitsTable>();
+        const Guard guard(from->parser_lock_);
+        tables_[i]->points = from->points[i];
+      }
+    }
+    const NitsPoints& operator[](int i) const { return tables_[i]->points; }
 
-  Columns at_10_;
-  Columns at_100_;
-  Points points_10_;
-  Points points_100_;
-  Levels linear_;
-  uint32_t max_os_bl_;
-  std::vector<uint32_t> dimming_lut_;
-  std::vector<double> attenuation_;
-  std::vector<double> maps_[4];
+   private:
+    std::unique_ptr<zarn::BackLightToNitsTable> tables_[2];
+  };
+
+  void FillMap(const NitsPoints& table, Map* map) const {
+    map->resize(panel_.attenuation.size());
+    for (uint32_t vb = 0; vb < map->size(); ++vb) {
+      (*map)[vb] = NitsIn(table, Dimmed(vb)) * panel_.attenuation[vb];
+    }
+  }
+
+  const Panel& panel_;
   std::mutex engine_lock_;
   std::mutex parser_lock_;
 };
