@@ -2,18 +2,13 @@
 #include <cerrno>
 
 #include "backlight_nits_imp.h"
+#include "calibration_format.h"
 #include "interpolation.h"
 #include "log.h"
 #include "records.h"
 #include "saturate.h"
 
 namespace zarn {
-namespace {
-
-// Limits the length of the dense table, which the file determines.
-constexpr uint32_t kLastLevelLimit = 1048575;
-
-}  // namespace
 
 // Checks the caller's payload only after the parser has answered.
 int BackLightNitsImp::GetBlLinearTable(GenericPayload* payload) {
@@ -50,8 +45,9 @@ int BackLightNitsImp::InterPolateBlLinearTable(const BLLinearTable& in, BLLinear
     return -EINVAL;
   }
   const uint32_t last = pairs.back().first;
-  if (last > kLastLevelLimit) {
-    Log().Error("BackLightNitsImp::%s: last linearized level %u exceeds the limit %u", __func__, last, kLastLevelLimit);
+  if (last > format::kLastLinearizedLevel) {
+    Log().Error("BackLightNitsImp::%s: last linearized level %u exceeds the limit %u", __func__, last,
+                format::kLastLinearizedLevel);
     return -EINVAL;
   }
   auto& dense = out->entries;

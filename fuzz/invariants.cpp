@@ -11,6 +11,7 @@
 #include <tuple>
 #include <utility>
 
+#include "calibration_format.h"
 #include "debug_handler.h"
 
 // A va_list can be passed on, "..." cannot.
@@ -95,7 +96,7 @@ bool CanBeFilledIn(const Levels& sparse) {
       return false;
     }
   }
-  return sparse.size() >= 2 && sparse.front().first == 0 && sparse.back().first <= kLastLinearizedLevel;
+  return sparse.size() >= 2 && sparse.front().first == 0 && sparse.back().first <= zarn::format::kLastLinearizedLevel;
 }
 
 /// `dense` holds one pair for each level, keeps those of `sparse` and stays between them. \param dense from level 0 on.
@@ -284,11 +285,7 @@ void CheckedPanel::CheckLinearTable(const Levels& sparse) {
 }
 
 void CheckedPanel::CheckMeasuredTables(const zarn::BLRange& range) {
-  for (const auto& [param, percentage, hdr] :
-       {std::tuple<BLNitsParams, uint32_t, bool>{zarn::kBLNitsMapping10Percent, 10, false},
-        {zarn::kBLNitsMapping100Percent, 100, false},
-        {zarn::kBLHdrNitsMapping10Percent, 10, true},
-        {zarn::kBLHdrNitsMapping100Percent, 100, true}}) {
+  for (const auto& [group, element, percentage, hdr, param] : zarn::format::kMeasuredTables) {
     const auto points = MeasuredTable(param);
     Require(points.has_value(), "an engine with calibration data gives its measured tables");
     if (points->empty()) {

@@ -23,9 +23,6 @@ void Require(bool holds, const char* invariant);
 bool Same(double a, double b);
 bool Same(const Points& a, const Points& b);
 
-/// The highest linearized level of a table that an engine fills in.
-constexpr uint32_t kLastLinearizedLevel = 1048575;
-
 /// A process's one panel, used for every input since engines live as long as the process: its calibration file, in a
 /// folder of its own, and its engine. Every function that calls the engine requires what holds for every file and every
 /// call.

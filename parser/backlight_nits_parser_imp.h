@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "calibration_format.h"
 #include "required_flags.h"
 #include "thread_safety.h"
 
@@ -71,8 +72,8 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   int ParseHdrFullScreenNitsTable() BLNITS_REQUIRES(lock_);
   int ParseHdrOneTenthScreenNitsTable() BLNITS_REQUIRES(lock_);
 
-  int ParseNitsTable(const char* group, const char* table, uint32_t percentage, BackLightToNitsTable* target,
-                     const char* step) BLNITS_REQUIRES(lock_);
+  int ParseNitsTable(const format::MeasuredTable& table, BackLightToNitsTable* target, const char* step)
+      BLNITS_REQUIRES(lock_);
 
   // The getters. They return 0, or -EINVAL if `payload` does not hold exactly the one record. They run with the lock
   // held.

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include "calibration_format.h"
+
 namespace zarn {
 namespace {
 
@@ -42,7 +44,7 @@ File OpenRegularFile(const std::string& path) {
 bool Read(FILE* file, std::string* text) {
   char block[4096];
   size_t got = 0;
-  while (text->size() <= kMaxFileBytes && (got = std::fread(block, 1, sizeof block, file)) > 0) {
+  while (text->size() <= format::kMaxFileBytes && (got = std::fread(block, 1, sizeof block, file)) > 0) {
     text->append(block, got);
   }
   return std::ferror(file) == 0;
@@ -88,8 +90,8 @@ size_t EndOfOtherMarkup(std::string_view text, size_t start) {
 // The start of the first reference that is too long; npos if there is none.
 size_t FindLongReference(std::string_view text) {
   for (size_t at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 2)) {
-    const std::string_view reference = text.substr(at, kMaxReferenceBytes + 1);
-    if (reference.size() > kMaxReferenceBytes && reference.find(';') >= kMaxReferenceBytes) {
+    const std::string_view reference = text.substr(at, format::kMaxReferenceBytes + 1);
+    if (reference.size() > format::kMaxReferenceBytes && reference.find(';') >= format::kMaxReferenceBytes) {
       return at;
     }
   }
@@ -138,14 +140,14 @@ class Scan {
   LoadFault TakeTag() {
     const Tag tag = ReadTag(text_, at_);
     const std::string_view text = TakeUntil(tag.end);
-    if (text.size() > kMaxTagBytes) {
+    if (text.size() > format::kMaxTagBytes) {
       return LoadFault::kTagTooLong;
     }
     if (HasLongReference(text)) {
       return LoadFault::kReferenceTooLong;
     }
     attributes_ += tag.attributes;
-    return attributes_ > kMaxAttributes ? LoadFault::kTooManyAttributes : AddElement(text);
+    return attributes_ > format::kMaxAttributes ? LoadFault::kTooManyAttributes : AddElement(text);
   }
 
   bool HasLongReference(std::string_view text) {
@@ -163,7 +165,7 @@ class Scan {
       depth_ -= std::min<size_t>(depth_, 1);
       return LoadFault::kNone;
     }
-    if (depth_ == kMaxDepth) {
+    if (depth_ == format::kMaxDepth) {
       return LoadFault::kNestedTooDeep;
     }
     depth_ += empty ? 0 : 1;
@@ -175,7 +177,7 @@ class Scan {
     return AddNode();
   }
 
-  LoadFault AddNode() { return ++nodes_ > kMaxNodes ? LoadFault::kTooManyNodes : LoadFault::kNone; }
+  LoadFault AddNode() { return ++nodes_ > format::kMaxNodes ? LoadFault::kTooManyNodes : LoadFault::kNone; }
 
   int Line() const {
     return 1 + static_cast<int>(std::count(text_.begin(), text_.begin() + static_cast<ptrdiff_t>(place_), '\n'));
@@ -199,7 +201,7 @@ LoadResult LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* d
   if (file == nullptr || !Read(file.get(), &text)) {
     return {LoadFault::kUnreadable, 0};
   }
-  if (text.size() > kMaxFileBytes) {
+  if (text.size() > format::kMaxFileBytes) {
     return {LoadFault::kTooLarge, 0};
   }
   const LoadResult found = Scan(text).FindFault();

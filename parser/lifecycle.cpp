@@ -64,7 +64,7 @@ void BackLightNitsParserImp::FillTables() {
 
 // The second directory counts only where the first exists, the third only where it does not.
 std::string BackLightNitsParserImp::ChooseFile() const {
-  const std::string name = "backlight_calib_" + panel_name_ + ".xml";
+  const std::string name = format::kFilePrefix + panel_name_ + format::kFileSuffix;
   if (DirectoryOpens(xml_dirs_[0])) {
     const std::string vendor = xml_dirs_[0] + name;
     const std::string odm = xml_dirs_[1] + name;
@@ -123,7 +123,7 @@ int BackLightNitsParserImp::ParseTopNode() {
   }
   top_node_ = xml_doc_->FirstChildElement();
   const std::string name = top_node_ != nullptr ? top_node_->Value() : "NULL";
-  if (top_node_ == nullptr || name != "Calib_Data") {
+  if (top_node_ == nullptr || name != format::kRoot) {
     Log().Error("BackLightNitsParserImp::%s: invalid group ptr %pK group name %s", __func__,
                 static_cast<const void*>(top_node_), name.c_str());
     ReleaseDocument();

@@ -25,13 +25,14 @@ __attribute__((noinline)) void Append(const Row* rows, size_t count, std::vector
   to->insert(to->end(), rows, rows + count);
 }
 
-int GetNitsTable(const BackLightToNitsTable& source, uint32_t percentage, GenericPayload* payload, const char* getter) {
-  auto* const table = TakeOne<BackLightToNitsTable>(*payload, getter);
-  if (table == nullptr) {
+int GetNitsTable(const BackLightToNitsTable& source, const format::MeasuredTable& table, GenericPayload* payload,
+                 const char* getter) {
+  auto* const record = TakeOne<BackLightToNitsTable>(*payload, getter);
+  if (record == nullptr) {
     return -EINVAL;
   }
-  table->percentage = percentage;
-  Append(source.points.data(), source.points.size(), &table->points);
+  record->percentage = table.coverage;
+  Append(source.points.data(), source.points.size(), &record->points);
   return 0;
 }
 
@@ -111,19 +112,19 @@ int BackLightNitsParserImp::GetBlLinearTable(GenericPayload* payload) {
 }
 
 int BackLightNitsParserImp::GetBlNitsMapping10Percent(GenericPayload* payload) {
-  return GetNitsTable(nits_table_10_, 10, payload, __func__);
+  return GetNitsTable(nits_table_10_, format::kStandard10, payload, __func__);
 }
 
 int BackLightNitsParserImp::GetBlNitsMapping100Percent(GenericPayload* payload) {
-  return GetNitsTable(nits_table_100_, 100, payload, __func__);
+  return GetNitsTable(nits_table_100_, format::kStandard100, payload, __func__);
 }
 
 int BackLightNitsParserImp::GetBlHdrNitsMapping10Percent(GenericPayload* payload) {
-  return GetNitsTable(hdr_nits_table_10_, 10, payload, __func__);
+  return GetNitsTable(hdr_nits_table_10_, format::kHdr10, payload, __func__);
 }
 
 int BackLightNitsParserImp::GetBlHdrNitsMapping100Percent(GenericPayload* payload) {
-  return GetNitsTable(hdr_nits_table_100_, 100, payload, __func__);
+  return GetNitsTable(hdr_nits_table_100_, format::kHdr100, payload, __func__);
 }
 
 }  // namespace zarn

@@ -10,17 +10,47 @@ namespace {
 
 using tinyxml2::XMLElement;
 
+template <class Number>
+Number ToNumber(const char* text);
+
 // A negative number keeps its bit pattern; text without a number gives 0.
-uint32_t ToLevel(const char* text) { return static_cast<uint32_t>(std::atoi(text)); }
+template <>
+uint32_t ToNumber<uint32_t>(const char* text) {
+  return static_cast<uint32_t>(std::atoi(text));
+}
 
-double ToReal(const char* text) { return std::atof(text); }
+template <>
+double ToNumber<double>(const char* text) {
+  return std::atof(text);
+}
 
-const char* FindAttribute(const XMLElement& element, const char* name, const char* function) {
-  const char* const value = element.Attribute(name);
-  if (value == nullptr) {
-    Log().Error("BackLightNitsParserImp::%s: failed to find %s", function, name);
+void TellAbsence(format::Absence absence, const char* name, const char* function) {
+  switch (absence) {
+    case format::Absence::kRefused:
+      Log().Error("BackLightNitsParserImp::%s: failed to find %s", function, name);
+      break;
+    case format::Absence::kWarning:
+      Log().Warning("BackLightNitsParserImp::%s: failed to find %s", function, name);
+      break;
+    case format::Absence::kInfo:
+      Log().Info("BackLightNitsParserImp::%s: failed to find %s", function, name);
+      break;
   }
-  return value;
+}
+
+// Sets the attribute's field of `record`. 0, or -EINVAL when it is absent and required.
+template <class Record, class Number>
+int ReadAttribute(const XMLElement& root, const format::Attribute<Record, Number>& attribute, const char* function,
+                  Record* record) {
+  const char* const text = root.Attribute(attribute.name);
+  if (text == nullptr) {
+    TellAbsence(attribute.absence, attribute.name, function);
+    if (attribute.absence == format::Absence::kRefused) {
+      return -EINVAL;
+    }
+  }
+  record->*attribute.field = text != nullptr ? ToNumber<Number>(text) : attribute.default_number;
+  return 0;
 }
 
 XMLElement* FindChild(XMLElement* parent, const char* name, const char* function, const char* kind = "") {
@@ -40,69 +70,45 @@ const char* TextOf(const XMLElement& value) {
 // Every child element of `list` is a value, whatever its name. False, after an Error that counts the values before it,
 // when one of them has no text.
 template <class T>
-bool ReadValueList(const XMLElement& list, T (*convert)(const char*), const char* function, const char* kind,
-                   std::vector<T>* values) {
+bool ReadValueList(const XMLElement& list, const char* function, const char* kind, std::vector<T>* values) {
   for (const XMLElement* value = list.FirstChildElement(); value != nullptr; value = value->NextSiblingElement()) {
     const char* const text = TextOf(*value);
     if (text == nullptr) {
       Log().Error("BackLightNitsParserImp::%s: %s value invalid cnt %zd", function, kind, values->size());
       return false;
     }
-    values->push_back(convert(text));
+    values->push_back(ToNumber<T>(text));
   }
   return true;
 }
 
 }  // namespace
 
-int BackLightNitsParserImp::ParseGamma() {
-  const char* const gamma = FindAttribute(*top_node_, "gamma", __func__);
-  if (gamma == nullptr) {
-    return -EINVAL;
-  }
-  gamma_.gamma = ToReal(gamma);
-  return 0;
-}
+int BackLightNitsParserImp::ParseGamma() { return ReadAttribute(*top_node_, format::kGamma, __func__, &gamma_); }
 
 int BackLightNitsParserImp::ParseBlRange() {
-  const char* const minimum_bl = FindAttribute(*top_node_, "minimum_bl", __func__);
-  if (minimum_bl == nullptr) {
-    return -EINVAL;
+  for (const auto& attribute : {format::kMinimumBl, format::kMaxBl, format::kMaxOsBl}) {
+    const int ret = ReadAttribute(*top_node_, attribute, __func__, &bl_range_);
+    if (ret != 0) {
+      return ret;
+    }
   }
-  bl_range_.minimum_bl = ToLevel(minimum_bl);
-
-  const char* const max_bl = FindAttribute(*top_node_, "max_bl", __func__);
-  if (max_bl == nullptr) {
-    return -EINVAL;
-  }
-  bl_range_.max_bl = ToLevel(max_bl);
-
-  const char* const max_os_bl = top_node_->Attribute("max_os_bl");
-  if (max_os_bl == nullptr) {
-    Log().Info("BackLightNitsParserImp::%s: failed to find max_os_bl", __func__);
-  }
-  bl_range_.max_os_bl = max_os_bl != nullptr ? ToLevel(max_os_bl) : 0;
   return 0;
 }
 
 int BackLightNitsParserImp::ParsePccThresh() {
-  const char* const pcc_thresh = top_node_->Attribute("pcc_thresh");
-  if (pcc_thresh == nullptr) {
-    Log().Warning("BackLightNitsParserImp::%s: failed to find pcc_thresh", __func__);
-  }
-  pcc_thresh_.pcc_thresh = pcc_thresh != nullptr ? ToReal(pcc_thresh) : 1.0;
-  return 0;
+  return ReadAttribute(*top_node_, format::kPccThresh, __func__, &pcc_thresh_);
 }
 
 int BackLightNitsParserImp::ParseLinearTable() {
-  const XMLElement* const linear_list = FindChild(top_node_, "linearized_bl", __func__);
+  const XMLElement* const linear_list = FindChild(top_node_, format::kLinearTable.first, __func__);
   std::vector<uint32_t> linear;
-  if (linear_list == nullptr || !ReadValueList(*linear_list, ToLevel, __func__, "linear backlight", &linear)) {
+  if (linear_list == nullptr || !ReadValueList(*linear_list, __func__, "linear backlight", &linear)) {
     return -EINVAL;
   }
-  const XMLElement* const panel_list = FindChild(top_node_, "panel_bl", __func__);
+  const XMLElement* const panel_list = FindChild(top_node_, format::kLinearTable.second, __func__);
   std::vector<uint32_t> panel;
-  if (panel_list == nullptr || !ReadValueList(*panel_list, ToLevel, __func__, "panel backlight", &panel)) {
+  if (panel_list == nullptr || !ReadValueList(*panel_list, __func__, "panel backlight", &panel)) {
     return -EINVAL;
   }
   if (panel.size() != linear.size()) {
@@ -119,31 +125,31 @@ int BackLightNitsParserImp::ParseLinearTable() {
 }
 
 int BackLightNitsParserImp::ParseFullScreenNitsTable() {
-  return ParseNitsTable("standard", "nits_100", 100, &nits_table_100_, __func__);
+  return ParseNitsTable(format::kStandard100, &nits_table_100_, __func__);
 }
 
 int BackLightNitsParserImp::ParseOneTenthScreenNitsTable() {
-  return ParseNitsTable("standard", "nits_10", 10, &nits_table_10_, __func__);
+  return ParseNitsTable(format::kStandard10, &nits_table_10_, __func__);
 }
 
 int BackLightNitsParserImp::ParseHdrFullScreenNitsTable() {
-  return ParseNitsTable("hbm", "nits_100", 100, &hdr_nits_table_100_, __func__);
+  return ParseNitsTable(format::kHdr100, &hdr_nits_table_100_, __func__);
 }
 
 int BackLightNitsParserImp::ParseHdrOneTenthScreenNitsTable() {
-  return ParseNitsTable("hbm", "nits_10", 10, &hdr_nits_table_10_, __func__);
+  return ParseNitsTable(format::kHdr10, &hdr_nits_table_10_, __func__);
 }
 
-int BackLightNitsParserImp::ParseNitsTable(const char* group, const char* table, uint32_t percentage,
-                                           BackLightToNitsTable* target, const char* step) {
+int BackLightNitsParserImp::ParseNitsTable(const format::MeasuredTable& table, BackLightToNitsTable* target,
+                                           const char* step) {
   XMLElement* element = top_node_;
-  for (const char* const name : {"measurement_data", group, table}) {
+  for (const char* const name : {format::kMeasurements, table.group, table.element}) {
     element = FindChild(element, name, step);
     if (element == nullptr) {
       return -EINVAL;
     }
   }
-  target->percentage = percentage;
+  target->percentage = table.coverage;
   return BackLightsToNitsTableParse(element, target);
 }
 
@@ -151,14 +157,14 @@ int BackLightNitsParserImp::BackLightsToNitsTableParse(XMLElement* element, Back
   if (element == nullptr || table == nullptr) {
     return -EINVAL;
   }
-  const XMLElement* const bl_list = FindChild(element, "bl_value", __func__, " node");
+  const XMLElement* const bl_list = FindChild(element, format::kPoints.first, __func__, " node");
   std::vector<uint32_t> bl;
-  if (bl_list == nullptr || !ReadValueList(*bl_list, ToLevel, __func__, "backlight", &bl)) {
+  if (bl_list == nullptr || !ReadValueList(*bl_list, __func__, "backlight", &bl)) {
     return -EINVAL;
   }
-  const XMLElement* const nits_list = FindChild(element, "nits_value", __func__, " node");
+  const XMLElement* const nits_list = FindChild(element, format::kPoints.second, __func__, " node");
   std::vector<double> nits;
-  if (nits_list == nullptr || !ReadValueList(*nits_list, ToReal, __func__, "nits", &nits)) {
+  if (nits_list == nullptr || !ReadValueList(*nits_list, __func__, "nits", &nits)) {
     return -EINVAL;
   }
   if (nits.size() != bl.size()) {

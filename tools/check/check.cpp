@@ -25,8 +25,8 @@ void AddRefusal(const CalibrationSource& source, const std::string& words, Findi
 
 void CheckFileName(const std::string& file, Findings* findings) {
   const std::string name = std::filesystem::path(file).filename().string();
-  const std::string start = "backlight_calib_";
-  const std::string end = ".xml";
+  const std::string start = zarn::format::kFilePrefix;
+  const std::string end = zarn::format::kFileSuffix;
   const bool is_found = name.size() >= start.size() + end.size() && name.compare(0, start.size(), start) == 0 &&
                         name.compare(name.size() - end.size(), end.size(), end) == 0;
   if (!is_found) {

@@ -232,13 +232,12 @@ void CheckDarker(const Survey& survey, RuleId rule, const Served& served, const 
 
 // Where no measured point is too bright, but the line beyond the last is.
 void CheckBrightness(const Survey& survey, const Served& served) {
-  constexpr double kBrightest = 20000.0;
   const auto& points = served.lines->Table().points;
-  const auto is_bright = [](double nits) { return std::isfinite(nits) && nits > kBrightest; };
   const auto& nits = served.curve.nits;
-  const bool told = std::any_of(points.begin(), points.end(), [&](const auto& point) { return is_bright(point.nits); });
+  const bool told =
+      std::any_of(points.begin(), points.end(), [&](const auto& point) { return IsTooBright(point.nits); });
   const auto brightest = std::max_element(nits.begin(), nits.end());
-  if (!told && is_bright(*brightest)) {
+  if (!told && IsTooBright(*brightest)) {
     const uint32_t level = survey.levels[static_cast<size_t>(brightest - nits.begin())];
     survey.findings->AddIn(
         RuleId::kTooBright, served.At(level, 0, level),
@@ -251,8 +250,7 @@ void CheckBrightness(const Survey& survey, const Served& served) {
 void TellSample(const Survey& survey) {
   const uint32_t last = survey.subject.range.max_os_bl;
   if (survey.levels.size() <= last) {
-    const auto attribute = survey.subject.source.Attribute("max_os_bl");
-    survey.findings->Add(RuleId::kSampled, attribute ? attribute->line : survey.subject.source.LineOf({}),
+    survey.findings->Add(RuleId::kSampled, survey.subject.source.LineOfAttribute(zarn::format::kMaxOsBl.name),
                          "max_os_bl is {}: only a sample of the levels is looked at for request, jump, dark-window, "
                          "dark-hbm and too-bright, and a fault between them can be missed; compare the others with "
                          "blnits nits if they matter",

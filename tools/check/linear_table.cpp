@@ -3,9 +3,8 @@
 namespace blnits {
 namespace {
 
+namespace format = zarn::format;
 using Pairs = decltype(zarn::BLLinearTable::entries);
-
-constexpr uint32_t kLastLevelLimit = 1048575;  // of the dense table, in the library
 
 void CheckLinearLevels(const Pairs& pairs, const std::vector<SourceValue>& levels, int list_line, Findings* findings) {
   constexpr const char* kRefused = "the device refuses to give the linear table";
@@ -25,10 +24,10 @@ void CheckLinearLevels(const Pairs& pairs, const std::vector<SourceValue>& level
                     pairs[i - 1].first, levels[i - 1].line);
     }
   }
-  if (pairs.back().first > kLastLevelLimit) {
+  if (pairs.back().first > format::kLastLinearizedLevel) {
     findings->Add(RuleId::kLinearLong, levels.back().line,
                   "{}, since its last linearized level is {}; it may be at most {}", kRefused, pairs.back().first,
-                  kLastLevelLimit);
+                  format::kLastLinearizedLevel);
   }
 }
 
@@ -62,7 +61,8 @@ void CheckPanelLevels(const Pairs& pairs, const std::vector<SourceValue>& levels
 
 void CheckLinearTable(const Subject& subject, Findings* findings) {
   if (!subject.linear_has_fractions) {
-    CheckLinearLevels(subject.pairs, subject.linear_levels, subject.source.LineOf({"linearized_bl"}), findings);
+    CheckLinearLevels(subject.pairs, subject.linear_levels, subject.source.LineOf({format::kLinearTable.first}),
+                      findings);
     CheckPanelLevels(subject.pairs, subject.panel_levels, subject.range.max_bl, findings);
   }
 }

@@ -7,6 +7,7 @@
 namespace blnits {
 namespace {
 
+namespace format = zarn::format;
 using Names = std::vector<std::string>;
 using tinyxml2::XMLElement;
 
@@ -16,23 +17,39 @@ struct Known {
   Names children;
 };
 
+void AddOnce(const char* name, Names* names) {
+  if (std::find(names->begin(), names->end(), name) == names->end()) {
+    names->emplace_back(name);
+  }
+}
+
+Known KnownInRoot() {
+  Known known;
+  format::ForEachAttribute([&](const auto& attribute) { known.attributes.emplace_back(attribute.name); });
+  known.children = {format::kLinearTable.first, format::kLinearTable.second, format::kMeasurements};
+  return known;
+}
+
 Known KnownIn(const std::string& element) {
-  if (element == "Calib_Data") {
-    return {{"gamma", "minimum_bl", "max_bl", "max_os_bl", "pcc_thresh"},
-            {"linearized_bl", "panel_bl", "measurement_data"}};
+  if (element == format::kRoot) {
+    return KnownInRoot();
   }
-  if (element == "measurement_data") {
-    return {{}, {"standard", "hbm"}};
+  Known known;
+  for (const auto& table : format::kMeasuredTables) {
+    if (element == format::kMeasurements) {
+      AddOnce(table.group, &known.children);
+    } else if (element == table.group) {
+      AddOnce(table.element, &known.children);
+    } else if (element == table.element) {
+      known.children = {format::kPoints.first, format::kPoints.second};
+    }
   }
-  if (element == "standard" || element == "hbm") {
-    return {{}, {"nits_100", "nits_10"}};
-  }
-  return {{}, {"bl_value", "nits_value"}};
+  return known;
 }
 
 bool IsList(const std::string& element) {
-  const Names lists = {"linearized_bl", "panel_bl", "bl_value", "nits_value"};
-  return std::find(lists.begin(), lists.end(), element) != lists.end();
+  const auto has = [&](const format::Lists& lists) { return element == lists.first || element == lists.second; };
+  return has(format::kLinearTable) || has(format::kPoints);
 }
 
 // What to do about a name that is not known: the likely one, if there is one.
@@ -117,7 +134,7 @@ void CheckElement(const XMLElement& element, Findings* findings) {
 
 void CheckNames(const CalibrationSource& source, Findings* findings) {
   const XMLElement* const root = source.Root();
-  if (root == nullptr || std::string(root->Name()) != "Calib_Data") {
+  if (root == nullptr || std::string(root->Name()) != format::kRoot) {
     return;
   }
   CheckElement(*root, findings);

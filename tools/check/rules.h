@@ -4,6 +4,7 @@
 // through its panel.
 
 #include <array>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,10 @@ struct Subject {
   bool linear_has_fractions = false;                       ///< One of both lists: all else would follow from that.
   std::array<TableInFile, kMeasuredTables.size()> tables;  ///< In the order of the file.
 };
+
+/// Brighter than any panel, in nits.
+constexpr double kTooBright = 20000.0;
+inline bool IsTooBright(double nits) { return std::isfinite(nits) && nits > kTooBright; }
 
 /// Names in the file that the library does not look up, or looks up once only.
 void CheckNames(const CalibrationSource& source, Findings* findings);

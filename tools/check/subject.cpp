@@ -5,11 +5,11 @@
 namespace blnits {
 namespace {
 
-using Path = CalibrationSource::Path;
-
 TableInFile Read(const CalibrationSource& source, Panel* panel, const MeasuredTable& table) {
-  const Path levels = {"measurement_data", table.group, table.element, "bl_value"};
-  const Path luminances = {"measurement_data", table.group, table.element, "nits_value"};
+  Path levels = PathOf(table);
+  Path luminances = levels;
+  levels.push_back(zarn::format::kPoints.first);
+  luminances.push_back(zarn::format::kPoints.second);
   return {&table, panel != nullptr ? PointsOf(panel, table) : std::vector<zarn::BlNitsPoint>(), source.Values(levels),
           source.Values(luminances), source.LineOf(levels)};
 }
@@ -19,8 +19,8 @@ TableInFile Read(const CalibrationSource& source, Panel* panel, const MeasuredTa
 Subject::Subject(const CalibrationSource& its_source, Panel* its_panel)
     : source(its_source),
       panel(its_panel),
-      linear_levels(source.Values({"linearized_bl"})),
-      panel_levels(source.Values({"panel_bl"})) {
+      linear_levels(source.Values({zarn::format::kLinearTable.first})),
+      panel_levels(source.Values({zarn::format::kLinearTable.second})) {
   if (panel != nullptr) {
     range = panel->Get<zarn::BLRange>(zarn::kBLRange);
     pairs = panel->SparseLinearTable().entries;

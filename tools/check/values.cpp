@@ -9,6 +9,8 @@
 namespace blnits {
 namespace {
 
+namespace format = zarn::format;
+
 enum class Kind { kLevel, kReal };
 
 enum class Form {
@@ -118,32 +120,37 @@ void ForEachFault(Kind kind, const char* what, const std::vector<SourceValue>& v
   }
 }
 
-void CheckAttribute(Kind kind, const char* name, const CalibrationSource& source, const std::string& read,
-                    Findings* findings) {
-  const auto attribute = source.Attribute(name);
-  if (attribute) {
-    ForEachFault(
-        kind, name, {*attribute}, [&](size_t) { return read; },
-        [&](size_t, const Fault& fault) { findings->Add(fault.rule, attribute->line, "{}", fault.text); });
-  }
-}
-
 template <class Number>
 std::string Text(const Number& number) {
   return fmt::format("{}", number);
 }
 
+template <class Record, class Number>
+constexpr Kind KindOf(const format::Attribute<Record, Number>& attribute) {
+  return attribute.kIsReal ? Kind::kReal : Kind::kLevel;
+}
+
+template <class Record, class Number>
+void CheckAttributeForm(const format::Attribute<Record, Number>& attribute, const Subject& subject,
+                        Findings* findings) {
+  const auto value = subject.source.Attribute(attribute.name);
+  if (value) {
+    ForEachFault(
+        KindOf(attribute), attribute.name, {*value},
+        [&](size_t) { return subject.panel != nullptr ? Text(subject.panel->Get(attribute)) : ""; },
+        [&](size_t, const Fault& fault) { findings->Add(fault.rule, value->line, "{}", fault.text); });
+  }
+}
+
+// Findings of one line are told in this order.
 void CheckAttributeForms(const Subject& subject, Findings* findings) {
-  Panel* const panel = subject.panel;
-  const auto real = [&](auto get) { return panel != nullptr ? Text(get()) : ""; };
-  const auto level = [&](uint32_t number) { return panel != nullptr ? Text(number) : ""; };
-  CheckAttribute(Kind::kReal, "gamma", subject.source,
-                 real([&] { return panel->Get<zarn::BLGamma>(zarn::kBLGamma).gamma; }), findings);
-  CheckAttribute(Kind::kReal, "pcc_thresh", subject.source,
-                 real([&] { return panel->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh; }), findings);
-  CheckAttribute(Kind::kLevel, "minimum_bl", subject.source, level(subject.range.minimum_bl), findings);
-  CheckAttribute(Kind::kLevel, "max_bl", subject.source, level(subject.range.max_bl), findings);
-  CheckAttribute(Kind::kLevel, "max_os_bl", subject.source, level(subject.range.max_os_bl), findings);
+  for (const bool real : {true, false}) {
+    format::ForEachAttribute([&](const auto& attribute) {
+      if (attribute.kIsReal == real) {
+        CheckAttributeForm(attribute, subject, findings);
+      }
+    });
+  }
 }
 
 /// Levels that are fractions: how many, and how many are read as 0. No levels: they are none.
@@ -186,7 +193,7 @@ void CheckLinearForms(Subject* subject, Findings* findings) {
     if (fractions.levels > 0) {
       subject->linear_has_fractions = true;
       findings->Add(RuleId::kFractions, values.front().line, "{}: {}; the linear table is not checked further", list,
-                    TellFractions(fractions, "max_bl", subject->range.max_bl));
+                    TellFractions(fractions, format::kMaxBl.name, subject->range.max_bl));
       return;
     }
     ForEachFault(
@@ -194,8 +201,8 @@ void CheckLinearForms(Subject* subject, Findings* findings) {
         [&](size_t i) { return subject->panel != nullptr ? Text(subject->pairs[i].*level) : ""; },
         [&](size_t i, const Fault& fault) { findings->Add(fault.rule, values[i].line, "{}", fault.text); });
   };
-  check("linearized_bl", "linearized level", subject->linear_levels, &std::pair<uint32_t, uint32_t>::first);
-  check("panel_bl", "panel level", subject->panel_levels, &std::pair<uint32_t, uint32_t>::second);
+  check(format::kLinearTable.first, "linearized level", subject->linear_levels, &std::pair<uint32_t, uint32_t>::first);
+  check(format::kLinearTable.second, "panel level", subject->panel_levels, &std::pair<uint32_t, uint32_t>::second);
 }
 
 void CheckLevelForms(const Subject& subject, TableInFile* table, Findings* findings) {
@@ -204,7 +211,7 @@ void CheckLevelForms(const Subject& subject, TableInFile* table, Findings* findi
     table->has_fractions = true;
     findings->AddIn(RuleId::kFractions, {table->table->name, 0, 0, table->levels.front().line},
                     "{}; this table is not checked further",
-                    TellFractions(fractions, "max_os_bl", subject.range.max_os_bl));
+                    TellFractions(fractions, format::kMaxOsBl.name, subject.range.max_os_bl));
     return;
   }
   ForEachFault(
@@ -228,12 +235,11 @@ void CheckLuminanceForms(const TableInFile& table, Findings* findings) {
 
 // One finding for all that are too bright: they are of one unit.
 void CheckBrightness(const TableInFile& table, Findings* findings) {
-  constexpr double kBrightest = 20000.0;  // more than any panel
   size_t count = 0;
   size_t brightest = 0;
   for (size_t i = 0; i < table.points.size(); ++i) {
     const double nits = table.points[i].nits;
-    if (std::isfinite(nits) && nits > kBrightest) {
+    if (IsTooBright(nits)) {
       brightest = count == 0 || nits > table.points[brightest].nits ? i : brightest;
       ++count;
     }
@@ -243,7 +249,7 @@ void CheckBrightness(const TableInFile& table, Findings* findings) {
     findings->AddIn(RuleId::kTooBright, {table.table->name, level, level, table.luminances[brightest].line},
                     "{} nits at level {}{}: no panel is so bright, and the device serves it as it stands; give "
                     "luminances in nits (candela per square metre)",
-                    nits, level, count > 1 ? fmt::format(", and {} more above {} nits", count - 1, kBrightest) : "");
+                    nits, level, count > 1 ? fmt::format(", and {} more above {} nits", count - 1, kTooBright) : "");
   }
 }
 
@@ -283,44 +289,41 @@ void CheckNumbers(Subject* subject, Findings* findings) {
 
 void CheckAttributes(const Subject& subject, Findings* findings) {
   const zarn::BLRange& range = subject.range;
-  const double gamma = subject.panel->Get<zarn::BLGamma>(zarn::kBLGamma).gamma;
-  const double thresh = subject.panel->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh;
-  const auto line = [&](const char* name) {
-    const auto attribute = subject.source.Attribute(name);
-    return attribute ? attribute->line : subject.source.LineOf({});
-  };
+  const double gamma = subject.panel->Get(format::kGamma);
+  const double thresh = subject.panel->Get(format::kPccThresh);
+  const auto line = [&](const auto& attribute) { return subject.source.LineOfAttribute(attribute.name); };
   // That text holds no number is told already.
-  const auto is_text = [&](Kind kind, const char* name) {
-    const auto attribute = subject.source.Attribute(name);
-    return attribute && FormOf(kind, attribute->text) == Form::kNoNumber;
+  const auto is_text = [&](const auto& attribute) {
+    const auto value = subject.source.Attribute(attribute.name);
+    return value && FormOf(KindOf(attribute), value->text) == Form::kNoNumber;
   };
-  if (!(gamma >= 1.0 && gamma <= 4.0) && !is_text(Kind::kReal, "gamma")) {
-    findings->Add(RuleId::kGamma, line("gamma"),
+  if (!(gamma >= 1.0 && gamma <= 4.0) && !is_text(format::kGamma)) {
+    findings->Add(RuleId::kGamma, line(format::kGamma),
                   "gamma is {}, and the device serves it as it stands; panels have about 2.2, correct it", gamma);
   }
-  if (!subject.source.Attribute("pcc_thresh")) {
-    findings->Add(RuleId::kPccThreshAbsent, line("pcc_thresh"),
+  if (!subject.source.Attribute(format::kPccThresh.name)) {
+    findings->Add(RuleId::kPccThreshAbsent, line(format::kPccThresh),
                   "without pcc_thresh the device takes {}; write it if the panel needs another", thresh);
-  } else if (!(thresh > 0.0 && thresh <= 1.0) && !is_text(Kind::kReal, "pcc_thresh")) {
-    findings->Add(RuleId::kPccThresh, line("pcc_thresh"),
+  } else if (!(thresh > 0.0 && thresh <= 1.0) && !is_text(format::kPccThresh)) {
+    findings->Add(RuleId::kPccThresh, line(format::kPccThresh),
                   "pcc_thresh is {}, and the device serves it as it stands; write a factor above 0 and at most 1",
                   thresh);
   }
-  if (is_text(Kind::kLevel, "max_os_bl") || is_text(Kind::kLevel, "max_bl") || is_text(Kind::kLevel, "minimum_bl")) {
+  if (is_text(format::kMaxOsBl) || is_text(format::kMaxBl) || is_text(format::kMinimumBl)) {
     return;
   }
   if (range.max_os_bl == 0) {
-    findings->Add(RuleId::kMaxOsBl, line("max_os_bl"),
+    findings->Add(RuleId::kMaxOsBl, line(format::kMaxOsBl),
                   "max_os_bl is {}: the device refuses every level but 0; write the highest level that clients use",
-                  subject.source.Attribute("max_os_bl") ? "0" : "absent and therefore 0");
+                  subject.source.Attribute(format::kMaxOsBl.name) ? "0" : "absent and therefore 0");
   } else if (range.max_os_bl > range.max_bl) {
     findings->Add(
-        RuleId::kMaxOsBlRange, line("max_os_bl"),
+        RuleId::kMaxOsBlRange, line(format::kMaxOsBl),
         "max_os_bl is {}, above max_bl {}: clients have more levels than the panel; swap them, or correct one",
         range.max_os_bl, range.max_bl);
   }
   if (range.minimum_bl >= range.max_bl) {
-    findings->Add(RuleId::kMinimumBl, line("minimum_bl"),
+    findings->Add(RuleId::kMinimumBl, line(format::kMinimumBl),
                   "minimum_bl is {}, not below max_bl {}: clients that keep to both have no level left; swap them, or "
                   "correct one",
                   range.minimum_bl, range.max_bl);

@@ -106,7 +106,7 @@ PlotPoints Points(const DrawnPanel& drawn, const Curve& curve, double unit) {
 
 PlotPoints MeasuredPoints(DrawnPanel* drawn, const Curve& curve, double unit) {
   PlotPoints points;
-  const MeasuredTable* const table = TableOf(curve);
+  const MeasuredTable* const table = FindTable(curve.coverage, curve.hdr);
   if (table != nullptr) {
     for (const auto& point : PointsOf(&drawn->panel, *table)) {
       points.emplace_back(unit * point.bl, point.nits);

@@ -76,18 +76,14 @@ struct Difference {
 };
 
 std::vector<AttributeDifference> CompareAttributes(Panel* a, Panel* b) {
-  const auto range_a = a->Get<zarn::BLRange>(zarn::kBLRange);
-  const auto range_b = b->Get<zarn::BLRange>(zarn::kBLRange);
-  std::vector<AttributeDifference> attributes = {
-      {"gamma", a->Get<zarn::BLGamma>(zarn::kBLGamma).gamma, b->Get<zarn::BLGamma>(zarn::kBLGamma).gamma},
-      {"minimum_bl", static_cast<double>(range_a.minimum_bl), static_cast<double>(range_b.minimum_bl)},
-      {"max_bl", static_cast<double>(range_a.max_bl), static_cast<double>(range_b.max_bl)},
-      {"max_os_bl", static_cast<double>(range_a.max_os_bl), static_cast<double>(range_b.max_os_bl)},
-      {"pcc_thresh", a->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh,
-       b->Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh}};
-  attributes.erase(
-      std::remove_if(attributes.begin(), attributes.end(), [](const auto& each) { return each.a == each.b; }),
-      attributes.end());
+  std::vector<AttributeDifference> attributes;
+  zarn::format::ForEachAttribute([&](const auto& attribute) {
+    const double of_a = a->Get(attribute);
+    const double of_b = b->Get(attribute);
+    if (of_a != of_b) {
+      attributes.push_back({attribute.name, of_a, of_b});
+    }
+  });
   return attributes;
 }
 
@@ -126,7 +122,7 @@ Difference Compare(Panel* a, Panel* b) {
   Difference difference;
   difference.attributes = CompareAttributes(a, b);
   difference.linear = CompareLinearTables(a, b);
-  const auto last = [](Panel* panel) { return panel->Get<zarn::BLRange>(zarn::kBLRange).max_os_bl; };
+  const auto last = [](Panel* panel) { return panel->Get(zarn::format::kMaxOsBl); };
   difference.last = {last(a), last(b)};
   auto& levels = difference.levels;
   levels = SurveyLevels({a, b}, {10, 100});

@@ -1,16 +1,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <string_view>
 
-#include "calibration_file.h"
+#include "calibration_format.h"
 #include "check/report.h"
 #include "commands/commands.h"
 #include "commands/conversion.h"
@@ -25,8 +26,10 @@
 namespace blnits {
 namespace {
 
+namespace format = zarn::format;
+
 struct ImportOptions {
-  std::array<std::string, kMeasuredTables.size()> tables;  ///< Files, as kMeasuredTables; empty: none.
+  std::map<zarn::BLNitsParams, std::string> tables;  ///< Files of the measured tables; empty: none.
   std::string linear;
   double gamma = 0.0;
   uint32_t minimum_bl = 0;
@@ -137,19 +140,25 @@ Points ReadTable(const std::string& file, const char* table, const ImportOptions
   return options.tolerance.empty() ? points : Thin(points, options.tolerance, table, story);
 }
 
-// A table without measurements repeats the one of the same operation, the full screen, or else the standard one.
-std::array<Points, kMeasuredTables.size()> ReadTables(const ImportOptions& options, Story* story) {
-  constexpr size_t kInstead[] = {1, 1, 0, 1};  // places in kMeasuredTables
-  constexpr size_t kOrder[] = {1, 0, 3, 2};
-  std::array<Points, kMeasuredTables.size()> tables;
-  for (const size_t i : kOrder) {
-    const char* const name = kMeasuredTables[i].name;
-    if (options.tables[i].empty()) {
-      const size_t instead = i == 2 && !options.tables[3].empty() ? 3 : kInstead[i];
-      story->Tell(fmt::format("{}: not measured, repeats {}", name, kMeasuredTables[instead].name));
-      tables[i] = tables[instead];
+/// The table that is repeated where `table` was not measured: the full screen of the same operation, or else the
+/// standard one.
+const MeasuredTable& Instead(const MeasuredTable& table, const ImportOptions& options) {
+  const MeasuredTable& full = *FindTable(100, table.hdr);
+  return table.hdr && options.tables.at(full.param).empty() ? *FindTable(table.coverage, false) : full;
+}
+
+using Tables = std::map<zarn::BLNitsParams, Points>;
+
+Tables ReadTables(const ImportOptions& options, Story* story) {
+  Tables tables;
+  for (const MeasuredTable* const table : TablesAsRead()) {
+    const std::string& file = options.tables.at(table->param);
+    if (file.empty()) {
+      const MeasuredTable& instead = Instead(*table, options);
+      story->Tell(fmt::format("{}: not measured, repeats {}", table->name, instead.name));
+      tables[table->param] = tables[instead.param];
     } else {
-      tables[i] = ReadTable(options.tables[i], name, options, story);
+      tables[table->param] = ReadTable(file, table->name, options, story);
     }
   }
   return tables;
@@ -186,9 +195,24 @@ void WriteList(const char* name, const std::vector<Row>& rows, Number Row::*numb
 
 void WriteTable(const MeasuredTable& table, const Points& points, std::ostream& file) {
   file << fmt::format("      <{}>\n", table.element);
-  WriteList("bl_value", points, &zarn::BlNitsPoint::bl, "        ", file);
-  WriteList("nits_value", points, &zarn::BlNitsPoint::nits, "        ", file);
+  WriteList(format::kPoints.first, points, &zarn::BlNitsPoint::bl, "        ", file);
+  WriteList(format::kPoints.second, points, &zarn::BlNitsPoint::nits, "        ", file);
   file << fmt::format("      </{}>\n", table.element);
+}
+
+void WriteGroup(const char* group, const Tables& tables, std::ostream& file) {
+  file << fmt::format("    <{}>\n", group);
+  for (const MeasuredTable* const table : TablesAsRead()) {
+    if (std::string_view(table->group) == group) {
+      WriteTable(*table, tables.at(table->param), file);
+    }
+  }
+  file << fmt::format("    </{}>\n", group);
+}
+
+template <class Number>
+std::string Attribute(const char* name, Number number) {
+  return fmt::format(R"( {}="{}")", name, number);
 }
 
 /// \param told gets what was done to the measurements.
@@ -211,27 +235,25 @@ void Write(const ImportOptions& options, std::FILE* told, std::ostream& file) {
   }
   file << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
   WriteComment(options, story, file);
-  file << fmt::format(R"(<Calib_Data gamma="{}" minimum_bl="{}" max_bl="{}" max_os_bl="{}"{}>)", options.gamma,
-                      options.minimum_bl, options.max_bl, options.max_os_bl,
-                      options.pcc_thresh ? fmt::format(R"( pcc_thresh="{}")", *options.pcc_thresh) : "")
-       << "\n";
+  file << "<" << format::kRoot << Attribute(format::kGamma.name, options.gamma)
+       << Attribute(format::kMinimumBl.name, options.minimum_bl) << Attribute(format::kMaxBl.name, options.max_bl)
+       << Attribute(format::kMaxOsBl.name, options.max_os_bl)
+       << (options.pcc_thresh ? Attribute(format::kPccThresh.name, *options.pcc_thresh) : "") << ">\n";
   using Pair = std::pair<uint32_t, uint32_t>;
-  WriteList("linearized_bl", pairs, &Pair::first, "  ", file);
-  WriteList("panel_bl", pairs, &Pair::second, "  ", file);
-  file << "  <measurement_data>\n";
-  for (const size_t group : {0U, 2U}) {
-    file << fmt::format("    <{}>\n", kMeasuredTables[group].group);
-    for (const size_t table : {group + 1, group}) {
-      WriteTable(kMeasuredTables[table], tables[table], file);
-    }
-    file << fmt::format("    </{}>\n", kMeasuredTables[group].group);
+  WriteList(format::kLinearTable.first, pairs, &Pair::first, "  ", file);
+  WriteList(format::kLinearTable.second, pairs, &Pair::second, "  ", file);
+  file << fmt::format("  <{}>\n", format::kMeasurements);
+  for (const char* const group : {format::kStandard, format::kHighBrightness}) {
+    WriteGroup(group, tables, file);
   }
-  file << "  </measurement_data>\n</Calib_Data>\n";
+  file << fmt::format("  </{}>\n</{}>\n", format::kMeasurements, format::kRoot);
 }
 
 void CheckOutput(const ImportOptions& options) {
-  std::vector<std::string> inputs(options.tables.begin(), options.tables.end());
-  inputs.push_back(options.linear);
+  std::vector<std::string> inputs = {options.linear};
+  for (const auto& [table, file] : options.tables) {
+    inputs.push_back(file);
+  }
   for (const std::string& input : inputs) {
     std::error_code error;
     if (std::filesystem::equivalent(input, options.output, error)) {
@@ -245,11 +267,11 @@ std::string TextOf(const ImportOptions& options, std::FILE* told) {
   std::ostringstream file;
   Write(options, told, file);
   std::string text = file.str();
-  if (text.size() > zarn::kMaxFileBytes) {
+  if (text.size() > format::kMaxFileBytes) {
     throw Failure(
         fmt::format("{}: not written: it would have {} bytes, the device loads at most {}; drop points with "
                     "--tolerance",
-                    options.output, text.size(), zarn::kMaxFileBytes));
+                    options.output, text.size(), format::kMaxFileBytes));
   }
   return text;
 }
@@ -277,13 +299,13 @@ void Run(const ImportOptions& options, CapturedLog* log) {
 void AddImportCommand(CLI::App* app, CapturedLog* log) {
   auto* const command = app->add_subcommand("import", "Make a calibration file from measurements, and check it");
   auto options = std::make_shared<ImportOptions>();
-  const char* const names[] = {"--standard-10", "--standard-100", "--hbm-10", "--hbm-100"};
-  for (const size_t i : {1U, 0U, 3U, 2U}) {
+  for (const MeasuredTable* const table : TablesAsRead()) {
+    const bool required = table->param == format::kStandard100.param;
     command
-        ->add_option(names[i], options->tables[i],
-                     fmt::format("CSV file, level,nits: {}{}", kMeasuredTables[i].name,
-                                 i == 1 ? "" : "; without it another table is repeated"))
-        ->required(i == 1)
+        ->add_option(fmt::format("--{}-{}", table->group, table->coverage), options->tables[table->param],
+                     fmt::format("CSV file, level,nits: {}{}", table->name,
+                                 required ? "" : "; without it another table is repeated"))
+        ->required(required)
         ->type_name("FILE");
   }
   command

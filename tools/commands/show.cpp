@@ -34,8 +34,8 @@ void Run(const std::string& argument, CapturedLog* log) {
   fmt::print("file           {}\n", Printable(panel.File()));
   fmt::print("panel levels   {} to {}\n", range.minimum_bl, range.max_bl);
   fmt::print("client levels  0 to {}\n", range.max_os_bl);
-  fmt::print("gamma          {}\n", panel.Get<zarn::BLGamma>(zarn::kBLGamma).gamma);
-  fmt::print("PCC threshold  {}\n\n", panel.Get<zarn::BLPccThresh>(zarn::kBLPccThresh).pcc_thresh);
+  fmt::print("gamma          {}\n", panel.Get(zarn::format::kGamma));
+  fmt::print("PCC threshold  {}\n\n", panel.Get(zarn::format::kPccThresh));
   fmt::print("{:<30}{:>6}  {:>16}  {:>20}\n", "measured table", "points", "client levels", "nits");
   for (const MeasuredTable& table : kMeasuredTables) {
     ShowTable(&panel, table);

@@ -6,6 +6,10 @@ namespace blnits {
 
 using tinyxml2::XMLElement;
 
+Path PathOf(const zarn::format::MeasuredTable& table) {
+  return {zarn::format::kMeasurements, table.group, table.element};
+}
+
 CalibrationSource::CalibrationSource(std::string file)
     : file_(std::move(file)), load_(zarn::LoadCalibrationFile(file_, &document_)) {
   if (load_.fault == zarn::LoadFault::kNone) {
@@ -51,6 +55,11 @@ std::optional<SourceValue> CalibrationSource::Attribute(const char* name) const 
     return std::nullopt;
   }
   return SourceValue{attribute->GetLineNum(), attribute->Value()};
+}
+
+int CalibrationSource::LineOfAttribute(const char* name) const {
+  const auto attribute = Attribute(name);
+  return attribute ? attribute->line : LineOf({});
 }
 
 }  // namespace blnits

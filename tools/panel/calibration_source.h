@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "calibration_file.h"
+#include "calibration_format.h"
 
 namespace blnits {
 
@@ -14,11 +15,15 @@ struct SourceValue {
   const char* text;  ///< What the library reads a number from; null where it finds no text.
 };
 
+/// Names of elements, each in the one before it; the root, in which the first is, is not named.
+using Path = std::vector<const char*>;
+
+/// Where a measured table stands.
+Path PathOf(const zarn::format::MeasuredTable& table);
+
 /// The text of a calibration file: what stands in which line. Numbers are the library's to read; here is their text.
 class CalibrationSource {
  public:
-  using Path = std::vector<const char*>;
-
   /// Reads the file with the library's own loader; Load() tells the outcome.
   explicit CalibrationSource(std::string file);
 
@@ -44,6 +49,9 @@ class CalibrationSource {
 
   /// An attribute of the root; nothing when it is missing.
   std::optional<SourceValue> Attribute(const char* name) const;
+
+  /// The line of that attribute or, where it is missing, of the root; 1 without a root.
+  int LineOfAttribute(const char* name) const;
 
  private:
   std::string file_;

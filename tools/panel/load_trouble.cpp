@@ -19,7 +19,7 @@ namespace blnits {
 namespace {
 
 namespace fs = std::filesystem;
-using Path = CalibrationSource::Path;
+namespace format = zarn::format;
 using Troubles = std::vector<LoadTrouble>;
 
 std::string WhyUnreadable(const std::string& file) {
@@ -108,7 +108,7 @@ std::string XmlTrouble(const CalibrationSource& source) {
     case tinyxml2::XML_ERROR_PARSING_UNKNOWN:
       return "markup that begins with <! does not end; close it with >";
     case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
-      return "there is no XML in the file; it begins with <Calib_Data";
+      return fmt::format("there is no XML in the file; it begins with <{}", format::kRoot);
     case tinyxml2::XML_ERROR_PARSING:
       return "the file ends before its elements are closed; close each that is opened";
     case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
@@ -130,34 +130,34 @@ void AddFault(const CalibrationSource& source, Troubles* troubles) {
     case zarn::LoadFault::kTooLarge:
       troubles->push_back(
           {0, fmt::format("the file is larger than {} MiB; drop points that the lines between the others give back",
-                          zarn::kMaxFileBytes >> 20)});
+                          format::kMaxFileBytes >> 20)});
       break;
     case zarn::LoadFault::kTagTooLong:
       troubles->push_back({line, fmt::format("this tag is longer than {} bytes; put the numbers into value elements",
-                                             zarn::kMaxTagBytes)});
+                                             format::kMaxTagBytes)});
       break;
     case zarn::LoadFault::kReferenceTooLong:
       troubles->push_back(
           {line,
            fmt::format(
                R"(from this "&#" to its ";" are more than {} bytes; write the character itself, or "&amp;" for &)",
-               zarn::kMaxReferenceBytes)});
+               format::kMaxReferenceBytes)});
       break;
     case zarn::LoadFault::kNestedTooDeep:
       troubles->push_back(
           {line, fmt::format("elements are nested more than {} deep; close the tag that is left open before it",
-                             zarn::kMaxDepth)});
+                             format::kMaxDepth)});
       break;
     case zarn::LoadFault::kTooManyNodes:
       troubles->push_back(
           {line, fmt::format("the file has more than {} elements, texts and comments; drop points that the lines "
                              "between the others give back",
-                             zarn::kMaxNodes)});
+                             format::kMaxNodes)});
       break;
     case zarn::LoadFault::kTooManyAttributes:
       troubles->push_back(
           {line, fmt::format("the file has more than {} attributes; put the numbers into value elements",
-                             zarn::kMaxAttributes)});
+                             format::kMaxAttributes)});
       break;
     case zarn::LoadFault::kNotWellFormed:
       troubles->push_back({line, XmlTrouble(source)});
@@ -168,11 +168,12 @@ void AddFault(const CalibrationSource& source, Troubles* troubles) {
 }
 
 void AddAttributes(const CalibrationSource& source, Troubles* troubles) {
-  for (const char* const name : {"gamma", "minimum_bl", "max_bl"}) {
-    if (!source.Attribute(name)) {
-      troubles->push_back({source.LineOf({}), fmt::format("Calib_Data has no attribute {}; add it", name)});
+  format::ForEachAttribute([&](const auto& attribute) {
+    if (attribute.absence == format::Absence::kRefused && !source.Attribute(attribute.name)) {
+      troubles->push_back(
+          {source.LineOf({}), fmt::format("{} has no attribute {}; add it", format::kRoot, attribute.name)});
     }
-  }
+  });
 }
 
 /// A list of values without text, or none. \param owner what has the list.
@@ -190,8 +191,13 @@ void AddList(const CalibrationSource& source, const Path& list, const std::strin
   }
 }
 
-void AddLists(const CalibrationSource& source, const Path& first, const Path& second, const std::string& owner,
+/// \param parent has the two lists. \param owner names it.
+void AddLists(const CalibrationSource& source, const Path& parent, const format::Lists& lists, const std::string& owner,
               Troubles* troubles) {
+  Path first = parent;
+  Path second = parent;
+  first.push_back(lists.first);
+  second.push_back(lists.second);
   AddList(source, first, owner, troubles);
   AddList(source, second, owner, troubles);
   const size_t firsts = source.Values(first).size();
@@ -200,7 +206,7 @@ void AddLists(const CalibrationSource& source, const Path& first, const Path& se
     troubles->push_back(
         {source.LineOf(second),
          fmt::format("{}: {} has {} values, but {} has {}; each value needs its partner in the other list", owner,
-                     second.back(), seconds, first.back(), firsts)});
+                     lists.second, seconds, lists.first, firsts)});
   }
 }
 
@@ -212,8 +218,6 @@ Path MissingOnTheWay(const CalibrationSource& source, Path path) {
   return path;
 }
 
-Path PathOf(const MeasuredTable& table) { return {"measurement_data", table.group, table.element}; }
-
 /// Which tables are missing, all in one.
 std::string TellMissing(const CalibrationSource& source) {
   std::vector<std::string> missing;
@@ -221,7 +225,7 @@ std::string TellMissing(const CalibrationSource& source) {
     if (source.Find(PathOf(table)) == nullptr) {
       const Path path = MissingOnTheWay(source, PathOf(table));
       missing.push_back(fmt::format("{} (no {} in {}, line {})", table.name, path.back(),
-                                    path.size() > 1 ? path[path.size() - 2] : "Calib_Data", source.LineOf(path)));
+                                    path.size() > 1 ? path[path.size() - 2] : format::kRoot, source.LineOf(path)));
     }
   }
   return fmt::format("{} of the four measured tables {} missing: {}; measure {}, or repeat another table there",
@@ -231,32 +235,28 @@ std::string TellMissing(const CalibrationSource& source) {
 
 void AddTables(const CalibrationSource& source, Troubles* troubles) {
   bool told = false;
-  for (const size_t i : {1U, 0U, 3U, 2U}) {  // the library's order
-    const MeasuredTable& table = kMeasuredTables[i];
-    Path levels = PathOf(table);
-    Path luminances = levels;
-    if (source.Find(levels) != nullptr) {
-      levels.push_back("bl_value");
-      luminances.push_back("nits_value");
-      AddLists(source, levels, luminances, table.name, troubles);
+  for (const MeasuredTable* const table : TablesAsRead()) {
+    const Path path = PathOf(*table);
+    if (source.Find(path) != nullptr) {
+      AddLists(source, path, format::kPoints, table->name, troubles);
     } else if (!std::exchange(told, true)) {
-      troubles->push_back({source.LineOf(levels), TellMissing(source)});
+      troubles->push_back({source.LineOf(path), TellMissing(source)});
     }
   }
 }
 
 void AddContent(const CalibrationSource& source, Troubles* troubles) {
   const auto* const root = source.Root();
-  if (root == nullptr || std::string_view(root->Name()) != "Calib_Data") {
-    troubles->push_back({source.LineOf({}), root == nullptr
-                                                ? "there is no element; the outermost one must be Calib_Data"
-                                                : fmt::format("the outermost element is {}; rename it to "
-                                                              "Calib_Data",
-                                                              Shown(root->Name()))});
+  if (root == nullptr || std::string_view(root->Name()) != format::kRoot) {
+    troubles->push_back(
+        {source.LineOf({}),
+         root == nullptr
+             ? fmt::format("there is no element; the outermost one must be {}", format::kRoot)
+             : fmt::format("the outermost element is {}; rename it to {}", Shown(root->Name()), format::kRoot)});
     return;
   }
   AddAttributes(source, troubles);
-  AddLists(source, {"linearized_bl"}, {"panel_bl"}, "Calib_Data", troubles);
+  AddLists(source, {}, format::kLinearTable, format::kRoot, troubles);
   AddTables(source, troubles);
 }
 

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 // A file that is there is meant, whatever it is called.
 bool IsPath(const std::string& argument) {
   std::error_code error;
-  return argument.find('/') != std::string::npos || fs::path(argument).extension() == ".xml" ||
+  return argument.find('/') != std::string::npos || fs::path(argument).extension() == zarn::format::kFileSuffix ||
          (fs::exists(argument, error) && !fs::is_directory(argument, error));
 }
 
@@ -31,7 +31,7 @@ std::string Searched(const fs::path& file) {
 
 // What the library would call the panel of this file.
 std::string PanelNameOf(const fs::path& path) {
-  const std::string start = "backlight_calib_";
+  const std::string start = zarn::format::kFilePrefix;
   const std::string stem = path.stem().string();
   return stem.compare(0, start.size(), start) == 0 ? stem.substr(start.size()) : stem;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "calibration_format.h"
 #include "panel/table_conversions.h"
 #include "support/captured_log.h"
 #include "support/failure.h"
@@ -43,6 +44,12 @@ class Panel {
   template <class Record>
   Record Get(zarn::BLNitsParams param) {
     return GetFrom<Record>(engine_.get(), param);
+  }
+
+  /// The number of an attribute of the file.
+  template <class Record, class Number>
+  Number Get(const zarn::format::Attribute<Record, Number>& attribute) {
+    return Get<Record>(attribute.param).*attribute.field;
   }
 
   /// The linear table as it stands in the file; kBLLinearTable is the dense one, or a Failure.

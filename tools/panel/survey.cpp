@@ -9,6 +9,21 @@
 
 namespace blnits {
 
+const MeasuredTable* FindTable(uint32_t coverage, bool hdr) {
+  const auto* const table =
+      std::find_if(kMeasuredTables.begin(), kMeasuredTables.end(),
+                   [&](const MeasuredTable& each) { return each.coverage == coverage && each.hdr == hdr; });
+  return table != kMeasuredTables.end() ? table : nullptr;
+}
+
+std::vector<const MeasuredTable*> TablesAsRead() {
+  std::vector<const MeasuredTable*> tables;
+  for (const auto& table : zarn::format::kMeasuredTables) {
+    tables.push_back(FindTable(table.coverage, table.hdr));
+  }
+  return tables;
+}
+
 std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table) {
   return panel->Get<zarn::BackLightToNitsTable>(table.param).points;
 }
@@ -25,7 +40,7 @@ namespace {
 
 using Levels = std::vector<uint32_t>;
 
-uint32_t LastLevel(Panel* panel) { return panel->Get<zarn::BLRange>(zarn::kBLRange).max_os_bl; }
+uint32_t LastLevel(Panel* panel) { return panel->Get(zarn::format::kMaxOsBl); }
 
 void AddWithNeighbours(uint32_t level, Levels* levels) {
   levels->insert(levels->end(), {level, level - std::min(level, 1U), level + std::min(UINT32_MAX - level, 1U)});
@@ -120,15 +135,8 @@ uint64_t CountLevels(const Levels& levels, const std::function<bool(size_t)>& ho
   return count;
 }
 
-const MeasuredTable* TableOf(const Curve& curve) {
-  const auto* const table = std::find_if(
-      kMeasuredTables.begin(), kMeasuredTables.end(),
-      [&](const MeasuredTable& measured) { return measured.coverage == curve.coverage && measured.hdr == curve.hdr; });
-  return table != kMeasuredTables.end() ? table : nullptr;
-}
-
 std::string NameOf(const Curve& curve) {
-  const MeasuredTable* const table = TableOf(curve);
+  const MeasuredTable* const table = FindTable(curve.coverage, curve.hdr);
   return table != nullptr ? table->name
                           : fmt::format("{}, {} %", curve.hdr ? "high brightness" : "standard", curve.coverage);
 }

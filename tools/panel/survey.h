@@ -6,27 +6,30 @@
 #include <string>
 #include <vector>
 
+#include "calibration_format.h"
 #include "panel/panel.h"
 
 namespace blnits {
 
-/// One of the four measured tables of a calibration.
-struct MeasuredTable {
-  const char* name;          ///< For readers: "standard, full screen".
-  zarn::BLNitsParams param;  ///< Which parameter holds it.
-  uint32_t coverage;         ///< Screen coverage of the measurement in per cent: 10 or 100.
-  bool hdr;                  ///< True: high brightness; false: standard operation.
-  const char* group;         ///< Name of its group's element in the file.
-  const char* element;       ///< Name of its own element in that group.
+/// One of the measured tables of a calibration.
+struct MeasuredTable : zarn::format::MeasuredTable {
+  const char* name;  ///< For readers: "standard, full screen".
 };
 
 /// In the order in which tables are told everywhere.
-constexpr std::array<MeasuredTable, 4> kMeasuredTables = {{
-    {"standard, 10 % of the screen", zarn::kBLNitsMapping10Percent, 10, false, "standard", "nits_10"},
-    {"standard, full screen", zarn::kBLNitsMapping100Percent, 100, false, "standard", "nits_100"},
-    {"high brightness, 10 %", zarn::kBLHdrNitsMapping10Percent, 10, true, "hbm", "nits_10"},
-    {"high brightness, full screen", zarn::kBLHdrNitsMapping100Percent, 100, true, "hbm", "nits_100"},
-}};
+inline constexpr std::array kMeasuredTables = {
+    MeasuredTable{zarn::format::kStandard10, "standard, 10 % of the screen"},
+    MeasuredTable{zarn::format::kStandard100, "standard, full screen"},
+    MeasuredTable{zarn::format::kHdr10, "high brightness, 10 %"},
+    MeasuredTable{zarn::format::kHdr100, "high brightness, full screen"},
+};
+static_assert(kMeasuredTables.size() == zarn::format::kMeasuredTables.size());
+
+/// The table that was measured at this coverage; null when none was.
+const MeasuredTable* FindTable(uint32_t coverage, bool hdr);
+
+/// The tables in the order in which the library reads them.
+std::vector<const MeasuredTable*> TablesAsRead();
 
 /// The points of one table, in the order of the file. \throws Failure.
 std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table);
@@ -63,9 +66,6 @@ struct Curve {
   bool hdr;
   std::vector<double> nits;  ///< One for each level; not a number where the device refuses.
 };
-
-/// The table that was measured at the curve's coverage; null between the coverages.
-const MeasuredTable* TableOf(const Curve& curve);
 
 /// "standard, full screen", "high brightness, 55 %".
 std::string NameOf(const Curve& curve);
