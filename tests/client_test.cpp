@@ -7,6 +7,7 @@
 #include <map>
 
 #include "backlight_nits_client.h"
+#include "calibration_format.h"
 
 namespace {
 
@@ -15,6 +16,8 @@ using client::Mode;
 using client::Operation;
 using client::Panel;
 using client::Pattern;
+
+static_assert(client::Panel::kHighestSampledLevel == format::kLastLinearizedLevel);
 
 constexpr Mode kModes[] = {Mode::kStandard, Mode::kHighBrightness};
 

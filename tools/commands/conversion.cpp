@@ -67,18 +67,11 @@ void AddConversionOptions(CLI::App* command, ConversionOptions* options) {
 void SwitchDimmingOn(const LutFiles& files, Panel* panel) {
   if (!files.dimming.empty()) {
     const auto range = panel->Get<zarn::BLRange>(zarn::kBLRange);
-    auto bl = ReadLut<uint32_t>(files.dimming, "a panel level", "panel", range.max_bl, "max_bl");
-    auto pcc = ReadLut<double>(files.attenuation, "a factor", "client", range.max_os_bl, "max_os_bl");
-    zarn::DimmingLuts luts;
-    luts.bl_lut_sz = static_cast<uint32_t>(bl.size());
-    luts.dimming_bl_lut = bl.data();
-    luts.pcc_lut_sz = static_cast<uint32_t>(pcc.size());
-    luts.pcc_attn_lut = pcc.data();
-    panel->Set(zarn::kBLDimmingLuts, luts, "the dimming LUTs cannot be set");
+    const auto bl = ReadLut<uint32_t>(files.dimming, "a panel level", "panel", range.max_bl, "max_bl");
+    const auto pcc = ReadLut<double>(files.attenuation, "a factor", "client", range.max_os_bl, "max_os_bl");
+    panel->SetDimmingLuts(bl, pcc);
   }
-  zarn::BLDimmingStatus status;
-  status.enabled = true;
-  panel->Set(zarn::kBLDimmingStatus, status, "dimming cannot be switched on");
+  panel->SwitchDimmingOn();
 }
 
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log) {

@@ -36,6 +36,16 @@ std::string PanelNameOf(const fs::path& path) {
   return stem.compare(0, start.size(), start) == 0 ? stem.substr(start.size()) : stem;
 }
 
+zarn::client::Mode ModeOf(bool hdr) {
+  return hdr ? zarn::client::Mode::kHighBrightness : zarn::client::Mode::kStandard;
+}
+
+// 0, or the library's code.
+template <class Value>
+int ResultOf(const zarn::client::Result<Value>& result) {
+  return result ? 0 : result.error().code;
+}
+
 }  // namespace
 
 Panel::Panel(const std::string& argument, CapturedLog* log) : Panel(log) {
@@ -75,9 +85,9 @@ void Panel::OpenByPath(const std::string& path) {
 }
 
 int Panel::InitEngine() {
-  engine_ = MakeEngine(engine_name_);
+  client_ = *zarn::client::Panel::Attach(MakeEngine(engine_name_));
   log_->Take();
-  return engine_->Init();
+  return ResultOf(client_->Init());
 }
 
 // Engines densify the table, parsers do not.
@@ -85,6 +95,18 @@ zarn::BLLinearTable Panel::SparseLinearTable() {
   const auto parser = MakeParser(engine_name_);
   CheckLoaded(parser->Init());
   return GetFrom<zarn::BLLinearTable>(parser.get(), zarn::kBLLinearTable);
+}
+
+void Panel::SetDimmingLuts(const std::vector<uint32_t>& panel_levels, const std::vector<double>& attenuation) {
+  log_->Take();
+  ask_engine_ = true;
+  Check(ResultOf(client_->SetDimmingLuts(panel_levels, attenuation)), "the dimming LUTs cannot be set");
+}
+
+void Panel::SwitchDimmingOn() {
+  log_->Take();
+  ask_engine_ = true;
+  Check(ResultOf(client_->SetDimming(true)), "dimming cannot be switched on");
 }
 
 double Panel::ToNits(uint32_t level, uint32_t coverage, bool hdr) {
@@ -107,13 +129,8 @@ std::optional<double> Panel::TryToNits(uint32_t level, uint32_t coverage, bool h
     ret_ = (hdr ? tables->high_brightness : tables->standard).ToNits(level, coverage, &nits);
     return ret_ == 0 ? std::optional(nits) : std::nullopt;
   }
-  zarn::BlBackLight in;
-  in.percentage = coverage;
-  in.bl = level;
-  in.hdr = hdr;
-  zarn::BlNitsValue out;
-  ret_ = Process(zarn::kBLToNits, in, &out);
-  return ret_ == 0 ? std::optional(out.nits) : std::nullopt;
+  log_->Take();
+  return Keep(client_->Nits(level, coverage, ModeOf(hdr)));
 }
 
 std::optional<uint32_t> Panel::TryToLevel(double nits, uint32_t coverage, bool hdr) {
@@ -124,13 +141,8 @@ std::optional<uint32_t> Panel::TryToLevel(double nits, uint32_t coverage, bool h
     ret_ = (hdr ? tables->high_brightness : tables->standard).ToLevel(nits, coverage, &level);
     return ret_ == 0 ? std::optional(level) : std::nullopt;
   }
-  zarn::BlNitsValue in;
-  in.percentage = coverage;
-  in.nits = nits;
-  in.hdr = hdr;
-  zarn::BlNitsValue out;
-  ret_ = Process(zarn::kNitsToBL, in, &out);
-  return ret_ == 0 ? std::optional(out.bl) : std::nullopt;
+  log_->Take();
+  return Keep(client_->Level(nits, coverage, ModeOf(hdr)));
 }
 
 // Null: the engine has to be asked, since dimming maps may answer, or to say why it refuses the coverage.
@@ -147,17 +159,10 @@ const Panel::Tables* Panel::TablesFor(uint32_t coverage) {
   return &*tables_;
 }
 
-template <class In>
-int Panel::Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out) {
-  zarn::GenericPayload in_payload;
-  zarn::GenericPayload out_payload;
-  zarn::BlNitsValue* result = nullptr;
-  in_payload.CopyPayload(in);
-  out_payload.CreatePayload(result);
-  log_->Take();
-  const int ret = engine_->ProcessOps(op, in_payload, &out_payload);
-  *out = *result;
-  return ret;
+template <class Value>
+std::optional<Value> Panel::Keep(const zarn::client::Result<Value>& answer) {
+  ret_ = ResultOf(answer);
+  return answer ? std::optional(*answer) : std::nullopt;
 }
 
 void Panel::CheckLoaded(int ret) const {

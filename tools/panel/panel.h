@@ -1,12 +1,11 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "backlight_nits_intf.h"
+#include "backlight_nits_client.h"
 #include "calibration_format.h"
 #include "panel/table_conversions.h"
 #include "support/captured_log.h"
@@ -43,7 +42,7 @@ class Panel {
   /// A parameter's record.
   template <class Record>
   Record Get(zarn::BLNitsParams param) {
-    return GetFrom<Record>(engine_.get(), param);
+    return GetFrom<Record>(client_->Engine().get(), param);
   }
 
   /// The number of an attribute of the file.
@@ -55,15 +54,11 @@ class Panel {
   /// The linear table as it stands in the file; kBLLinearTable is the dense one, or a Failure.
   zarn::BLLinearTable SparseLinearTable();
 
-  /// Sets a parameter. \param failure says what has failed when the library refuses.
-  template <class Record>
-  void Set(zarn::BLNitsParams param, const Record& record, const std::string& failure) {
-    zarn::GenericPayload payload;
-    payload.CopyPayload(record);
-    log_->Take();
-    ask_engine_ = true;
-    Check(engine_->SetParameter(param, payload), failure);
-  }
+  /// Sets the dimming LUTs. \throws also for a wrong number of entries: zarn::client::Panel::SetDimmingLuts.
+  void SetDimmingLuts(const std::vector<uint32_t>& panel_levels, const std::vector<double>& attenuation);
+
+  /// Switches dimming on.
+  void SwitchDimmingOn();
 
   /// Luminance in nits of a client level at a coverage in per cent.
   double ToNits(uint32_t level, uint32_t coverage, bool hdr);
@@ -89,16 +84,14 @@ class Panel {
   int InitEngine();
   template <class Record>
   Record GetFrom(zarn::BackLightNitsIntf* component, zarn::BLNitsParams param) {
-    zarn::GenericPayload payload;
-    Record* record = nullptr;
-    payload.CreatePayload(record);
+    zarn::client::Holding<Record> held;
     log_->Take();
-    Check(component->GetParameter(param, &payload), "the parameter cannot be read");
-    return *record;
+    Check(component->GetParameter(param, &held.payload), "the parameter cannot be read");
+    return *held.record;
   }
   const Tables* TablesFor(uint32_t coverage);
-  template <class In>
-  int Process(zarn::BLNitOps op, const In& in, zarn::BlNitsValue* out);
+  template <class Value>
+  std::optional<Value> Keep(const zarn::client::Result<Value>& answer);
   void CheckLoaded(int ret) const;
   void Check(int ret, const std::string& what) const;
   std::string Refusal(int ret, const std::string& what) const;
@@ -107,10 +100,10 @@ class Panel {
   int ret_ = 0;  // of the last conversion
   std::string name_;
   std::string file_;
-  std::string engine_name_;  // as MakeEngine takes it
-  std::shared_ptr<zarn::BackLightNitsIntf> engine_;
-  bool ask_engine_ = false;       // A parameter was set: the answers may come from dimming maps.
-  std::optional<Tables> tables_;  // Made when needed.
+  std::string engine_name_;                    // as MakeEngine takes it
+  std::optional<zarn::client::Panel> client_;  // Always there once the panel is open.
+  bool ask_engine_ = false;                    // A parameter was set: the answers may come from dimming maps.
+  std::optional<Tables> tables_;               // Made when needed.
 };
 
 }  // namespace blnits
