@@ -20,7 +20,6 @@ namespace {
 
 constexpr size_t kRequests = 4096;  // a power of two
 constexpr int kMaxThreads = 4;
-constexpr uint32_t kCoverages[] = {10, 55, 100};
 
 /// All that is compared, on a panel with so many points and levels.
 class Case {
@@ -38,11 +37,11 @@ class Case {
       array.push_back(curve.Nits(level));
     }
     std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): the same in every run
-    std::uniform_int_distribution<size_t> coverage(0, std::size(kCoverages) - 1);
+    std::uniform_int_distribution<uint32_t> coverage(0, 2);
     std::uniform_int_distribution<uint32_t> level(1, levels);
     std::uniform_real_distribution<double> nits(2.0, plain.calibration.standard_100.back().second);
     for (size_t i = 0; i < kRequests; ++i) {
-      requests.push_back({kCoverages[coverage(random)], level(random), nits(random)});
+      requests.push_back({10 + 45 * coverage(random), level(random), nits(random)});
     }
     CheckReferences();
   }
@@ -131,49 +130,44 @@ void AddLibrary(const char* operation, Answer answer) {
   Add(operation, "levels grow", answer, kLevels)->ArgsProduct({{32}, {63, 255, 1023, 4095, 16383}})->Complexity();
 }
 
-using R = Request;
-
 void AddConversions() {
-  AddLibrary("level to nits, tables", [](Client& c, const R& r) { return c.plain.Nits(r); });
-  AddReference("level to nits, tables", "bare", [](Client& c, const R& r) { return NitsBy(c.references.points, r); });
-  AddReference("level to nits, tables", "mandated", [](Client& c, const R& r) { return c.references.MandatedNits(r); });
-  AddReference("level to nits, tables", "peer", [](Client& c, const R& r) { return c.peer.Nits(r); });
+  AddLibrary("level to nits, tables", [](auto& c, auto& r) { return c.plain.Nits(r); });
+  AddReference("level to nits, tables", "bare", [](auto& c, auto& r) { return NitsBy(c.references.points, r); });
+  AddReference("level to nits, tables", "mandated", [](auto& c, auto& r) { return c.references.MandatedNits(r); });
+  AddReference("level to nits, tables", "peer", [](auto& c, auto& r) { return c.peer.Nits(r); });
 
-  AddLibrary("nits to level, tables", [](Client& c, const R& r) { return c.plain.Level(r); });
-  AddReference("nits to level, tables", "bare", [](Client& c, const R& r) { return LevelBy(c.references.points, r); });
-  AddReference("nits to level, tables", "mandated",
-               [](Client& c, const R& r) { return c.references.MandatedLevel(r); });
-  AddReference("nits to level, tables", "peer", [](Client& c, const R& r) { return c.peer.Level(r); });
+  AddLibrary("nits to level, tables", [](auto& c, auto& r) { return c.plain.Level(r); });
+  AddReference("nits to level, tables", "bare", [](auto& c, auto& r) { return LevelBy(c.references.points, r); });
+  AddReference("nits to level, tables", "mandated", [](auto& c, auto& r) { return c.references.MandatedLevel(r); });
+  AddReference("nits to level, tables", "peer", [](auto& c, auto& r) { return c.peer.Level(r); });
 
-  AddLibrary("level to nits, maps", [](Client& c, const R& r) { return c.dimmed.Nits(r); });
-  AddReference("level to nits, maps", "bare", [](Client& c, const R& r) { return NitsBy(c.references.maps, r); });
-  AddReference("level to nits, maps", "mandated",
-               [](Client& c, const R& r) { return c.references.MandatedMappedNits(r); });
-  AddReference("level to nits, maps", "peer", [](Client& c, const R& r) { return c.peer.MappedNits(r); });
+  AddLibrary("level to nits, maps", [](auto& c, auto& r) { return c.dimmed.Nits(r); });
+  AddReference("level to nits, maps", "bare", [](auto& c, auto& r) { return NitsBy(c.references.maps, r); });
+  AddReference("level to nits, maps", "mandated", [](auto& c, auto& r) { return c.references.MandatedMappedNits(r); });
+  AddReference("level to nits, maps", "peer", [](auto& c, auto& r) { return c.peer.MappedNits(r); });
 
-  AddLibrary("nits to level, maps", [](Client& c, const R& r) { return c.dimmed.Level(r); });
+  AddLibrary("nits to level, maps", [](auto& c, auto& r) { return c.dimmed.Level(r); });
   AddReference("nits to level, maps", "bare, locked",
-               [](Client& c, const R& r) { return c.references.LockedMappedLevel(r); });
+               [](auto& c, auto& r) { return c.references.LockedMappedLevel(r); });
 }
 
 void AddWholeTables() {
-  AddLibrary("dense table", [](Client& c, const R&) { return c.plain.Dense().size(); });
-  AddReference("dense table", "bare",
-               [](Client& c, const R&) { return DenseOf(c.all.plain.calibration.linear).size(); });
-  AddReference("dense table", "mandated", [](Client& c, const R&) { return c.references.MandatedDense().size(); });
-  AddReference("dense table", "peer", [](Client& c, const R&) { return c.peer.Dense().size(); });
+  AddLibrary("dense table", [](auto& c, auto&) { return c.plain.Dense().size(); });
+  AddReference("dense table", "bare", [](auto& c, auto&) { return DenseOf(c.all.plain.calibration.linear).size(); });
+  AddReference("dense table", "mandated", [](auto& c, auto&) { return c.references.MandatedDense().size(); });
+  AddReference("dense table", "peer", [](auto& c, auto&) { return c.peer.Dense().size(); });
 
-  AddLibrary("Init", [](Client& c, const R&) { return c.plain.Init(), 0; });
-  AddReference("Init", "bare", [](Client& c, const R&) {
+  AddLibrary("Init", [](auto& c, auto&) { return c.plain.Init(), 0; });
+  AddReference("Init", "bare", [](auto& c, auto&) {
     tinyxml2::XMLDocument document;
     Require(document.LoadFile(c.all.plain.file.c_str()) == 0, "the file is XML");
     return 0;
   });
 
-  AddLibrary("LUT update", [](Client& c, const R&) { return c.all.dimmed.SetLuts(), 0; });
-  AddReference("LUT update", "bare", [](Client& c, const R&) { return c.references.BareLuts(), 0; });
-  AddReference("LUT update", "mandated", [](Client& c, const R&) { return c.references.MandatedLuts(), 0; });
-  AddReference("LUT update", "peer", [](Client& c, const R&) { return c.peer.Luts(), 0; });
+  AddLibrary("LUT update", [](auto& c, auto&) { return c.all.dimmed.SetLuts(), 0; });
+  AddReference("LUT update", "bare", [](auto& c, auto&) { return c.references.BareLuts(), 0; });
+  AddReference("LUT update", "mandated", [](auto& c, auto&) { return c.references.MandatedLuts(), 0; });
+  AddReference("LUT update", "peer", [](auto& c, auto&) { return c.peer.Luts(), 0; });
 }
 
 /// Sampled curves beside what else a client could do: read an array of its own, search it, or ask the engine.
@@ -181,22 +175,22 @@ void AddCurves() {
   const auto add = [](const char* operation, const char* who, auto answer) {
     return Add(operation, who, answer)->ArgsProduct({{32}, {255, 4095}});
   };
-  const auto curve_nits = [](Client& c, const R& r) { return c.all.curve.Nits(r.bl); };
-  const auto curve_level = [](Client& c, const R& r) { return c.all.curve.Level(r.nits); };
+  const auto curve_nits = [](auto& c, auto& r) { return c.all.curve.Nits(r.bl); };
+  const auto curve_level = [](auto& c, auto& r) { return c.all.curve.Level(r.nits); };
   add("level to nits, curve", "library", curve_nits);
-  add("level to nits, curve", "array", [](Client& c, const R& r) {
+  add("level to nits, curve", "array", [](auto& c, auto& r) {
     return r.bl < c.all.array.size() ? c.all.array[r.bl] : std::numeric_limits<double>::quiet_NaN();
   });
-  add("level to nits, curve", "engine, maps", [](Client& c, const R& r) { return c.dimmed.Nits({55, r.bl, 0.0}); });
-  add("level to nits, curve", "peer", [](Client& c, const R& r) { return c.peer.Nits({55, r.bl, 0.0}); });
+  add("level to nits, curve", "engine, maps", [](auto& c, auto& r) { return c.dimmed.Nits({55, r.bl, 0.0}); });
+  add("level to nits, curve", "peer", [](auto& c, auto& r) { return c.peer.Nits({55, r.bl, 0.0}); });
   add("nits to level, curve", "library", curve_level);
-  add("nits to level, curve", "array", [](Client& c, const R& r) { return LevelIn(c.all.array, r.nits); });
-  add("nits to level, curve", "engine, maps", [](Client& c, const R& r) { return c.dimmed.Level({55, 0, r.nits}); });
+  add("nits to level, curve", "array", [](auto& c, auto& r) { return LevelIn(c.all.array, r.nits); });
+  add("nits to level, curve", "engine, maps", [](auto& c, auto& r) { return c.dimmed.Level({55, 0, r.nits}); });
   add("level to nits, curve", "threads", curve_nits)->ThreadRange(1, 2)->UseRealTime();
   add("nits to level, curve", "threads", curve_level)->ThreadRange(1, 2)->UseRealTime();
 
-  add("sampling, tables", "library", [](Client& c, const R&) { return c.all.plain.client.Sample(55)->Size(); });
-  add("sampling, maps", "library", [](Client& c, const R&) { return c.all.dimmed.client.Sample(55)->Size(); });
+  add("sampling, tables", "library", [](auto& c, auto&) { return c.all.plain.client.Sample(55)->Size(); });
+  add("sampling, maps", "library", [](auto& c, auto&) { return c.all.dimmed.client.Sample(55)->Size(); });
   const auto convert_all = [](Caller* caller, size_t levels) {
     double sum = 0.0;
     for (uint32_t level = 0; level < levels; ++level) {
@@ -204,17 +198,16 @@ void AddCurves() {
     }
     return sum;
   };
-  add("sampling, tables", "conversions",
-      [=](Client& c, const R&) { return convert_all(&c.plain, c.all.array.size()); });
-  add("sampling, maps", "conversions", [=](Client& c, const R&) { return convert_all(&c.dimmed, c.all.array.size()); });
+  add("sampling, tables", "conversions", [=](auto& c, auto&) { return convert_all(&c.plain, c.all.array.size()); });
+  add("sampling, maps", "conversions", [=](auto& c, auto&) { return convert_all(&c.dimmed, c.all.array.size()); });
 }
 
 void AddThreads() {
   const auto add = [](const char* who, auto answer) {
     Add("level to nits, tables", who, answer)->Args({32, 255})->ThreadRange(1, kMaxThreads)->UseRealTime();
   };
-  add("threads, one engine", [](Client& c, const R& r) { return c.plain.Nits(r); });
-  add("threads, an engine each", [](Client& c, const R& r) { return c.own.Nits(r); });
+  add("threads, one engine", [](auto& c, auto& r) { return c.plain.Nits(r); });
+  add("threads, an engine each", [](auto& c, auto& r) { return c.own.Nits(r); });
 }
 
 }  // namespace
