@@ -27,9 +27,9 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "blnits " BLNITS_VERSION);
   app.footer(
-      "Exit status: 0; 1 for a negative verdict (check finds an error, diff exceeds a limit); 2 for trouble: wrong\n"
-      "usage, a file or a level that is refused, output that cannot be written.\n"
-      "Each subcommand has a --help with an example. To begin with: blnits check samples/*.xml");
+      "Exit status: 0 for success; 1 when check finds an error or diff exceeds a limit; 2 for wrong usage, a refused\n"
+      "file or level, or output that cannot be written.\n"
+      "Each subcommand has a --help with an example. Begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
   blnits::AddLevelCommand(&app, &log);

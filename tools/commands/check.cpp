@@ -73,20 +73,20 @@ std::vector<std::string> RuleNames() {
 
 void AddCheckCommand(CLI::App* app, CapturedLog* log) {
   auto* const command =
-      app->add_subcommand("check", "Tell what is wrong in calibration files, and what the device does");
+      app->add_subcommand("check", "Find the faults of calibration files, and show what the device does with them");
   auto options = std::make_shared<CheckOptions>();
   command->add_option("FILE", options->files, "Calibration files, of any name");
   command->add_flag("--strict", options->strict, "Exit with status 1 on warnings, too");
-  command->add_option("--disable", options->disabled, "A rule that is not applied; may be repeated")
+  command->add_option("--disable", options->disabled, "Do not apply this rule; may be repeated")
       ->allow_extra_args(false)
       ->check(CLI::IsMember(RuleNames()).description(""))
       ->type_name("RULE");
   AddFormatOption(command, &options->format);
-  command->add_option("--limit", options->limit, "Findings of one rule in one file that are told; 0: all")
+  command->add_option("--limit", options->limit, "How many findings of a rule to print for each file; 0: all")
       ->capture_default_str();
-  command->add_flag("--list-rules", options->list_rules, "List the rules and end");
+  command->add_flag("--list-rules", options->list_rules, "List the rules and exit");
   command->footer(
-      "Findings: FILE:LINE: error|warning|note: TEXT [RULE]. Exit status: 0 without an error, else 1.\n"
+      "Findings: FILE:LINE: error|warning|note: TEXT [RULE]. Exit status: 0 without an error, otherwise 1.\n"
       "Example: blnits check --strict samples/*.xml");
   command->callback([options, log] { Run(*options, log); });
 }

@@ -90,7 +90,7 @@ std::string WordsFor(const CLI::App& app, const CLI::ParseError& error) {
 void AddHelpCommand(CLI::App* app) {
   auto* const command = app->add_subcommand("help", "Print the help of blnits or of one subcommand");
   auto name = std::make_shared<std::string>();
-  command->add_option("COMMAND", *name, "The subcommand; without it, blnits");
+  command->add_option("COMMAND", *name, "The subcommand; default: blnits itself");
   command->footer("Example: blnits help check");
   command->callback([app, name] {
     // An app's own help() is that of the subcommand which runs.

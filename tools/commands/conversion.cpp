@@ -36,19 +36,20 @@ void AddPanelArgument(CLI::App* command, std::string* panel) {
 }
 
 void AddFormatOption(CLI::App* command, std::string* format) {
-  command->add_option("--format", *format, "text, or json for machines: one object a line")
+  command->add_option("--format", *format, "text, or json: one object on each line")
       ->check(CLI::IsMember({"text", "json"}))
       ->type_name("FORMAT")
       ->capture_default_str();
 }
 
 void AddLutOptions(CLI::App* command, LutFiles* luts) {
-  auto* const dimming = command->add_option("--dimming-lut", luts->dimming,
-                                            "File of the dimming LUT, and dimming on: a dimmed panel level for each "
-                                            "panel level 0 to max_bl, one a line or the last column of a CSV file");
+  auto* const dimming =
+      command->add_option("--dimming-lut", luts->dimming,
+                          "Switch dimming on with the LUT of this file: a dimmed panel level for each "
+                          "panel level 0 to max_bl, one on each line or the last column of a CSV file");
   auto* const attenuation = command->add_option("--attenuation", luts->attenuation,
                                                 "File of the attenuation LUT: a factor for each client level 0 to "
-                                                "max_os_bl, likewise");
+                                                "max_os_bl, in the same format");
   dimming->needs(attenuation);
   attenuation->needs(dimming);
 }
@@ -59,8 +60,8 @@ void AddConversionOptions(CLI::App* command, ConversionOptions* options) {
       ->check(CLI::Range(uint32_t{0}, UINT32_MAX, "PERCENT"))
       ->capture_default_str();
   command->add_flag("--hdr", options->hdr, "Use the high-brightness curves");
-  command->add_flag("--table", options->table, "Print what was given, the result and the coverage in columns");
-  command->add_flag("--dimming", options->dimming, "Switch dimming on; without LUTs every level then has 0 nits");
+  command->add_flag("--table", options->table, "Print input, result and coverage in columns");
+  command->add_flag("--dimming", options->dimming, "Switch dimming on; if no LUTs are set, every level has 0 nits");
   AddLutOptions(command, &options->luts);
 }
 

@@ -294,8 +294,7 @@ PictureFormat FormatOf(const CurveOptions& options) {
   if (options.format == "svg" || options.output == "-" || ends(".svg")) {
     return PictureFormat::kSvg;
   }
-  throw Failure(
-      fmt::format("{}: the name of a picture ends with .svg or .png, or --format says which it is", options.output));
+  throw Failure(fmt::format("{}: the name must end with .svg or .png, or --format must be given", options.output));
 }
 
 void DrawCurves(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
@@ -328,34 +327,34 @@ void Run(const CurveOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddCurveCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("curve", "Draw what a panel's levels show, in nits");
+  auto* const command = app->add_subcommand("curve", "Draw the luminance of a panel's levels");
   auto options = std::make_shared<CurveOptions>();
   AddPanelArgument(command, &options->panel);
   command->add_option("--compare", options->compared, "A second panel in the same picture")->type_name("PANEL");
-  command->add_option("-c,--coverage", options->coverages, "Shares of the screen that are lit, 1 to 100 per cent")
+  command
+      ->add_option("-c,--coverage", options->coverages,
+                   "Coverages to draw: shares of the screen that are lit, 1 to 100 per cent")
       ->check(CLI::Range(1, 100).description(""))
       ->type_name("PERCENT")
       ->capture_default_str();
-  command->add_flag("--log", options->logarithmic,
-                    "A logarithmic axis of luminances; differences are then in per cent");
-  command->add_flag("--relative", options->relative, "An axis of levels in per cent of each panel's range");
+  command->add_flag("--log", options->logarithmic, "Use a logarithmic axis of luminance; show differences in per cent");
+  command->add_flag("--relative", options->relative, "Show levels in per cent of each panel's range");
   auto* const output =
       command
-          ->add_option(
-              "-o,--output", options->output,
-              "The picture's file, .svg or .png; -: standard output. Without it, the terminal shows the picture")
+          ->add_option("-o,--output", options->output,
+                       "The picture's file, .svg or .png; -: standard output. Default: draw in the terminal")
           ->type_name("FILE");
   auto* const format =
-      command->add_option("--format", options->format, "svg or png, where the file's name does not say it")
+      command->add_option("--format", options->format, "svg or png, if the file's name has no such ending")
           ->check(CLI::IsMember({"svg", "png"}).description(""))
           ->type_name("FORMAT");
   command
       ->add_flag("--csv", options->csv,
-                 "Print the numbers instead, in nits: every client level up to 65,535, and the measured ones beyond")
+                 "Print the numbers in nits instead: every client level up to 65,535, and the measured levels above")
       ->excludes(output)
       ->excludes(format);
   command->footer(
-      "Marks are measured points, dashed lines extrapolated. gnuplot draws (Debian's package gnuplot-nox).\n"
+      "Marks are measured points; dashed lines are extrapolated. Needs gnuplot (Debian's package gnuplot-nox).\n"
       "Example: blnits curve samples/backlight_calib_oled_hbm.xml --coverage 10 100 --log -o hbm.svg");
   command->callback([options, log] { Run(*options, log); });
 }

@@ -177,7 +177,7 @@ void PrintText(const Difference& difference, const DiffOptions& options) {
   const std::string left_out = LeftOut(levels);
   fmt::print("\nclient levels 0 to {}, {} compared\n", levels.back(), levels.size());
   PrintLastLevels("client levels", difference.last);
-  fmt::print("{}\n", left_out.empty() ? "" : left_out + "; rms needs them all\n");
+  fmt::print("{}\n", left_out.empty() ? "" : left_out + "; rms needs every level\n");
   fmt::print("{:<30}{:>13}{:>10}{:>11}{:>11}{:>10}{:>9}{:>9}\n", "measured table", "largest nits", "at level",
              "rms nits", "largest %", "at level", "rms %", "refused");
   for (const TableDifference& table : difference.tables) {
@@ -233,21 +233,24 @@ void Run(const DiffOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddDiffCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("diff", "Compare two calibrations by what the device makes of them");
+  auto* const command = app->add_subcommand("diff", "Compare the attributes and tables of two calibrations");
   auto options = std::make_shared<DiffOptions>();
   command->add_option("A", options->a, "Panel's name, or path to its file")->required();
-  command->add_option("B", options->b, "The panel that is compared with it; per cent are of A")->required();
-  command->add_option("--max-nits", options->max_nits, "Exit with status 1 when a table differs by more, in nits")
+  command->add_option("B", options->b, "The panel to compare with A; differences in per cent are relative to A")
+      ->required();
+  command->add_option("--max-nits", options->max_nits, "Exit with status 1 if a table differs by more nits")
       ->check(NotNegative())
       ->type_name("NITS");
-  command->add_option("--max-percent", options->max_percent, "The same in per cent, at levels where A is not dark")
+  command
+      ->add_option("--max-percent", options->max_percent,
+                   "Exit with status 1 if a table differs by more per cent, at levels where A is not dark")
       ->check(NotNegative())
       ->type_name("PERCENT");
   AddFormatOption(command, &options->format);
   command->footer(
-      "Over the client levels that both have: each up to 65,535, and beyond that each measured point of both with\n"
-      "the levels next to it, which have the largest differences. A level that one of the two refuses passes no "
-      "limit.\n"
+      "Compares the client levels that both have: each up to 65,535, and above that each measured point of both with\n"
+      "the levels next to it, which have the largest differences. A level that only one of the two refuses fails\n"
+      "every limit.\n"
       "Example: blnits diff samples/backlight_calib_oled_phone.xml revised.xml --max-percent 2");
   command->callback([options, log] { Run(*options, log); });
 }

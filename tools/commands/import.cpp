@@ -257,7 +257,7 @@ void CheckOutput(const ImportOptions& options) {
   for (const std::string& input : inputs) {
     std::error_code error;
     if (std::filesystem::equivalent(input, options.output, error)) {
-      throw Failure(fmt::format("{}: would be replaced by the calibration; give --output another name", input));
+      throw Failure(fmt::format("{}: is an input and would be overwritten; give --output another name", input));
     }
   }
 }
@@ -304,13 +304,11 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
     command
         ->add_option(fmt::format("--{}-{}", table->group, table->coverage), options->tables[table->param],
                      fmt::format("CSV file, level,nits: {}{}", table->name,
-                                 required ? "" : "; without it another table is repeated"))
+                                 required ? "" : "; default: a copy of another table"))
         ->required(required)
         ->type_name("FILE");
   }
-  command
-      ->add_option("--linear", options->linear,
-                   "CSV file, linearized level,panel level; without it panel levels are taken as linear")
+  command->add_option("--linear", options->linear, "CSV file, linearized level,panel level; default: a straight line")
       ->type_name("FILE");
   const auto level = CLI::Range(0, INT32_MAX).description("");
   command->add_option("--minimum-bl", options->minimum_bl, "Lowest panel level")
@@ -329,13 +327,14 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
   command->add_option("--pcc-thresh", options->pcc_thresh, "Threshold of the colour-correction attenuation")
       ->check(NotNegative())
       ->type_name("FACTOR");
-  command->add_option("--date", options->date, "When it was measured, for the comment in the file")->type_name("TEXT");
+  command->add_option("--date", options->date, "Date of the measurement, for the comment in the file")
+      ->type_name("TEXT");
   command->add_flag("--monotone", options->monotone,
-                    "Repair falling readings by the smallest change; every change is told");
+                    "Repair falling readings by the smallest change, and report every change");
   command
       ->add_option("--tolerance", options->tolerance,
-                   "Drop points that the lines between the others give back within so many nits, or, with a % behind\n"
-                   "the number, within such a share of their luminance: 0.2%")
+                   "Drop points that interpolation between the others reproduces within this many nits or, with a %\n"
+                   "after the number, within this share of their luminance: 0.2%")
       ->check(CLI::Validator(
           [](const std::string& text) {
             return NotNegative()(text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0)));
@@ -349,7 +348,7 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
       ->required()
       ->type_name("FILE");
   command->footer(
-      "CSV files may have a header, which names the columns, and comments after '#'; readings of the same level\n"
+      "CSV files may have a header, which names the columns, and comments after '#'. Readings of the same level\n"
       "are averaged.\n"
       "Example: blnits import --standard-100 full.csv --standard-10 window.csv --minimum-bl 1 --max-bl 4095\n"
       "           --max-os-bl 255 --gamma 2.2 --date 2026-11-23 --monotone -o backlight_calib_mine.xml");

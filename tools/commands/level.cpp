@@ -13,7 +13,7 @@ void AddLevelCommand(CLI::App* app, CapturedLog* log) {
   auto options = std::make_shared<Options>();
   AddConversionOptions(command, options.get());
   command
-      ->add_option("-n,--nits", options->nits, "Luminances; without it they are read from standard input, one a line")
+      ->add_option("-n,--nits", options->nits, "Luminances. Default: read them from standard input, one on each line")
       ->check(Finite())
       ->type_name("NITS");
   command->footer("Example: blnits level samples/backlight_calib_lcd_small.xml --nits 10 97 413 --coverage 55");

@@ -92,8 +92,8 @@ void PrintCompletion(const CLI::App* app) {
 }  // namespace
 
 void AddManualCommand(CLI::App* app) {
-  auto* const command = app->add_subcommand("manual", "Print the manual page, or what bash needs to complete commands");
-  auto* const completion = command->add_flag("--bash-completion", "Print the completion for bash");
+  auto* const command = app->add_subcommand("manual", "Print the manual page, or the completion script for bash");
+  auto* const completion = command->add_flag("--bash-completion", "Print the completion script for bash");
   command->footer("Example: blnits manual | man -l -");
   command->callback([app, completion] { completion->count() > 0 ? PrintCompletion(app) : PrintPage(app); });
 }

@@ -14,7 +14,7 @@ void AddNitsCommand(CLI::App* app, CapturedLog* log) {
   AddConversionOptions(command, options.get());
   command
       ->add_option("-l,--level", options->levels,
-                   "Levels, 0 to max_os_bl; without it they are read from standard input, one a line")
+                   "Levels, 0 to max_os_bl. Default: read them from standard input, one on each line")
       ->check(CLI::Range(uint32_t{0}, UINT32_MAX, "LEVEL"));
   command->footer("Example: blnits nits samples/backlight_calib_lcd_small.xml --level 0 60 255 --coverage 55");
   command->callback([options, log] {

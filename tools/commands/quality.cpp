@@ -161,9 +161,9 @@ std::string OrDash(bool there, const Number& number) {
 // Every column is a number and, where it has a place, the level beside it.
 void PrintText(const Panel& panel, const QualityReport& report) {
   const std::string left_out = LeftOut(report.levels);
-  fmt::print("panel          {}\nfile           {}\nclient levels  0 to {}, {} looked at\n{}\n",
-             Printable(panel.Name()), Printable(panel.File()), report.levels.back(), report.levels.size(),
-             left_out.empty() ? "" : left_out + "; the way back needs them all\n");
+  fmt::print("panel          {}\nfile           {}\nclient levels  0 to {}, {} examined\n{}\n", Printable(panel.Name()),
+             Printable(panel.File()), report.levels.back(), report.levels.size(),
+             left_out.empty() ? "" : left_out + "; round trips need every level\n");
   fmt::print("{:<38}{:>9}{:>10}{:>8}{:>9}{:>14}{:>12}{:>10}{:>9}{:>14}\n", "level to nits to level", "not back",
              "worst: of", "as", "refused", "largest step", "from level", "plateaus", "longest", "extrapolated");
   for (const Quality& curve : report.curves) {
@@ -240,17 +240,16 @@ void Run(const QualityOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddQualityCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command =
-      app->add_subcommand("quality", "Tell what a calibration is worth: level to nits to level, steps, plateaus");
+  auto* const command = app->add_subcommand("quality", "Judge a calibration by its round trips, steps and plateaus");
   auto options = std::make_shared<QualityOptions>();
   AddPanelArgument(command, &options->panel);
   AddLutOptions(command, &options->luts);
   AddFormatOption(command, &options->format);
   command->footer(fmt::format(
-      "For every client level up to 65,535 at coverages 10, 55 and 100 %; with LUTs also dimmed. Beyond that, at each\n"
-      "measured point and the levels next to it, which have the largest steps. A step is the way to the\n"
-      "next level, from level {} on, in per cent of the luminance before it; a plateau is a run of levels with\n"
-      "the same luminance; an extrapolated level is one that no point of the file encloses.\n"
+      "Examines every client level up to 65,535 at coverages 10, 55 and 100 %; with LUTs also dimmed. Above that, it\n"
+      "examines each measured point and the levels next to it, which have the largest steps. A step is the change\n"
+      "to the next level, from level {} on, in per cent of the luminance before it. A plateau is a run of levels\n"
+      "with the same luminance. An extrapolated level lies outside the measured points.\n"
       "Example: blnits quality samples/backlight_calib_oled_phone.xml",
       kFirstJumpLevel));
   command->callback([options, log] { Run(*options, log); });

@@ -78,7 +78,7 @@ std::string Reason(int status, const std::string& errors) {
   if (WIFSIGNALED(status)) {
     return strsignal(WTERMSIG(status));
   }
-  std::string reason = "it does not say why";
+  std::string reason = "it gave no reason";
   std::istringstream lines(errors);
   for (std::string line; std::getline(lines, line);) {
     const size_t start = line.find_first_not_of(' ');
@@ -104,7 +104,7 @@ std::string RunGnuplot(const std::string& script) {
   }
   std::string picture = output.Text();
   if (status != 0 || picture.empty()) {
-    throw Failure(fmt::format("gnuplot draws nothing: {}", Reason(status, errors.Text())));
+    throw Failure(fmt::format("gnuplot failed: {}", Reason(status, errors.Text())));
   }
   return picture;
 }
