@@ -56,7 +56,7 @@ class BackLightNitsIntf {
   /// \return 0, -2 or -22.
   virtual int Init() = 0;
 
-  /// Clears the calibration and everything that was set, for all who share the component. Does nothing harmful on a
+  /// Clears the calibration and everything that was set, for all who share the component. Harmless on a
   /// component that is not initialised.
   /// \return always 0.
   virtual int Deinit() = 0;
