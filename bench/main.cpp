@@ -62,16 +62,18 @@ class Case {
     Caller maps(dimmed);
     for (const Request& r : requests) {
       const double nits = tables.Nits(r);
-      Require(nits == NitsBy(references.points, r) && nits == references.MandatedNits(r), "nits are the references'");
+      Require(nits == NitsBy(references.points, r) && nits == references.NitsWithLocksAndCopies(r),
+              "nits are the references'");
       Require(std::fabs(nits - peer.Nits(r)) <= 1e-9 * nits, "nits are the peer's");
       const uint32_t level = tables.Level(r);
-      Require(level == LevelBy(references.points, r) && level == references.MandatedLevel(r),
+      Require(level == LevelBy(references.points, r) && level == references.LevelWithLocksAndCopies(r),
               "a level is the references'");
-      Require(maps.Nits(r) == references.MandatedMappedNits(r), "mapped nits are the references'");
+      Require(maps.Nits(r) == references.MappedNitsWithLocksAndCopies(r), "mapped nits are the references'");
       Require(maps.Level(r) == references.LockedMappedLevel(r), "a mapped level is the references'");
     }
-    Require(tables.Dense() == DenseOf(plain.calibration.linear) && tables.Dense() == references.MandatedDense(),
-            "a dense table is the references'");
+    Require(
+        tables.Dense() == DenseOf(plain.calibration.linear) && tables.Dense() == references.DenseWithLocksAndCopies(),
+        "a dense table is the references'");
   }
 };
 
@@ -133,17 +135,20 @@ void AddLibrary(const char* operation, Answer answer) {
 void AddConversions() {
   AddLibrary("level to nits, tables", [](auto& c, auto& r) { return c.plain.Nits(r); });
   AddReference("level to nits, tables", "bare", [](auto& c, auto& r) { return NitsBy(c.references.points, r); });
-  AddReference("level to nits, tables", "mandated", [](auto& c, auto& r) { return c.references.MandatedNits(r); });
+  AddReference("level to nits, tables", "locks and copies",
+               [](auto& c, auto& r) { return c.references.NitsWithLocksAndCopies(r); });
   AddReference("level to nits, tables", "peer", [](auto& c, auto& r) { return c.peer.Nits(r); });
 
   AddLibrary("nits to level, tables", [](auto& c, auto& r) { return c.plain.Level(r); });
   AddReference("nits to level, tables", "bare", [](auto& c, auto& r) { return LevelBy(c.references.points, r); });
-  AddReference("nits to level, tables", "mandated", [](auto& c, auto& r) { return c.references.MandatedLevel(r); });
+  AddReference("nits to level, tables", "locks and copies",
+               [](auto& c, auto& r) { return c.references.LevelWithLocksAndCopies(r); });
   AddReference("nits to level, tables", "peer", [](auto& c, auto& r) { return c.peer.Level(r); });
 
   AddLibrary("level to nits, maps", [](auto& c, auto& r) { return c.dimmed.Nits(r); });
   AddReference("level to nits, maps", "bare", [](auto& c, auto& r) { return NitsBy(c.references.maps, r); });
-  AddReference("level to nits, maps", "mandated", [](auto& c, auto& r) { return c.references.MandatedMappedNits(r); });
+  AddReference("level to nits, maps", "locks and copies",
+               [](auto& c, auto& r) { return c.references.MappedNitsWithLocksAndCopies(r); });
   AddReference("level to nits, maps", "peer", [](auto& c, auto& r) { return c.peer.MappedNits(r); });
 
   AddLibrary("nits to level, maps", [](auto& c, auto& r) { return c.dimmed.Level(r); });
@@ -154,7 +159,8 @@ void AddConversions() {
 void AddWholeTables() {
   AddLibrary("dense table", [](auto& c, auto&) { return c.plain.Dense().size(); });
   AddReference("dense table", "bare", [](auto& c, auto&) { return DenseOf(c.all.plain.calibration.linear).size(); });
-  AddReference("dense table", "mandated", [](auto& c, auto&) { return c.references.MandatedDense().size(); });
+  AddReference("dense table", "locks and copies",
+               [](auto& c, auto&) { return c.references.DenseWithLocksAndCopies().size(); });
   AddReference("dense table", "peer", [](auto& c, auto&) { return c.peer.Dense().size(); });
 
   AddLibrary("Init", [](auto& c, auto&) { return c.plain.Init(), 0; });
@@ -166,7 +172,8 @@ void AddWholeTables() {
 
   AddLibrary("LUT update", [](auto& c, auto&) { return c.all.dimmed.SetLuts(), 0; });
   AddReference("LUT update", "bare", [](auto& c, auto&) { return c.references.BareLuts(), 0; });
-  AddReference("LUT update", "mandated", [](auto& c, auto&) { return c.references.MandatedLuts(), 0; });
+  AddReference("LUT update", "locks and copies",
+               [](auto& c, auto&) { return c.references.LutsWithLocksAndCopies(), 0; });
   AddReference("LUT update", "peer", [](auto& c, auto&) { return c.peer.Luts(), 0; });
 }
 

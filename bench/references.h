@@ -89,7 +89,7 @@ inline Levels DenseOf(const Levels& pairs) {
   return dense;
 }
 
-/// What an operation would cost without the library: *bare*, the functions above over plain arrays; and *mandated*, the
+/// What an operation would cost without the library: *bare*, the functions above over plain arrays; and *locks and copies*, the
 /// same with the locks, allocations and copies that the contract with clients makes necessary.
 class References {
  public:
@@ -109,15 +109,15 @@ class References {
     }
   }
 
-  double MandatedNits(const Request& request) {
+  double NitsWithLocksAndCopies(const Request& request) {
     const Guard guard(engine_lock_);
     return NitsBy(Copies(this), request);
   }
-  uint32_t MandatedLevel(const Request& request) {
+  uint32_t LevelWithLocksAndCopies(const Request& request) {
     const Guard guard(engine_lock_);
     return LevelBy(Copies(this), request);
   }
-  double MandatedMappedNits(const Request& request) {
+  double MappedNitsWithLocksAndCopies(const Request& request) {
     const Guard guard(engine_lock_);
     return NitsBy(maps, request);
   }
@@ -126,7 +126,7 @@ class References {
     const Guard guard(engine_lock_);
     return LevelBy(maps, request);
   }
-  Levels MandatedDense() {
+  Levels DenseWithLocksAndCopies() {
     const Guard guard(engine_lock_);
     const auto copy = std::make_unique<zarn::BLLinearTable>();
     {
@@ -135,7 +135,7 @@ class References {
     }
     return DenseOf(copy->entries);
   }
-  void MandatedLuts() {
+  void LutsWithLocksAndCopies() {
     const Guard guard(engine_lock_);
     for (int i = 0; i < 4; ++i) {
       FillMap(Copies(this)[i % 2], &maps[i]);
