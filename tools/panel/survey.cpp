@@ -18,6 +18,7 @@ const MeasuredTable* FindTable(uint32_t coverage, bool hdr) {
 
 std::vector<const MeasuredTable*> TablesAsRead() {
   std::vector<const MeasuredTable*> tables;
+  tables.reserve(zarn::format::kMeasuredTables.size());
   for (const auto& table : zarn::format::kMeasuredTables) {
     tables.push_back(FindTable(table.coverage, table.hdr));
   }
