@@ -38,7 +38,7 @@ Calibration AnyPanel(std::mt19937* random, uint32_t last, size_t most, const std
 
 Panel Opened(const std::string& name, const Calibration& calibration, CapturedLog* log) {
   WriteFile(name, calibration.Text());
-  return Panel(name, log);
+  return {name, log};
 }
 
 /// An answer in every bit, NaN apart, or none, and what was logged.
@@ -80,7 +80,7 @@ TEST_F(Survey, PanelConvertsAsTheInterfaceDoes) {
                                     -5.0, 1e308, 5e-324, kInfinity, -kInfinity,         kNan};
   const std::vector<double> wanted = {0.0,  -0.0, 0.4, 1.0,   1.5,    2.0,       2.0000000000000004, 3.0, 3.5,
                                       -3.0, -5.0, 7.0, 1e308, 5e-324, kInfinity, -kInfinity,         kNan};
-  std::mt19937 random(20261123);
+  std::mt19937 random(20261123);  // NOLINT(cert-msc51-cpp): the same in every run
   for (int round = 0; round < 200; ++round) {
     SCOPED_TRACE(round);
     const auto calibration = AnyPanel(&random, 20, 10, {0, 1, 2, 3, 5, 8, 9, 10, 15, 20, 30, 4294967295U}, nits);
@@ -88,7 +88,7 @@ TEST_F(Survey, PanelConvertsAsTheInterfaceDoes) {
     const auto engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("./x.xml");
     ASSERT_EQ(engine->Init(), 0);
     for (const bool hdr : {false, true}) {
-      for (const uint32_t coverage : {0, 1, 10, 11, 55, 99, 100, 101}) {
+      for (const uint32_t coverage : {0U, 1U, 10U, 11U, 55U, 99U, 100U, 101U}) {
         for (uint32_t level = 0; level <= 21; ++level) {
           log_.Take();
           const auto expected = Told(AskNits(engine.get(), level, coverage, hdr), &log_);
@@ -144,7 +144,7 @@ bool AreNear(double a, double b) { return a == b || std::abs(a - b) <= 1e-9 * st
 
 /// Beyond 65,536 levels some are left out; what the others tell is what all would.
 TEST_F(Survey, LevelsLookedAtTellWhatAllWould) {
-  std::mt19937 random(65536);
+  std::mt19937 random(65536);  // NOLINT(cert-msc51-cpp): the same in every run
   const std::vector<double> nits = {0.0, 1.0, 100.0, 100.0, 100.3, 250.0, 250.0, 731.0, -40.0, 1.7e308, kNan};
   for (int round = 0; round < 12; ++round) {
     SCOPED_TRACE(round);
@@ -159,8 +159,8 @@ TEST_F(Survey, LevelsLookedAtTellWhatAllWould) {
     EXPECT_FALSE(AreAll(levels));
     std::vector<uint32_t> all(70001);
     std::iota(all.begin(), all.end(), 0);
-    for (const uint32_t coverage : {10, 55, 100}) {
-      for (const size_t mode : {0, 1}) {
+    for (const uint32_t coverage : {10U, 55U, 100U}) {
+      for (const size_t mode : {size_t{0}, size_t{1}}) {
         SCOPED_TRACE(std::to_string(coverage) + (mode == 1 ? " hdr" : ""));
         const Extremes found = Look(&a, &b, coverage, mode, levels);
         const Extremes expected = Look(&a, &b, coverage, mode, all);

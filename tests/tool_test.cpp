@@ -169,7 +169,7 @@ TEST(Conversions, AreThoseOfTheSharedLibrary) {
     const auto engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel);
     ASSERT_EQ(engine->Init(), 0);
     for (const bool hdr : {false, true}) {
-      for (const uint32_t coverage : {1, 10, 37, 55, 100}) {
+      for (const uint32_t coverage : {1U, 10U, 37U, 55U, 100U}) {
         SCOPED_TRACE(panel + " at " + std::to_string(coverage));
         const std::string options =
             " ./" + FileName(panel) + (hdr ? " --hdr" : "") + " -c " + std::to_string(coverage) + " < given > answers";

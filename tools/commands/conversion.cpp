@@ -17,12 +17,11 @@ std::vector<Number> ReadLut(const std::string& path, const char* what, const cha
 }
 
 CLI::Validator Number(const char* expected, bool negative) {
-  return CLI::Validator(
-      [=](const std::string& text) {
-        const bool fits = IsNumber(text) && (negative || std::strtod(text.c_str(), nullptr) >= 0.0);
-        return fits ? std::string() : fmt::format("found \"{}\", expected {}", text, expected);
-      },
-      "");
+  return {[=](const std::string& text) {
+            const bool fits = IsNumber(text) && (negative || std::strtod(text.c_str(), nullptr) >= 0.0);
+            return fits ? std::string() : fmt::format("found \"{}\", expected {}", text, expected);
+          },
+          ""};
 }
 
 }  // namespace
