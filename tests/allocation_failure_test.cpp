@@ -23,6 +23,8 @@ __attribute__((noinline)) void* operator new(size_t size) {
   return std::malloc(size);  // NOLINT(cppcoreguidelines-no-malloc)
 }
 void* operator new[](size_t size) { return operator new(size); }
+// What sorts in a buffer of its own can do without: this one is never made to fail.
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept { return std::malloc(size); }
 __attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t /*size*/) noexcept { operator delete(memory); }
 void operator delete[](void* memory) noexcept { operator delete(memory); }

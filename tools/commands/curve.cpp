@@ -228,7 +228,8 @@ PlotLine DifferenceOf(const PlotLine& first, const PlotLine& second, bool percen
     }
     const double of = ValueAt(first.points, level);
     const double difference = ValueAt(second.points, level) - of;
-    line.points.emplace_back(level, percent ? 100.0 * difference / of : difference);
+    const double share = of != 0.0 ? 100.0 * difference / of : std::numeric_limits<double>::quiet_NaN();
+    line.points.emplace_back(level, percent ? share : difference);
     line.extrapolated.push_back(extrapolated);
   }
   return line;

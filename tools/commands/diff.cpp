@@ -33,7 +33,7 @@ class Spread {
     }
   }
   bool Empty() const { return count_ == 0; }
-  double Rms() const { return std::sqrt(squares_ / static_cast<double>(count_)); }
+  double Rms() const { return Empty() ? 0.0 : std::sqrt(squares_ / static_cast<double>(count_)); }
 
   double largest = 0.0;
   uint32_t at = 0;  ///< The first level with that.

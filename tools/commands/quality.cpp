@@ -87,9 +87,11 @@ Returns LookAtReturns(Panel* panel, const Curve& curve, const Levels& levels) {
 std::optional<Step> LargestStep(const Curve& curve, const Levels& levels) {
   std::optional<Step> largest;
   for (size_t i = 0; i + 1 < levels.size(); ++i) {
+    if (levels[i] < kFirstJumpLevel || levels[i + 1] != levels[i] + 1 || !(curve.nits[i] > 0.0)) {
+      continue;
+    }
     const double percent = 100.0 * std::abs(curve.nits[i + 1] - curve.nits[i]) / curve.nits[i];
-    const bool counts = levels[i] >= kFirstJumpLevel && levels[i + 1] == levels[i] + 1 && curve.nits[i] > 0.0;
-    if (counts && !std::isnan(percent) && (!largest || percent > largest->percent)) {
+    if (!std::isnan(percent) && (!largest || percent > largest->percent)) {
       largest = {percent, levels[i]};
     }
   }
