@@ -248,8 +248,8 @@ BLN_API bln_status bln_panel_nits(const bln_panel* panel, uint32_t level, uint32
  * \return ::BLN_OK; ::BLN_REFUSED if the coverage is out of range (nothing is written) or if at least one level has no
  * answer (everything is written, and bln_last_error() names the first one); ::BLN_INVALID_ARGUMENT; ::BLN_NO_MEMORY.
  */
-BLN_API bln_status bln_panel_nits_array(const bln_panel* panel, const uint32_t* levels, size_t count,
-                                        uint32_t coverage, bln_mode mode, double* nits, size_t* refused);
+BLN_API bln_status bln_panel_nits_array(const bln_panel* panel, const uint32_t* levels, size_t count, uint32_t coverage,
+                                        bln_mode mode, double* nits, size_t* refused);
 
 /**
  * The client level for a luminance, as the device's library computes it. Between the measured coverages the round trip

@@ -46,6 +46,9 @@ class Curve {
   /// The number of levels. The levels are 0 to Size() - 1.
   uint32_t Size() const noexcept { return count_; }
 
+  /// The luminances of levels 0 to Size() - 1. Valid as long as this curve or a copy of it exists.
+  const double* Data() const noexcept { return nits_; }
+
   /// The luminance of a client level in nits: the engine's answer at the time of sampling, bit for bit. NaN above the
   /// last level.
   double Nits(uint32_t level) const noexcept {

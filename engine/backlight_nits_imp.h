@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "backlight_nits_intf.h"
+#include "noexcept.h"
 #include "required_flags.h"
 #include "thread_safety.h"
 
@@ -31,17 +32,37 @@ struct FetchResult {
   FetchStep step;  ///< The last step that ran.
 };
 
+/// The outcome of an array conversion.
+struct ArrayResult {
+  int ret;             ///< 0, or the code for which no element was converted.
+  size_t refused = 0;  ///< How many elements have no answer.
+  size_t first = 0;    ///< The first of them.
+
+  void Count(bool converted, size_t element) {
+    first = !converted && refused == 0 ? element : first;
+    refused += converted ? 0 : 1;
+  }
+};
+
 /// The conversion engine of one panel.
 class BackLightNitsImp : public BackLightNitsIntf {
  public:
   /// An engine that is not initialised. \param panel_name names the calibration file.
   explicit BackLightNitsImp(std::string panel_name);
 
-  int Init() noexcept override;
-  int Deinit() noexcept override;
-  int SetParameter(BLNitsParams param, const GenericPayload& payload) noexcept override;
-  int GetParameter(BLNitsParams param, GenericPayload* payload) noexcept override;
-  int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept override;
+  int Init() BLNITS_NOEXCEPT override;
+  int Deinit() BLNITS_NOEXCEPT override;
+  int SetParameter(BLNitsParams param, const GenericPayload& payload) BLNITS_NOEXCEPT override;
+  int GetParameter(BLNitsParams param, GenericPayload* payload) BLNITS_NOEXCEPT override;
+  int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) BLNITS_NOEXCEPT override;
+
+  // For the C library: `count` conversions under one lock, without payloads. The tables are copied once.
+
+  /// \param[out] nits NaN where a level is refused.
+  ArrayResult NitsOf(const uint32_t* levels, size_t count, uint32_t percentage, bool hdr, double* nits);
+
+  /// \param[out] levels UINT32_MAX where a luminance is refused.
+  ArrayResult LevelsOf(const double* nits, size_t count, uint32_t percentage, bool hdr, uint32_t* levels);
 
   // The steps of the arithmetic. They read no engine state, so they need no lock.
 
@@ -105,6 +126,8 @@ class BackLightNitsImp : public BackLightNitsIntf {
   // All functions below run with the lock held. Their payload pointers are not null.
 
   bool CheckInitialized(const char* function) const BLNITS_REQUIRES(lock_);
+  bool CheckLevel(uint32_t bl, const char* function) const BLNITS_REQUIRES(lock_);
+  int BeginArray(const char* function, uint32_t percentage, bool hdr, MeasuredTables* tables) BLNITS_REQUIRES(lock_);
 
   // Handlers that forward to the parser.
   int GetBlGamma(GenericPayload* payload) BLNITS_REQUIRES(lock_);

@@ -37,13 +37,20 @@ int BackLightNitsImp::ProcessBackLightToNits(const GenericPayload& in, GenericPa
   if (answer == nullptr || !CheckPercentage(request->percentage, __func__)) {
     return -EINVAL;
   }
-  if (request->bl > bl_range_.max_os_bl) {
-    Log().Error("BackLightNitsImp::%s: invalid input backlight %u max %u", __func__, request->bl, bl_range_.max_os_bl);
+  if (!CheckLevel(request->bl, __func__)) {
     return -EINVAL;
   }
   const bool hdr = ReadFlag(request->hdr);
   return dimming_enabled_ ? NitsFromMaps(*request, hdr, answer, __func__)
                           : NitsFromTables(*request, hdr, answer, __func__);
+}
+
+bool BackLightNitsImp::CheckLevel(uint32_t bl, const char* function) const {
+  if (bl > bl_range_.max_os_bl) {
+    Log().Error("BackLightNitsImp::%s: invalid input backlight %u max %u", function, bl, bl_range_.max_os_bl);
+    return false;
+  }
+  return true;
 }
 
 // The standard map replaces an empty high-brightness map only at a measured coverage, never where two coverages are

@@ -32,7 +32,7 @@ BackLightNitsImp::BackLightNitsImp(std::string panel_name) : panel_name_(std::mo
   };
 }
 
-int BackLightNitsImp::Init() noexcept {
+int BackLightNitsImp::Init() BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   auto parser = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(panel_name_);
   if (parser == nullptr) {
@@ -64,7 +64,7 @@ int BackLightNitsImp::Init() noexcept {
   return 0;
 }
 
-int BackLightNitsImp::Deinit() noexcept {
+int BackLightNitsImp::Deinit() BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   if (initialized_) {
     parser_->Deinit();
@@ -86,7 +86,7 @@ bool BackLightNitsImp::CheckInitialized(const char* function) const {
   return initialized_;
 }
 
-int BackLightNitsImp::SetParameter(BLNitsParams param, const GenericPayload& payload) noexcept {
+int BackLightNitsImp::SetParameter(BLNitsParams param, const GenericPayload& payload) BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   if (!CheckInitialized(__func__)) {
     return -EINVAL;
@@ -99,7 +99,7 @@ int BackLightNitsImp::SetParameter(BLNitsParams param, const GenericPayload& pay
   return (this->*handler->second)(payload);
 }
 
-int BackLightNitsImp::GetParameter(BLNitsParams param, GenericPayload* payload) noexcept {
+int BackLightNitsImp::GetParameter(BLNitsParams param, GenericPayload* payload) BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   if (!CheckInitialized(__func__)) {
     return -EINVAL;
@@ -116,7 +116,7 @@ int BackLightNitsImp::GetParameter(BLNitsParams param, GenericPayload* payload) 
   return (this->*handler->second)(payload);
 }
 
-int BackLightNitsImp::ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept {
+int BackLightNitsImp::ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   if (!CheckInitialized(__func__)) {
     return -EINVAL;

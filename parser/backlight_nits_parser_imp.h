@@ -14,6 +14,7 @@
 
 #include "backlight_nits_intf.h"
 #include "calibration_format.h"
+#include "noexcept.h"
 #include "required_flags.h"
 #include "thread_safety.h"
 
@@ -36,11 +37,14 @@ class BackLightNitsParserImp : public BackLightNitsIntf {
   /// Uses the file at `file`'s path and searches no directory. Does not read it yet.
   explicit BackLightNitsParserImp(CalibrationPath file);
 
-  int Init() noexcept override;
-  int Deinit() noexcept override;
-  int SetParameter(BLNitsParams param, const GenericPayload& payload) noexcept override;
-  int GetParameter(BLNitsParams param, GenericPayload* payload) noexcept override;
-  int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) noexcept override;
+  int Init() BLNITS_NOEXCEPT override;
+  int Deinit() BLNITS_NOEXCEPT override;
+  int SetParameter(BLNitsParams param, const GenericPayload& payload) BLNITS_NOEXCEPT override;
+  int GetParameter(BLNitsParams param, GenericPayload* payload) BLNITS_NOEXCEPT override;
+  int ProcessOps(BLNitOps op, const GenericPayload& in, GenericPayload* out) BLNITS_NOEXCEPT override;
+
+  /// The path of the calibration file that was chosen or given. Any thread.
+  const std::string& FileName() const { return file_name_; }
 
   // Two steps of Init, for tests. No other call may be in progress.
 

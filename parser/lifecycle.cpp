@@ -73,7 +73,7 @@ std::string BackLightNitsParserImp::ChooseFile() const {
   return DirectoryOpens(xml_dirs_[2]) ? xml_dirs_[2] + name : name;
 }
 
-int BackLightNitsParserImp::Init() noexcept {
+int BackLightNitsParserImp::Init() BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   if (initialized_) {
     initialized_ = false;
@@ -151,7 +151,7 @@ void BackLightNitsParserImp::ReleaseDocument() {
   xml_doc_.reset();
 }
 
-int BackLightNitsParserImp::Deinit() noexcept {
+int BackLightNitsParserImp::Deinit() BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   if (initialized_) {
     ClearParseredData();

@@ -45,18 +45,18 @@ bool BackLightNitsParserImp::CheckInitialized(const char* function) const {
   return initialized_;
 }
 
-int BackLightNitsParserImp::SetParameter(BLNitsParams /*param*/, const GenericPayload& /*payload*/) noexcept {
+int BackLightNitsParserImp::SetParameter(BLNitsParams /*param*/, const GenericPayload& /*payload*/) BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   return CheckInitialized(__func__) ? -EOPNOTSUPP : -EINVAL;
 }
 
 int BackLightNitsParserImp::ProcessOps(BLNitOps /*op*/, const GenericPayload& /*in*/,
-                                       GenericPayload* /*out*/) noexcept {
+                                       GenericPayload* /*out*/) BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   return CheckInitialized(__func__) ? -EOPNOTSUPP : -EINVAL;
 }
 
-int BackLightNitsParserImp::GetParameter(BLNitsParams param, GenericPayload* payload) noexcept {
+int BackLightNitsParserImp::GetParameter(BLNitsParams param, GenericPayload* payload) BLNITS_NOEXCEPT {
   const std::lock_guard<std::mutex> guard(lock_);
   if (!CheckInitialized(__func__)) {
     return -EINVAL;

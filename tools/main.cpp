@@ -5,9 +5,9 @@
 
 #include "commands/command_line.h"
 #include "commands/commands.h"
+#include "foreign_text.h"
 #include "support/captured_log.h"
 #include "support/failure.h"
-#include "support/foreign_text.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "check/rules.h"
-#include "panel/load_trouble.h"
+#include "load_trouble.h"
 
 namespace blnits {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <fmt/color.h>
 
-#include "support/foreign_text.h"
+#include "foreign_text.h"
 #include "support/terminal.h"
 
 namespace blnits {

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "calibration_source.h"
 #include "check/findings.h"
-#include "panel/calibration_source.h"
+#include "foreign_text.h"
 #include "panel/survey.h"
-#include "support/foreign_text.h"
 
 namespace blnits {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "foreign_text.h"
 #include "support/failure.h"
-#include "support/foreign_text.h"
 #include "support/nearest_name.h"
 
 namespace blnits {

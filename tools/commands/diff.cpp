@@ -6,8 +6,8 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "foreign_text.h"
 #include "panel/survey.h"
-#include "support/foreign_text.h"
 #include "support/json.h"
 
 namespace blnits {

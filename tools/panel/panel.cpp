@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
-#include "panel/factory.h"
-#include "panel/load_trouble.h"
+#include "foreign_text.h"
+#include "load_trouble.h"
+#include "path_factory.h"
 
 namespace blnits {
 namespace {
@@ -34,6 +36,32 @@ std::string PanelNameOf(const fs::path& path) {
   const std::string start = zarn::format::kFilePrefix;
   const std::string stem = path.stem().string();
   return stem.compare(0, start.size(), start) == 0 ? stem.substr(start.size()) : stem;
+}
+
+// What the library said of the refusal: its first Error, else its first Warning. Printable, without the addresses that
+// change from run to run.
+std::string WordsOfRefusal(const std::vector<LogLine>& log) {
+  auto line = std::find_if(log.begin(), log.end(), [](const LogLine& each) { return each.level == 'E'; });
+  if (line == log.end()) {
+    line = std::find_if(log.begin(), log.end(), [](const LogLine& each) { return each.level == 'W'; });
+  }
+  std::string words = line != log.end() ? line->text : "nothing";
+  const size_t address = words.find(" ptr ");
+  if (address != std::string::npos) {
+    words.erase(address + 4, words.find(' ', address + 5) - address - 4);
+  }
+  return Printable(words);
+}
+
+// The message for a file that is needed and not loaded: place, first trouble, the library's words.
+std::string TellRefusal(const std::string& file, const std::vector<LogLine>& log) {
+  const Troubles troubles = LoadTroubles(CalibrationSource(file));
+  const LoadTrouble& first = troubles.front();
+  return fmt::format(
+      "{}{}: {}{}; the device refuses the file and says: {}", Printable(file),
+      first.line > 0 ? fmt::format(":{}", first.line) : "", first.text,
+      troubles.size() > 1 ? fmt::format(" (blnits check tells {} more faults)", troubles.size() - 1) : "",
+      WordsOfRefusal(log));
 }
 
 zarn::client::Mode ModeOf(bool hdr) {
@@ -80,19 +108,19 @@ void Panel::OpenByName(const std::string& name) {
 void Panel::OpenByPath(const std::string& path) {
   name_ = PanelNameOf(path);
   file_ = path;
-  engine_name_ = EngineNameOf(path);
+  engine_name_ = zarn::EngineNameOf(path);
   CheckLoaded(InitEngine());
 }
 
 int Panel::InitEngine() {
-  client_ = *zarn::client::Panel::Attach(MakeEngine(engine_name_));
+  client_ = *zarn::client::Panel::Attach(zarn::MakeEngine(engine_name_));
   log_->Take();
   return ResultOf(client_->Init());
 }
 
 // Engines densify the table, parsers do not.
 zarn::BLLinearTable Panel::SparseLinearTable() {
-  const auto parser = MakeParser(engine_name_);
+  const auto parser = zarn::MakeParser(engine_name_);
   CheckLoaded(parser->Init());
   return GetFrom<zarn::BLLinearTable>(parser.get(), zarn::kBLLinearTable);
 }

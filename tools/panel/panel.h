@@ -100,7 +100,7 @@ class Panel {
   int ret_ = 0;  // of the last conversion
   std::string name_;
   std::string file_;
-  std::string engine_name_;                    // as MakeEngine takes it
+  std::string engine_name_;                    // as zarn::MakeEngine takes it
   std::optional<zarn::client::Panel> client_;  // Always there once the panel is open.
   bool ask_engine_ = false;                    // A parameter was set: the answers may come from dimming maps.
   std::optional<Tables> tables_;               // Made when needed.

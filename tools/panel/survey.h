@@ -1,35 +1,14 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "calibration_format.h"
+#include "named_tables.h"
 #include "panel/panel.h"
 
 namespace blnits {
-
-/// One of the measured tables of a calibration.
-struct MeasuredTable : zarn::format::MeasuredTable {
-  const char* name;  ///< For readers: "standard, full screen".
-};
-
-/// In the order in which tables are told everywhere.
-inline constexpr std::array kMeasuredTables = {
-    MeasuredTable{zarn::format::kStandard10, "standard, 10 % of the screen"},
-    MeasuredTable{zarn::format::kStandard100, "standard, full screen"},
-    MeasuredTable{zarn::format::kHdr10, "high brightness, 10 %"},
-    MeasuredTable{zarn::format::kHdr100, "high brightness, full screen"},
-};
-static_assert(kMeasuredTables.size() == zarn::format::kMeasuredTables.size());
-
-/// The table that was measured at this coverage; null when none was.
-const MeasuredTable* FindTable(uint32_t coverage, bool hdr);
-
-/// The tables in the order in which the library reads them.
-std::vector<const MeasuredTable*> TablesAsRead();
 
 /// The points of one table, in the order of the file. \throws Failure.
 std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table);

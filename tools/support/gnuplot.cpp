@@ -13,8 +13,8 @@
 #include <system_error>
 #include <vector>
 
+#include "foreign_text.h"
 #include "support/failure.h"
-#include "support/foreign_text.h"
 #include "support/memory_file.h"
 
 namespace blnits {

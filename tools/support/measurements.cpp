@@ -7,8 +7,8 @@
 #include <cctype>
 #include <map>
 
+#include "foreign_text.h"
 #include "support/failure.h"
-#include "support/foreign_text.h"
 #include "support/numbers.h"
 
 namespace blnits {

@@ -11,8 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "foreign_text.h"
 #include "support/failure.h"
-#include "support/foreign_text.h"
 
 namespace blnits {
 namespace {

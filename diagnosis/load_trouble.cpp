@@ -1,4 +1,4 @@
-#include "panel/load_trouble.h"
+#include "load_trouble.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -12,8 +12,8 @@
 #include <string_view>
 #include <utility>
 
-#include "panel/survey.h"
-#include "support/foreign_text.h"
+#include "foreign_text.h"
+#include "named_tables.h"
 
 namespace blnits {
 namespace {
@@ -281,29 +281,6 @@ Troubles LoadTroubles(const CalibrationSource& source) {
     troubles.push_back({0, "the file cannot be loaded"});
   }
   return troubles;
-}
-
-std::string WordsOfRefusal(const std::vector<LogLine>& log) {
-  auto line = std::find_if(log.begin(), log.end(), [](const LogLine& each) { return each.level == 'E'; });
-  if (line == log.end()) {
-    line = std::find_if(log.begin(), log.end(), [](const LogLine& each) { return each.level == 'W'; });
-  }
-  std::string words = line != log.end() ? line->text : "nothing";
-  const size_t address = words.find(" ptr ");
-  if (address != std::string::npos) {
-    words.erase(address + 4, words.find(' ', address + 5) - address - 4);
-  }
-  return Printable(words);
-}
-
-std::string TellRefusal(const std::string& file, const std::vector<LogLine>& log) {
-  const Troubles troubles = LoadTroubles(CalibrationSource(file));
-  const LoadTrouble& first = troubles.front();
-  return fmt::format(
-      "{}{}: {}{}; the device refuses the file and says: {}", Printable(file),
-      first.line > 0 ? fmt::format(":{}", first.line) : "", first.text,
-      troubles.size() > 1 ? fmt::format(" (blnits check tells {} more faults)", troubles.size() - 1) : "",
-      WordsOfRefusal(log));
 }
 
 }  // namespace blnits

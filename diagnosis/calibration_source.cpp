@@ -1,4 +1,4 @@
-#include "panel/calibration_source.h"
+#include "calibration_source.h"
 
 #include <utility>
 

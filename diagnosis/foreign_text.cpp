@@ -1,4 +1,4 @@
-#include "support/foreign_text.h"
+#include "foreign_text.h"
 
 #include <fmt/format.h>
 

@@ -1,0 +1,42 @@
+#include "path_factory.h"
+
+#include "backlight_nits_factory_intf.h"
+#include "backlight_nits_imp.h"
+#include "backlight_nits_parser_imp.h"
+
+namespace zarn {
+namespace {
+
+/// Engines ask the process's factory for their parser. This one takes the place of the library's: it shares no engine,
+/// and a name with a slash is a path.
+class Factory : public BackLightNitsFactoryIntf {
+ public:
+  std::shared_ptr<BackLightNitsIntf> CreateBackLightNitsIntf(std::string panel_name) override {
+    return MakeEngine(panel_name);
+  }
+  std::unique_ptr<BackLightNitsIntf> CreateBackLightNitsParser(std::string panel_name) override {
+    return MakeParser(panel_name);
+  }
+};
+
+}  // namespace
+
+std::string EngineNameOf(const std::string& path) { return path.find('/') != std::string::npos ? path : "./" + path; }
+
+std::shared_ptr<BackLightNitsIntf> MakeEngine(const std::string& name) {
+  return std::make_shared<BackLightNitsImp>(name);
+}
+
+std::unique_ptr<BackLightNitsIntf> MakeParser(const std::string& name) {
+  if (name.find('/') != std::string::npos) {
+    return std::make_unique<BackLightNitsParserImp>(CalibrationPath{name});
+  }
+  return std::make_unique<BackLightNitsParserImp>(name);
+}
+
+}  // namespace zarn
+
+zarn::BackLightNitsFactoryIntf* GetBackLightNitsFactoryIntf() {
+  static zarn::Factory factory;
+  return &factory;
+}
