@@ -5,8 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
+#include <cerrno>
 #include <string_view>
 #include <utility>
 
@@ -15,39 +14,49 @@
 namespace zarn {
 namespace {
 
-struct CloseFile {
-  void operator()(FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
+// A descriptor that is closed at the end. There is no stream around it, because a stream would allocate: an allocation
+// that fails must not look like a file that cannot be read.
+class File {
+ public:
+  explicit File(int descriptor) : descriptor_(descriptor) {}
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File() {
+    if (descriptor_ >= 0) {
+      close(descriptor_);
+    }
+  }
+  int Descriptor() const { return descriptor_; }
 
-// Null for anything but a regular file: a FIFO or a device could block the display service for ever. Without
-// O_NONBLOCK, the open itself would wait for a FIFO's writer.
-File OpenRegularFile(const std::string& path) {
-  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0) {
-    return nullptr;
-  }
+ private:
+  int descriptor_;
+};
+
+// Without O_NONBLOCK, the open would wait for a FIFO's writer.
+int OpenForReading(const std::string& path) { return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }
+
+// False for anything but a regular file: a FIFO or a device could block the display service for ever.
+bool IsRegular(const File& file) {
   struct stat status = {};
-  File file;
-  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-    file.reset(fdopen(descriptor, "rb"));
-  }
-  if (file == nullptr) {
-    close(descriptor);
-  }
-  return file;
+  return file.Descriptor() >= 0 && fstat(file.Descriptor(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 // Reads the file, but at most one block more than the limit. Counts the bytes read rather than asking the file system
 // for the size, because the file may grow. False if reading fails. The block is small, because clients call from
 // threads with small stacks.
-bool Read(FILE* file, std::string* text) {
+bool Read(const File& file, std::string* text) {
   char block[4096];
-  size_t got = 0;
-  while (text->size() <= format::kMaxFileBytes && (got = std::fread(block, 1, sizeof block, file)) > 0) {
-    text->append(block, got);
+  while (text->size() <= format::kMaxFileBytes) {
+    const ssize_t got = read(file.Descriptor(), block, sizeof block);
+    if (got < 0 && errno == EINTR) {
+      continue;
+    }
+    if (got <= 0) {
+      return got == 0;
+    }
+    text->append(block, static_cast<size_t>(got));
   }
-  return std::ferror(file) == 0;
+  return true;
 }
 
 struct Tag {
@@ -193,12 +202,12 @@ class Scan {
 
 }  // namespace
 
-bool IsReadableFile(const std::string& path) { return OpenRegularFile(path) != nullptr; }
+bool IsReadableFile(const std::string& path) { return IsRegular(File(OpenForReading(path))); }
 
 LoadResult LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document) {
-  const File file = OpenRegularFile(path);
+  const File file(OpenForReading(path));
   std::string text;
-  if (file == nullptr || !Read(file.get(), &text)) {
+  if (!IsRegular(file) || !Read(file, &text)) {
     return {LoadFault::kUnreadable, 0};
   }
   if (text.size() > format::kMaxFileBytes) {
