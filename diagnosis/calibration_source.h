@@ -9,22 +9,22 @@
 
 namespace blnits {
 
-/// A number as it stands in a calibration file. Valid as long as its source.
+/// A number in a calibration file, as text. Valid as long as the CalibrationSource it comes from.
 struct SourceValue {
   int line;          ///< From 1.
-  const char* text;  ///< What the library reads a number from; null where it finds no text.
+  const char* text;  ///< The text from which the library reads the number; null if it finds no text.
 };
 
-/// Names of elements, each in the one before it; the root, in which the first is, is not named.
+/// Names of nested elements, from the root's child inwards. The root itself is not in the path.
 using Path = std::vector<const char*>;
 
-/// Where a measured table stands.
+/// The path of a measured table.
 Path PathOf(const zarn::format::MeasuredTable& table);
 
-/// The text of a calibration file: what stands in which line. Numbers are the library's to read; here is their text.
+/// The text of a calibration file, with line numbers. The library reads the numbers; this class has their text.
 class CalibrationSource {
  public:
-  /// Reads the file with the library's own loader; Load() tells the outcome.
+  /// Reads the file with the library's own loader. Load() gives the outcome.
   explicit CalibrationSource(std::string file);
 
   /// The path that was given.
@@ -32,25 +32,25 @@ class CalibrationSource {
 
   zarn::LoadResult Load() const { return load_; }
 
-  /// The document, for its error after kNotWellFormed.
+  /// The document. It has an error after kNotWellFormed.
   const tinyxml2::XMLDocument& Document() const { return document_; }
 
-  /// The first element; null when the file is not loaded or has none.
+  /// The first element; null if the file is not loaded or has no element.
   const tinyxml2::XMLElement* Root() const { return root_; }
 
-  /// The element that the library finds from the root along these names; null when there is none.
+  /// The element that the library finds along the path; null if there is none.
   const tinyxml2::XMLElement* Find(const Path& path) const;
 
-  /// The line of that element or, where it is missing, of the one in which it is missed; 1 without a root.
+  /// The line of that element. If the element is missing: the line of the element that lacks it; 1 without a root.
   int LineOf(const Path& path) const;
 
-  /// The values of the list at `path`; none when it is missing.
+  /// The values of the list at `path`; empty if the list is missing.
   std::vector<SourceValue> Values(const Path& path) const;
 
-  /// An attribute of the root; nothing when it is missing.
+  /// An attribute of the root; empty if it is missing.
   std::optional<SourceValue> Attribute(const char* name) const;
 
-  /// The line of that attribute or, where it is missing, of the root; 1 without a root.
+  /// The line of that attribute; if it is missing, the line of the root; 1 without a root.
   int LineOfAttribute(const char* name) const;
 
  private:

@@ -10,9 +10,9 @@
 namespace blnits {
 namespace {
 
-/// One character of UTF-8: how many bytes it has, and which it is.
+/// One character of UTF-8: its length and its code.
 struct Character {
-  size_t size;  ///< 0: the bytes are no character.
+  size_t size;  ///< In bytes. 0: not a character.
   uint32_t code;
 };
 
@@ -36,7 +36,7 @@ Character CharacterAt(std::string_view text) {
 
 bool IsControl(uint32_t code) { return code < 0x20 || (code >= 0x7f && code < 0xa0); }
 
-/// A terminal shows no glyph of its own for them, or shows what follows in another order or line.
+/// Whether a terminal shows no glyph for the character, or shows the text after it in another order or line.
 bool IsDeceptive(uint32_t code) {
   struct Range {
     uint32_t first;
@@ -49,12 +49,12 @@ bool IsDeceptive(uint32_t code) {
       {0x200b, 0x200f},    // zero width, direction marks
       {0x2028, 0x202e},    // line and paragraph separator, embeddings and overrides
       {0x2060, 0x206f},    // invisible operators, isolates
-      {0xfdd0, 0xfdef},    // no characters
+      {0xfdd0, 0xfdef},    // not characters
       {0xfeff, 0xfeff},    // zero width no-break space
       {0xfff9, 0xfffb},    // interlinear annotation
       {0xe0000, 0xe0fff},  // tags
   };
-  const bool none = (code & 0xfffe) == 0xfffe;  // the last two of each plane
+  const bool none = (code & 0xfffe) == 0xfffe;  // the last two codes of each plane
   return none || std::any_of(std::begin(kDeceptive), std::end(kDeceptive),
                              [&](const Range& range) { return code >= range.first && code <= range.last; });
 }

@@ -5,20 +5,20 @@
 
 namespace blnits {
 
-/// Text from outside (a file's name, a cell, an element, a message that quotes one) as it may be printed: a terminal obeys
-/// nothing in it, reads nothing in another order, and it stays in its line. Escaped are
+/// Makes text from outside (a file name, a cell, an element, a message that quotes one) safe to print: a terminal
+/// executes nothing in it, keeps its order and keeps it on one line. Escapes
 /// - control characters (C0, DEL and the C1 controls U+0080 to U+009F): "\xHH";
 /// - characters that hide, reorder or break text (zero width, bidirectional controls, line separators, tags), and code
-///   points that are no characters, which XML forbids: "\uHHHH";
-/// - bytes that are no part of UTF-8: "\xHH".
-/// Everything else stays as it is. Any thread.
+///   points that XML forbids as characters: "\uHHHH";
+/// - bytes that are not UTF-8: "\xHH".
+/// Does not change other text. Any thread.
 std::string Printable(std::string_view text);
 
-/// The same, shortened to its first `characters`, with "..." behind them, where it is longer than that.
+/// The same, shortened to the first `characters` with "..." after them if the text is longer.
 std::string Shown(std::string_view text, size_t characters = 24);
 
-/// Printable text between quotes, as a cell of a CSV file. A spreadsheet takes a cell that begins with '=', '+', '-' or
-/// '@' for a formula: an apostrophe stands in front of these. Any thread.
+/// Printable text in quotes, as a cell of a CSV file. A spreadsheet takes a cell that begins with '=', '+', '-' or '@'
+/// for a formula, so these get an apostrophe in front. Any thread.
 std::string CsvCell(std::string_view text);
 
 }  // namespace blnits

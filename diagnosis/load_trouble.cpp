@@ -37,7 +37,7 @@ std::string WhyUnreadable(const std::string& file) {
   return "the file cannot be read; check its permissions";
 }
 
-/// The encoding of a file that begins with a byte order mark of UTF-16, or with a character of two bytes; null: neither.
+/// The encoding of a file that begins with a UTF-16 byte order mark or with a two-byte character; null for other files.
 const char* EncodingOfTwoBytes(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   const int first = stream.get();
@@ -51,7 +51,7 @@ const char* EncodingOfTwoBytes(const std::string& file) {
   return first == 0 ? "UTF-16BE" : "UTF-16LE";
 }
 
-/// The element that the XML reader's error is about; empty: it names none.
+/// The element that the XML reader's error message names; empty if it names none.
 std::string ElementInError(const tinyxml2::XMLDocument& document) {
   const std::string words = document.ErrorStr() != nullptr ? document.ErrorStr() : "";
   const std::string start = "XMLElement name=";
@@ -59,7 +59,7 @@ std::string ElementInError(const tinyxml2::XMLDocument& document) {
   return at == std::string::npos ? "" : words.substr(at + start.size());
 }
 
-/// The attribute that the tag of `element` around line `line` has twice; empty: none.
+/// The attribute that occurs twice in the tag of `element` around line `line`; empty if there is none.
 std::string RepeatedAttribute(const std::string& file, const std::string& element, int line) {
   std::ifstream stream(file, std::ios::binary);
   std::string text;
@@ -176,7 +176,7 @@ void AddAttributes(const CalibrationSource& source, Troubles* troubles) {
   });
 }
 
-/// A list of values without text, or none. \param owner what has the list.
+/// Reports a missing list, and values of the list without text. \param owner the element that needs the list.
 void AddList(const CalibrationSource& source, const Path& list, const std::string& owner, Troubles* troubles) {
   if (source.Find(list) == nullptr) {
     troubles->push_back({source.LineOf(list), fmt::format("{} has no {}; add the list", owner, list.back())});
@@ -191,7 +191,7 @@ void AddList(const CalibrationSource& source, const Path& list, const std::strin
   }
 }
 
-/// \param parent has the two lists. \param owner names it.
+/// \param parent path of the element that needs the two lists. \param owner its name.
 void AddLists(const CalibrationSource& source, const Path& parent, const format::Lists& lists, const std::string& owner,
               Troubles* troubles) {
   Path first = parent;
@@ -210,7 +210,7 @@ void AddLists(const CalibrationSource& source, const Path& parent, const format:
   }
 }
 
-/// The first element on the way to a table that is not there.
+/// The path of the outermost missing element on the way to a table.
 Path MissingOnTheWay(const CalibrationSource& source, Path path) {
   while (path.size() > 1 && source.Find(Path(path.begin(), path.end() - 1)) == nullptr) {
     path.pop_back();
@@ -218,7 +218,7 @@ Path MissingOnTheWay(const CalibrationSource& source, Path path) {
   return path;
 }
 
-/// Which tables are missing, all in one.
+/// One text about all missing tables.
 std::string TellMissing(const CalibrationSource& source) {
   std::vector<std::string> missing;
   for (const MeasuredTable& table : kMeasuredTables) {

@@ -7,14 +7,14 @@
 
 namespace blnits {
 
-/// Why the library does not load a file, in the user's words.
+/// A reason why the library does not load a file, with advice for the user.
 struct LoadTrouble {
-  int line;          ///< From 1; 0: the file as a whole.
-  std::string text;  ///< What is wrong and what to do. As it may be printed.
+  int line;          ///< From 1; 0: the whole file.
+  std::string text;  ///< The fault and what to do. Printable.
 };
 
-/// Everything for which the library refuses the file, in the order in which it finds it: it stops at the first. Never
-/// empty for a file that it refuses; of no meaning for one that it loads.
+/// Every reason why the library refuses the file, in the order in which the library finds them; the library stops at
+/// the first. There is at least one for a file that the library refuses. Do not call this for a file that it loads.
 std::vector<LoadTrouble> LoadTroubles(const CalibrationSource& source);
 
 }  // namespace blnits

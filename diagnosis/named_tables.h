@@ -8,12 +8,12 @@
 
 namespace blnits {
 
-/// One of the measured tables of a calibration.
+/// A measured table with a name for readers.
 struct MeasuredTable : zarn::format::MeasuredTable {
-  const char* name;  ///< For readers: "standard, full screen".
+  const char* name;  ///< For instance "standard, full screen".
 };
 
-/// In the order in which users see the tables.
+/// In the order of every report.
 inline constexpr std::array kMeasuredTables = {
     MeasuredTable{zarn::format::kStandard10, "standard, 10 % of the screen"},
     MeasuredTable{zarn::format::kStandard100, "standard, full screen"},

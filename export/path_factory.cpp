@@ -7,8 +7,8 @@
 namespace zarn {
 namespace {
 
-/// Engines ask the process's factory for their parser. This one takes the place of the library's: it shares no engine,
-/// and a name with a slash is a path.
+/// An engine gets its parser from the process's factory. This one replaces the library's factory in the tool and in the C
+/// library: each engine is a new one, and a name with a slash is a path.
 class Factory : public BackLightNitsFactoryIntf {
  public:
   std::shared_ptr<BackLightNitsIntf> CreateBackLightNitsIntf(std::string panel_name) override {

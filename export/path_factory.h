@@ -7,13 +7,13 @@
 
 namespace zarn {
 
-/// The name by which the tool's factory knows the file at `path`: with a slash in it, which a panel's name has not.
+/// The name under which this factory opens the file at `path`. It contains a slash, which marks it as a path.
 std::string EngineNameOf(const std::string& path);
 
-/// An engine of its own, not initialised, for a panel's name or for what EngineNameOf made of a path. Any thread.
+/// Makes a new engine, not initialised, for a panel's name or a name from EngineNameOf. Any thread.
 std::shared_ptr<BackLightNitsIntf> MakeEngine(const std::string& name);
 
-/// A parser of its own, not initialised, likewise. Its linear table is the sparse one of the file. Any thread.
+/// Makes a new parser, not initialised, for the same names. It returns the sparse linear table of the file. Any thread.
 std::unique_ptr<BackLightNitsIntf> MakeParser(const std::string& name);
 
 }  // namespace zarn

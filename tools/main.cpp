@@ -11,7 +11,7 @@
 
 namespace {
 
-// The same for all subcommands.
+// Exit statuses, the same for all subcommands.
 constexpr int kNegative = 1;
 constexpr int kTrouble = 2;
 
@@ -53,7 +53,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGXFSZ, SIG_IGN);  // what is too large for the user's limit is told
+  std::signal(SIGXFSZ, SIG_IGN);  // A file beyond the user's size limit is then a write error, which is reported.
   try {
     return Run(argc, argv);
   } catch (const std::exception& error) {

@@ -14,7 +14,7 @@
 namespace blnits {
 namespace {
 
-// The library's words belong to the first trouble, at which it stops.
+// The library stops at the first fault, so its message belongs to the first trouble only.
 void AddRefusal(const CalibrationSource& source, const std::string& words, Findings* findings) {
   std::string says = " and says: " + words;
   for (const LoadTrouble& trouble : LoadTroubles(source)) {

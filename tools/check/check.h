@@ -12,28 +12,28 @@ namespace blnits {
 /// "error", "warning" or "note".
 const char* NameOf(Severity severity);
 
-/// What a rule found in a file.
+/// One violation of a rule in a file.
 struct Finding {
   int line;  ///< From 1.
   const Rule* rule;
-  std::string text;  ///< What is wrong, what the device does with it, and what to do. As it may be printed.
+  std::string text;  ///< The fault, what the device does with it, and what to do. Printable.
 };
 
 /// The outcome of a check.
 struct CheckReport {
   bool loads = false;
-  std::vector<Finding> findings;  ///< By line; those of one line in the order of the rules. A refusal comes first.
+  std::vector<Finding> findings;  ///< Sorted by line, and within a line by rule. A refusal comes first.
 
-  std::array<size_t, 3> counts = {};  ///< Of errors, warnings and notes, whether kept or not.
+  std::array<size_t, 3> counts = {};  ///< Number of errors, warnings and notes, including findings that were not kept.
 
   size_t Count(Severity severity) const { return counts[static_cast<size_t>(severity)]; }
 };
 
-/// Checks a calibration file of any name. Whatever is wrong with the file is a finding. Keeps nothing of it: memory and
-/// descriptors are as before when it returns.
-/// \param disabled names of rules that are not applied; whether the file loads is told all the same.
-/// \param limit findings of one rule that are kept, further ones are counted in the last; 0 keeps all.
-/// \param log has been the process's log handler since before.
+/// Checks a calibration file of any name and reports every fault as a finding. Keeps no memory and no descriptor of the
+/// file.
+/// \param disabled names of rules that are not applied. A refused file is always reported.
+/// \param limit how many findings of one rule to keep. The last one gives the number of the others. 0 keeps all.
+/// \param log the process's log handler.
 CheckReport Check(const std::string& file, const std::vector<std::string>& disabled, size_t limit, CapturedLog* log);
 
 }  // namespace blnits

@@ -20,7 +20,8 @@ class Lines {
 
   const TableInFile& Table() const { return table_; }
 
-  /// The line of the last point before the first that is above `level`, else of the first point.
+  /// The line of the last point before the first point above `level`. If the first point is above it: that point's
+  /// line.
   int At(uint32_t level) const {
     const auto above = std::upper_bound(highest_.begin(), highest_.end(), level);
     const auto count = static_cast<size_t>(above - highest_.begin());
@@ -29,27 +30,27 @@ class Lines {
 
  private:
   const TableInFile& table_;
-  std::vector<uint32_t> highest_;  // level of the points up to each
+  std::vector<uint32_t> highest_;  // For each point, the highest level up to and including it.
 };
 
-/// What clients get from one operation at one coverage.
+/// The luminances of one operation at one coverage.
 struct Served {
   Curve curve;
   std::string name;
-  const Lines* lines;  ///< Of the table that the curve belongs to.
-  bool is_checked;     ///< Every table that it needs has points, and levels that are no fractions.
+  const Lines* lines;  ///< Lines of the table that the curve belongs to.
+  bool is_checked;     ///< Whether every table of the curve has points, and no levels that are fractions.
 
   TablePlace At(uint32_t first, uint32_t last, uint32_t line_of) const {
     return {name, first, last, lines->At(line_of)};
   }
 };
 
-/// All rules of this group look at the same curves.
+/// The curves that all rules of this group examine.
 struct Survey {
   const Subject& subject;
   Levels levels;
   std::vector<Lines> lines;
-  std::vector<Served> curves;  ///< In the order of the file, those between the coverages behind the full screen.
+  std::vector<Served> curves;  ///< In the order of the file; the curve at 55 % follows the one of the full screen.
   CapturedLog* log;
   Findings* findings;
 
@@ -59,13 +60,13 @@ struct Survey {
   }
 };
 
-/// How many levels 1/255 of the range has, the step of a range of 8 bits; at least 1.
+/// How many client levels one step of an 8-bit range spans: 1/255 of the range, at least 1.
 uint32_t StepOf(const Subject& subject) {
   return std::max<uint32_t>(1, static_cast<uint32_t>(std::lround(subject.range.max_os_bl / 255.0)));
 }
 
-/// `levels` with further ones, so that each has another within a step above and below it: between the levels of the
-/// survey curves are straight, and steepest at the ends.
+/// Adds levels so that each level of the survey has another one a step above it and below it. Between survey levels a
+/// curve is straight, so its relative steps are largest at the ends.
 Levels WithSteps(const Levels& levels, uint32_t step) {
   Levels more = {levels.front()};
   for (size_t i = 1; i < levels.size(); ++i) {
@@ -128,8 +129,8 @@ void CheckLevels(const Survey& survey, const Served& served) {
   });
 }
 
-// The device refuses a luminance only above all points of a table, when its last point has none: where it converts the
-// top of a curve, it converts all below.
+// The device refuses only luminances above every point of a table, and only if the table's last point has 0 nits. If it
+// converts the largest luminance of a curve, it converts all smaller ones.
 void CheckLuminances(const Survey& survey, const Served& served) {
   const auto& [coverage, hdr, nits] = served.curve;
   double refused = 0.0;
@@ -155,7 +156,7 @@ void CheckLuminances(const Survey& survey, const Served& served) {
       converted, reason);
 }
 
-/// The last of `levels` that is at most a step above each.
+/// For each level, the index of the last of `levels` that is at most a step above it.
 std::vector<size_t> StepsUp(const Levels& levels, uint32_t step) {
   std::vector<size_t> up;
   size_t above = 0;
@@ -168,13 +169,14 @@ std::vector<size_t> StepsUp(const Levels& levels, uint32_t step) {
   return up;
 }
 
-/// The places of two levels.
+/// The indices of two levels.
 struct Rise {
   size_t from;
   size_t to;
 };
 
-// Between the coverages no step is larger than those of both tables.
+// A curve between the coverages is a weighted mean of two measured ones, so no relative step of it is larger than
+// theirs.
 void CheckJumps(const Survey& survey, const Served& served, const std::vector<size_t>& up) {
   constexpr double kVisible = 0.25;
   const Levels& levels = survey.levels;
@@ -188,7 +190,7 @@ void CheckJumps(const Survey& survey, const Served& served, const std::vector<si
     for (size_t i = first; i <= last; ++i) {
       worst = ratio({i, up[i]}) > ratio(worst) ? Rise{i, up[i]} : worst;
     }
-    // Where one step between neighbours is a jump by itself, that one is told.
+    // If a single step between neighbours is a jump by itself, report that step.
     Rise steepest = worst;
     for (size_t i = worst.from; i < worst.to; ++i) {
       const bool is_first = steepest.to - steepest.from > 1;
@@ -207,7 +209,7 @@ void CheckJumps(const Survey& survey, const Served& served, const std::vector<si
   });
 }
 
-// By more than one per cent: measurements have that much noise.
+// Tolerates one per cent: measurements have that much noise.
 void CheckDarker(const Survey& survey, RuleId rule, const Served& served, const Served& darker, const char* than,
                  const char* exchanged) {
   if (!served.is_checked || !darker.is_checked) {
@@ -230,7 +232,7 @@ void CheckDarker(const Survey& survey, RuleId rule, const Served& served, const 
   });
 }
 
-// Where no measured point is too bright, but the line beyond the last is.
+// Only for tables whose measured points are all plausible but whose extrapolation is too bright.
 void CheckBrightness(const Survey& survey, const Served& served) {
   const auto& points = served.lines->Table().points;
   const auto& nits = served.curve.nits;

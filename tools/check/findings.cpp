@@ -6,7 +6,7 @@
 namespace blnits {
 namespace {
 
-/// "a, in b and in c", since the names have commas.
+/// "a, in b and in c". The names contain commas, so each gets its own "in".
 std::string Listed(const std::vector<std::string>& names) {
   std::string list = names.front();
   for (size_t i = 1; i < names.size(); ++i) {
@@ -17,7 +17,7 @@ std::string Listed(const std::vector<std::string>& names) {
 
 }  // namespace
 
-// One table can have several findings at one place: only another table's is the same.
+// A table can have several findings of one rule at one place. Only findings of different tables are merged.
 void Findings::AddText(RuleId rule, const TablePlace& place, std::string text) {
   const auto [found, is_new] = places_.try_emplace({rule, place.first, place.last}, entries_.size());
   if (!is_new) {

@@ -12,32 +12,32 @@
 
 namespace blnits {
 
-/// Where in a measured table or curve a finding stands. Findings of one rule at the same levels of several tables are
-/// told as one.
+/// The position of a finding in a measured table or curve. Findings of one rule at the same levels of several tables
+/// are merged into one.
 struct TablePlace {
   std::string_view table;  ///< Its name.
-  uint32_t first;          ///< The levels that are concerned, or what else tells places apart.
+  uint32_t first;          ///< The levels concerned, or any two numbers that tell findings of one table apart.
   uint32_t last;
   int line;
 };
 
-/// Collects findings.
+/// Collects findings and merges those of several tables.
 class Findings {
  public:
-  /// A finding that stands alone.
+  /// Adds a finding that is never merged.
   template <class... Arguments>
   void Add(RuleId rule, int line, fmt::format_string<Arguments...> format, const Arguments&... arguments) {
     entries_.push_back({rule, line, "", fmt::format(format, arguments...), {}});
   }
 
-  /// A finding about one table, whose name will stand in front of the text.
+  /// Adds a finding about one table. The table's name is put before the text.
   template <class... Arguments>
   void AddIn(RuleId rule, const TablePlace& place, fmt::format_string<Arguments...> format,
              const Arguments&... arguments) {
     AddText(rule, place, fmt::format(format, arguments...));
   }
 
-  /// All findings, and forgets them.
+  /// Returns all findings and clears the collection.
   std::vector<Finding> Take();
 
  private:
@@ -45,13 +45,13 @@ class Findings {
   struct Other {
     std::string table;
     int line;
-    bool same_text;  ///< False: the same levels, but other luminances.
+    bool same_text;  ///< False: same levels, different luminances.
   };
 
   struct Entry {
     RuleId rule;
     int line;
-    std::string table;  ///< Empty: the finding is about none.
+    std::string table;  ///< Empty: the finding is not about a table.
     std::string text;
     std::vector<Other> others;
   };
@@ -74,7 +74,7 @@ class Findings {
   static std::string TextOf(Entry* entry);
 
   std::vector<Entry> entries_;
-  std::unordered_map<Key, size_t, Hash> places_;  ///< Where in entries_ each is.
+  std::unordered_map<Key, size_t, Hash> places_;  ///< The index of each finding in entries_.
 };
 
 }  // namespace blnits

@@ -6,7 +6,7 @@
 namespace blnits {
 namespace {
 
-/// What the rules of one table look at.
+/// The input of the rules for one table.
 struct Measured {
   const Subject& subject;
   const TableInFile& table;
@@ -16,14 +16,14 @@ struct Measured {
 
   size_t Size() const { return points.size(); }
 
-  /// The place of points `first` to `last` in the line of a level or a luminance.
+  /// The position of points `first` to `last`, with the line of `value`.
   TablePlace At(size_t first, size_t last, const SourceValue& value) const {
     return {table.table->name, points[first].bl, points[last].bl, value.line};
   }
 };
 
 void CheckFall(const Measured& m, size_t i) {
-  constexpr double kNoise = 0.005;  // of a luminance meter
+  constexpr double kNoise = 0.005;  // Relative noise of a luminance meter.
   const auto& [before, nits_before] = m.points[i - 1];
   const auto& [level, nits] = m.points[i];
   const TablePlace place = m.At(i - 1, i, m.table.luminances[i]);
@@ -100,7 +100,7 @@ double Slope(const zarn::BlNitsPoint& from, const zarn::BlNitsPoint& to) {
   return (to.nits - from.nits) / (static_cast<double>(to.bl) - from.bl);
 }
 
-// Level 0 is dark by definition: a table that begins at level 1 lacks nothing.
+// Level 0 is dark by definition, so a table that begins at level 1 is complete.
 void CheckFirstLevel(const Measured& m) {
   const auto& first = m.points.front();
   if (first.bl <= 1 || m.Size() < 2 || m.points[1].bl <= first.bl) {
@@ -131,7 +131,7 @@ void CheckLastLevel(const Measured& m) {
       last.bl, top, *nits, top, slope, top);
 }
 
-/// \return whether the levels are of another scale, as it seems.
+/// \return whether the levels seem to belong to another scale.
 bool CheckScale(const Measured& m, size_t highest) {
   const uint32_t top = m.subject.range.max_os_bl;
   const uint32_t level = m.points[highest].bl;
@@ -167,10 +167,10 @@ void CheckRange(const Measured& m) {
   }
 }
 
-// Between two points the device follows a straight line, which a panel does not over so long a stretch.
+// The device interpolates linearly between two points. A panel's curve bends over so long a stretch.
 void CheckGaps(const Measured& m) {
   constexpr double kMostTimes = 4.0;
-  constexpr double kDark = 1.0;  // nits, below which a meter is slow and points are few
+  constexpr double kDark = 1.0;  // In nits. Below this, a meter is slow and points are few.
   if (!std::is_sorted(m.points.begin(), m.points.end(), [](const auto& a, const auto& b) { return a.bl < b.bl; })) {
     return;
   }
@@ -187,7 +187,7 @@ void CheckGaps(const Measured& m) {
   }
 }
 
-/// A point at which the slope changes much.
+/// A point at which the slope changes by more than kMostChange.
 struct Knee {
   size_t point;
   double before;
@@ -200,7 +200,7 @@ constexpr double kMostChange = 4.0;
 
 bool IsFarFrom(double a, double b) { return a > kMostChange * b || b > kMostChange * a; }
 
-// Falling and flat stretches have rules of their own.
+// Skips falling and flat stretches: other rules report them.
 std::vector<Knee> KneesOf(const Measured& m) {
   std::vector<Knee> knees;
   for (size_t i = 1; i + 1 < m.Size(); ++i) {
@@ -240,7 +240,7 @@ void TellKnee(const Measured& m, const Knee& knee) {
       m.points[knee.point - 1].bl, m.points[knee.point + 1].bl);
 }
 
-// A stretch behind which the curve goes on as before it is one finding.
+// If the slope returns to its earlier value after a stretch, the whole stretch is one finding.
 void CheckSlopes(const Measured& m) {
   const std::vector<Knee> knees = KneesOf(m);
   for (size_t i = 0; i < knees.size(); ++i) {

@@ -11,7 +11,7 @@ namespace format = zarn::format;
 using Names = std::vector<std::string>;
 using tinyxml2::XMLElement;
 
-/// What the library looks up in an element.
+/// The names that the library looks up in an element.
 struct Known {
   Names attributes;
   Names children;
@@ -52,7 +52,7 @@ bool IsList(const std::string& element) {
   return has(format::kLinearTable) || has(format::kPoints);
 }
 
-// What to do about a name that is not known: the likely one, if there is one.
+// Advice on an unknown name: the likely name if there is one.
 std::string Remedy(const std::string& name, const Names& known) {
   const std::string likely = NearestName(name, known);
   if (!likely.empty()) {
@@ -74,7 +74,7 @@ void CheckAttributeNames(const XMLElement& element, const Names& known, Findings
   }
 }
 
-// Text where only elements count.
+// Reports text in an element of which the library reads only the child elements.
 void CheckStrayText(const XMLElement& element, Findings* findings) {
   for (const auto* node = element.FirstChild(); node != nullptr; node = node->NextSibling()) {
     const std::string text = node->ToText() != nullptr ? node->Value() : "";
@@ -88,7 +88,7 @@ void CheckStrayText(const XMLElement& element, Findings* findings) {
   }
 }
 
-// Only the text that a value begins with is read.
+// The library reads only the text at the beginning of a value.
 void CheckValue(const XMLElement& value, Findings* findings) {
   CheckAttributeNames(value, {}, findings);
   const auto* const rest = value.FirstChild() != nullptr ? value.FirstChild()->NextSibling() : nullptr;
@@ -115,7 +115,7 @@ void CheckElement(const XMLElement& element, Findings* findings) {
   const auto [attributes, children] = KnownIn(element.Name());
   CheckAttributeNames(element, attributes, findings);
   CheckStrayText(element, findings);
-  std::map<std::string, int> read;  // name and line of each known child
+  std::map<std::string, int> read;  // Name and line of each known child.
   for (const auto* child = element.FirstChildElement(); child != nullptr; child = child->NextSiblingElement()) {
     if (std::find(children.begin(), children.end(), child->Name()) == children.end()) {
       findings->Add(RuleId::kIgnored, child->GetLineNum(), "the device ignores element {} in {}; {}",

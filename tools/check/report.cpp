@@ -12,7 +12,7 @@ std::string Counted(size_t count, const char* what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
-/// In the colours that compilers have.
+/// The colours that compilers use.
 fmt::text_style StyleOf(Severity severity) {
   constexpr fmt::terminal_color kColours[] = {fmt::terminal_color::red, fmt::terminal_color::magenta,
                                               fmt::terminal_color::cyan};

@@ -6,10 +6,11 @@
 
 namespace blnits {
 
-/// How many findings of one rule are told where the user does not say.
+/// Default number of findings that are printed for each rule.
 constexpr size_t kUsualLimit = 20;
 
-/// Prints what a check of `file` found, as compilers do, with the verdict before and after; colours on a terminal.
+/// Prints the findings of `file` in the format of compilers, between two lines with the verdict. Uses colours on a
+/// terminal.
 void PrintReport(const std::string& file, const CheckReport& report, std::FILE* stream = stdout);
 
 }  // namespace blnits

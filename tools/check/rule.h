@@ -7,11 +7,11 @@ namespace blnits {
 
 enum class Severity {
   kError,    ///< The device refuses the file or a sensible request, or answers it with garbage.
-  kWarning,  ///< It loads, but is surely not meant.
+  kWarning,  ///< The file loads, but the value is surely a mistake.
   kNote,     ///< Worth knowing.
 };
 
-/// Names a rule in the code; kRules has the rest. In the order in which rules are documented.
+/// Identifies a rule; kRules has its name and severity. Same order as in the documentation.
 enum class RuleId : size_t {
   kLoad,
   kFileName,
@@ -60,12 +60,12 @@ enum class RuleId : size_t {
 /// A rule that a calibration can break.
 struct Rule {
   RuleId id;
-  const char* name;     ///< As users write it.
-  Severity severity;    ///< Of every finding of this rule.
-  const char* summary;  ///< What it finds.
+  const char* name;     ///< As users write it, for instance after --disable.
+  Severity severity;    ///< The severity of all its findings.
+  const char* summary;  ///< What the rule reports.
 };
 
-/// Every rule, at the place that its id gives.
+/// Every rule, indexed by its id.
 constexpr std::array<Rule, static_cast<size_t>(RuleId::kCount)> kRules = {{
     {RuleId::kLoad, "load", Severity::kError, "the device refuses the file"},
     {RuleId::kFileName, "file-name", Severity::kNote, "a file name that the device does not look for"},
@@ -114,7 +114,7 @@ constexpr std::array<Rule, static_cast<size_t>(RuleId::kCount)> kRules = {{
     {RuleId::kSampled, "sampled", Severity::kNote, "a range so large that only a sample of its levels is looked at"},
 }};
 
-/// Whether each rule stands at its id's place, and none is missing.
+/// Whether each rule is at the index of its id, and none is missing.
 constexpr bool RulesAreInOrder() {
   for (size_t i = 0; i < kRules.size(); ++i) {
     if (static_cast<size_t>(kRules[i].id) != i || kRules[i].name == nullptr) {

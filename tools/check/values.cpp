@@ -17,7 +17,7 @@ enum class Form {
   kClean,
   kNegative,  ///< A level below 0.
   kTooLarge,  ///< A level that does not fit into 32 bits.
-  kNotClean,  ///< A number with something else around it.
+  kNotClean,  ///< A number with other text around it.
   kNoNumber,
 };
 
@@ -30,12 +30,12 @@ const char* SkipDigits(const char* at) {
   return at;
 }
 
-// Those of the C locale's isspace.
+// The white space of isspace in the C locale.
 const char* SkipBlanks(const char* at) { return at + std::strspn(at, " \t\r\n\v\f"); }
 
 const char* SkipSign(const char* at) { return *at == '+' || *at == '-' ? at + 1 : at; }
 
-/// Where the decimal number at `at` ends; `at` itself when there is none.
+/// The end of the decimal number at `at`; `at` itself if there is none.
 const char* SkipReal(const char* at) {
   const char* const start = SkipSign(at);
   const char* end = SkipDigits(start);
@@ -57,7 +57,7 @@ const char* SkipReal(const char* at) {
 
 bool IsAtEnd(const char* at) { return *SkipBlanks(at) == '\0'; }
 
-// Blanks before a number are passed over by the library, those after it do no harm.
+// The library skips white space before a number and ignores it after the number.
 Form FormOfReal(const char* text) {
   const char* const start = SkipBlanks(text);
   const char* const end = SkipReal(start);
@@ -89,7 +89,7 @@ struct Fault {
   std::string text;
 };
 
-/// \param what names the number. \param reads what the library reads there; empty when it has not loaded the file.
+/// \param what names the number. \param reads the number that the library reads; empty if it has not loaded the file.
 Fault TellForm(Form form, Kind kind, const char* what, const char* text, const std::string& reads) {
   const std::string read = reads.empty() ? "" : fmt::format(", the device reads {}", reads);
   switch (form) {
@@ -108,8 +108,8 @@ Fault TellForm(Form form, Kind kind, const char* what, const char* text, const s
 
 Form FormOf(Kind kind, const char* text) { return kind == Kind::kLevel ? FormOfLevel(text) : FormOfReal(text); }
 
-/// Calls `tell` with the place and the fault of each value that has one.
-/// \param read gives as text what the library reads at a place of the list.
+/// Calls `tell` with the index and the fault of each malformed value.
+/// \param read returns the number that the library reads at an index of the list, as text.
 template <class Read, class Tell>
 void ForEachFault(Kind kind, const char* what, const std::vector<SourceValue>& values, Read read, Tell tell) {
   for (size_t i = 0; i < values.size(); ++i) {
@@ -142,7 +142,7 @@ void CheckAttributeForm(const format::Attribute<Record, Number>& attribute, cons
   }
 }
 
-// Findings of one line are told in this order.
+// Reports real numbers before levels.
 void CheckAttributeForms(const Subject& subject, Findings* findings) {
   for (const bool real : {true, false}) {
     format::ForEachAttribute([&](const auto& attribute) {
@@ -153,7 +153,7 @@ void CheckAttributeForms(const Subject& subject, Findings* findings) {
   }
 }
 
-/// Levels that are fractions: how many, and how many are read as 0. No levels: they are none.
+/// How many levels are fractions, and how many of them the library reads as 0. `levels` is 0 if they are no fractions.
 struct Fractions {
   size_t levels = 0;
   size_t zeros = 0;
@@ -177,7 +177,7 @@ Fractions FractionsIn(const std::vector<SourceValue>& levels) {
   return any ? found : Fractions();
 }
 
-/// \param factor_name the attribute by which the levels are to be multiplied. \param factor its number.
+/// \param factor_name the attribute by which to multiply the levels. \param factor its value.
 std::string TellFractions(const Fractions& fractions, const char* factor_name, uint32_t factor) {
   return fmt::format(
       "the {} levels are fractions from 0 to 1: the device reads whole numbers, {} of these as 0; multiply each by {} "
@@ -233,7 +233,7 @@ void CheckLuminanceForms(const TableInFile& table, Findings* findings) {
       });
 }
 
-// One finding for all that are too bright: they are of one unit.
+// Reports all points that are too bright as one finding: they have one cause, a wrong unit.
 void CheckBrightness(const TableInFile& table, Findings* findings) {
   size_t count = 0;
   size_t brightest = 0;
@@ -292,7 +292,7 @@ void CheckAttributes(const Subject& subject, Findings* findings) {
   const double gamma = subject.panel->Get(format::kGamma);
   const double thresh = subject.panel->Get(format::kPccThresh);
   const auto line = [&](const auto& attribute) { return subject.source.LineOfAttribute(attribute.name); };
-  // That text holds no number is told already.
+  // The rule no-number already reports text without a number.
   const auto is_text = [&](const auto& attribute) {
     const auto value = subject.source.Attribute(attribute.name);
     return value && FormOf(KindOf(attribute), value->text) == Form::kNoNumber;

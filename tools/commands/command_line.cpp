@@ -37,14 +37,14 @@ const CLI::App* CommandNamed(const CLI::App& app, const std::string& name) {
   throw Failure(fmt::format("there is no subcommand {}{}", name, DidYouMean(name, known)));
 }
 
-// "--level", "--level=5", "-l", "-l5": an option that takes any number of values.
+// Whether the word ("--level", "--level=5", "-l", "-l5") is an option that takes any number of values.
 bool IsList(const CLI::App& command, const std::string& word) {
   const std::string name = word.compare(0, 2, "--") == 0 ? word.substr(0, word.find('=')) : word.substr(0, 2);
   const CLI::Option* const option = command.get_option_no_throw(name);
   return option != nullptr && option->get_items_expected_max() > 1;
 }
 
-// CLI11 takes the "--" behind a list for the end of that list: a second one then ends the options.
+// CLI11 takes "--" after a list for the end of the list. A second "--" then ends the options.
 void EndOptions(const CLI::App& command, Words* words) {
   const auto end = std::find(words->begin(), words->end(), "--");
   const auto last_option = std::find_if(std::make_reverse_iterator(end), words->rend(),
@@ -62,7 +62,7 @@ Words WordsOf(const CLI::App& app, int argc, char** argv) {
   return words;
 }
 
-// CLI11 names what is left over from the last word to the first.
+// CLI11 lists the unparsed words in reverse order.
 std::string WhatIsLeft(const CLI::App& command) {
   const Words left = command.remaining();
   const auto end = std::find(left.begin(), left.end(), "--");
@@ -93,7 +93,7 @@ void AddHelpCommand(CLI::App* app) {
   command->add_option("COMMAND", *name, "The subcommand; default: blnits itself");
   command->footer("Example: blnits help check");
   command->callback([app, name] {
-    // An app's own help() is that of the subcommand which runs.
+    // The help() of an app prints the help of the subcommand that runs.
     const std::string help = name->empty()
                                  ? app->get_formatter()->make_help(app, app->get_name(), CLI::AppFormatMode::Normal)
                                  : CommandNamed(*app, *name)->help(app->get_name());
@@ -103,7 +103,7 @@ void AddHelpCommand(CLI::App* app) {
 
 bool RunCommandLine(CLI::App* app, int argc, char** argv) {
   Words words = WordsOf(*app, argc, argv);
-  std::reverse(words.begin(), words.end());  // as CLI11 wants them
+  std::reverse(words.begin(), words.end());  // CLI11 expects reverse order.
   try {
     app->parse(words);
   } catch (const CLI::Success& asked) {

@@ -6,8 +6,8 @@
 
 namespace blnits {
 
-// Each adds one subcommand to `app`, with its options, its help and what it does. `log` is the process's log handler
-// and outlives `app`.
+// Each function adds one subcommand to `app`, with its options, help and action. `log` is the process's log handler and
+// must outlive `app`.
 void AddCheckCommand(CLI::App* app, CapturedLog* log);
 void AddCurveCommand(CLI::App* app, CapturedLog* log);
 void AddDiffCommand(CLI::App* app, CapturedLog* log);
@@ -18,7 +18,7 @@ void AddLevelCommand(CLI::App* app, CapturedLog* log);
 void AddLinearCommand(CLI::App* app, CapturedLog* log);
 void AddShowCommand(CLI::App* app, CapturedLog* log);
 
-/// Of all subcommands that `app` has when it runs.
+/// Covers all subcommands that `app` has when it runs.
 void AddManualCommand(CLI::App* app);
 
 }  // namespace blnits

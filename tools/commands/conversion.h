@@ -12,13 +12,13 @@
 
 namespace blnits {
 
-/// Files of the LUTs that dim a panel: both or none.
+/// The two files of dimming LUTs. Both are set, or neither.
 struct LutFiles {
   std::string dimming;
   std::string attenuation;
 };
 
-/// What the two conversions ask for alike.
+/// The options that the two conversions share.
 struct ConversionOptions {
   std::string panel;
   uint32_t coverage = 100;  // per cent
@@ -28,30 +28,30 @@ struct ConversionOptions {
   LutFiles luts;
 };
 
-/// What an option's number must be: finite and in decimal digits; likewise and not negative.
+/// Validators for the number of an option: finite and in decimal digits; NotNegative also refuses negative numbers.
 CLI::Validator Finite();
 CLI::Validator NotNegative();
 
-/// The positional argument PANEL of a subcommand.
+/// Adds the positional argument PANEL to a subcommand.
 void AddPanelArgument(CLI::App* command, std::string* panel);
 
-/// "--format": "text" for people, "json" for machines.
+/// Adds "--format": "text" for people, "json" for machines.
 void AddFormatOption(CLI::App* command, std::string* format);
 
-/// "--dimming-lut" and "--attenuation".
+/// Adds "--dimming-lut" and "--attenuation".
 void AddLutOptions(CLI::App* command, LutFiles* luts);
 
 void AddConversionOptions(CLI::App* command, ConversionOptions* options);
 
-/// Switches dimming on, with the LUTs of the files where there are some. \throws Failure when a file is wrong.
+/// Switches dimming on, with the LUTs of the files if there are files. \throws Failure if a file is wrong.
 void SwitchDimmingOn(const LutFiles& files, Panel* panel);
 
-/// Opens the panel, with dimming as the options ask for it. \throws as Panel; Failure when a LUT's file is wrong.
+/// Opens the panel, and switches dimming on if the options say so. \throws as Panel; Failure if a LUT file is wrong.
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log);
 
-/// Converts `given`, or where there is nothing in it the numbers on standard input, and prints a line for each: the
-/// result, or with the table option what was given, the result and the coverage.
-/// \param given_name, result_name head the columns. \param what names what a line of standard input holds.
+/// Converts `given`, or the numbers on standard input if `given` is empty. Prints one line for each: the result, or
+/// with the table option input, result and coverage.
+/// \param given_name, result_name the headings of the columns. \param what describes a line of standard input.
 template <class Given, class Convert>
 void PrintConversions(const ConversionOptions& options, const std::vector<Given>& given, const char* given_name,
                       const char* result_name, const char* what, Convert convert) {

@@ -25,20 +25,20 @@ struct CurveOptions {
   bool csv = false;
 };
 
-/// A panel with its curves: standard ones, then those of high brightness.
+/// A panel with its curves: those of standard operation, then those of high brightness.
 struct DrawnPanel {
   Panel panel;
   std::vector<uint32_t> levels;
   std::vector<Curve> curves;
 };
 
-// A file where the name would not tell them apart.
+// The panel's name, or its file if another panel has the same name.
 std::string LabelOf(const Panel& panel, const std::vector<DrawnPanel>& all) {
   const auto same = [&](const DrawnPanel& other) { return other.panel.Name() == panel.Name(); };
   return std::count_if(all.begin(), all.end(), same) > 1 ? panel.File() : panel.Name();
 }
 
-// A level that a panel does not have, or refuses, leaves its fields empty.
+// If a panel does not have a level or refuses it, the fields are empty.
 void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* panels) {
   std::vector<Panel*> surveyed;
   for (DrawnPanel& drawn : *panels) {
@@ -67,13 +67,13 @@ void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* p
   }
 }
 
-/// A label as a picture has room for it.
+/// A label that fits into a picture.
 std::string ShortLabelOf(const DrawnPanel& drawn, const std::vector<DrawnPanel>& all) {
   constexpr size_t kLongest = 40;
   return Shown(LabelOf(drawn.panel, all), kLongest);
 }
 
-/// One hue for each panel's operation, from dark to light with the place of the coverage among all.
+/// Each panel and operation has its hue. The coverage decides the brightness: the first is dark, the last is light.
 std::string ColourOf(size_t panel, bool hdr, size_t place, size_t coverages) {
   constexpr int kHues[2][2][2][3] = {{{{8, 48, 107}, {107, 174, 214}},    // blue
                                       {{127, 39, 4}, {253, 141, 60}}},    // orange
@@ -88,7 +88,7 @@ std::string ColourOf(size_t panel, bool hdr, size_t place, size_t coverages) {
   return colour;
 }
 
-/// A curve as it is drawn, and which curve it is.
+/// A curve with the identity that its label needs.
 struct DrawnCurve {
   PlotLine line;
   size_t panel;
@@ -115,7 +115,7 @@ PlotPoints MeasuredPoints(DrawnPanel* drawn, const Curve& curve, double unit) {
   return points;
 }
 
-/// \param unit of a client level on the picture's axis.
+/// \param unit length of a client level on the picture's axis.
 std::vector<DrawnCurve> CurvesOf(DrawnPanel* drawn, size_t number, double unit, size_t coverages) {
   std::vector<DrawnCurve> curves;
   for (size_t i = 0; i < drawn->curves.size(); ++i) {
@@ -131,7 +131,7 @@ std::vector<DrawnCurve> CurvesOf(DrawnPanel* drawn, size_t number, double unit, 
   return curves;
 }
 
-/// "standard 10, 55 %, high brightness 10 %": the curves of one panel among some.
+/// "standard 10, 55 %, high brightness 10 %": names those of the curves that belong to one panel.
 std::string NamesOf(const std::vector<const DrawnCurve*>& curves, size_t panel) {
   std::string coverages[2];
   for (const DrawnCurve* curve : curves) {
@@ -148,7 +148,7 @@ std::string NamesOf(const std::vector<const DrawnCurve*>& curves, size_t panel) 
   return standard + (standard.empty() || hdr.empty() ? "" : ", ") + hdr;
 }
 
-/// What the key calls a line that several curves have in common. \param labels of the panels; none: there is one panel.
+/// The key's text for a line that several curves share. \param labels of the panels; empty if there is only one panel.
 std::string KeyOf(const std::vector<const DrawnCurve*>& curves, const std::vector<std::string>& labels) {
   std::string first = NamesOf(curves, 0);
   const std::string second = NamesOf(curves, 1);
@@ -163,7 +163,7 @@ std::string KeyOf(const std::vector<const DrawnCurve*>& curves, const std::vecto
          (second.empty() ? "" : fmt::format("{}: {}", labels[1], second));
 }
 
-// A gap is like a gap.
+// Two gaps are equal.
 bool IsSame(const PlotPoints& a, const PlotPoints& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& one, const auto& other) {
     return one.first == other.first &&
@@ -171,7 +171,7 @@ bool IsSame(const PlotPoints& a, const PlotPoints& b) {
   });
 }
 
-/// A line for each curve that is not the same as one before, which it shares otherwise.
+/// One line for each distinct curve. Identical curves share a line.
 std::vector<PlotLine> LinesOf(std::vector<DrawnCurve> curves, const std::vector<std::string>& labels) {
   std::vector<PlotLine> lines;
   std::vector<bool> shared(curves.size(), false);
@@ -196,7 +196,7 @@ std::vector<PlotLine> LinesOf(std::vector<DrawnCurve> curves, const std::vector<
   return lines;
 }
 
-/// A curve's value between its points; not a number beyond them and beside a gap.
+/// A curve's interpolated value at a level; NaN outside the points and next to a gap.
 double ValueAt(const PlotPoints& points, double level) {
   const auto above = std::lower_bound(points.begin(), points.end(), level,
                                       [](const auto& point, double sought) { return point.first < sought; });
@@ -211,7 +211,7 @@ double ValueAt(const PlotPoints& points, double level) {
   return below->second + share * (above->second - below->second);
 }
 
-/// Second minus first, at the levels of both; in per cent of the first where `percent` is set.
+/// Second minus first, at the levels of both; with `percent` in per cent of the first.
 PlotLine DifferenceOf(const PlotLine& first, const PlotLine& second, bool percent) {
   PlotLine line = {"", first.colour, false, {}, {}, {}};
   std::vector<std::pair<double, bool>> levels;
@@ -255,7 +255,7 @@ void CheckVisible(const DrawnPanel& drawn, bool logarithmic) {
   }
 }
 
-/// What a client level is on the axis: itself, or per cent of the panel's range.
+/// Length of a client level on the axis: 1, or its share of the panel's range in per cent.
 double UnitOf(const DrawnPanel& drawn, bool relative) {
   return relative ? 100.0 / std::max(1U, drawn.levels.back()) : 1.0;
 }

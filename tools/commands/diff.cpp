@@ -21,7 +21,7 @@ struct DiffOptions {
   std::string format = "text";
 };
 
-/// How far apart two rows of numbers are.
+/// The difference of two rows of numbers: largest and root mean square.
 class Spread {
  public:
   void Add(uint32_t level, double difference) {
@@ -36,7 +36,7 @@ class Spread {
   double Rms() const { return Empty() ? 0.0 : std::sqrt(squares_ / static_cast<double>(count_)); }
 
   double largest = 0.0;
-  uint32_t at = 0;  ///< The first level with that.
+  uint32_t at = 0;  ///< The first level with the largest difference.
 
  private:
   double squares_ = 0.0;
@@ -46,11 +46,11 @@ class Spread {
 struct TableDifference {
   std::string table;
   Spread nits;
-  Spread percent;        ///< Of A, at levels where that is not 0.
-  uint64_t refused = 0;  ///< Levels that one of the two devices refuses.
+  Spread percent;        ///< In per cent of A, at levels where A is not 0.
+  uint64_t refused = 0;  ///< Number of levels that exactly one of the two devices refuses.
 };
 
-/// The last levels of both.
+/// The last level of each of the two.
 struct LastLevels {
   uint32_t a;
   uint32_t b;
@@ -69,9 +69,9 @@ struct AttributeDifference {
 
 struct Difference {
   std::vector<AttributeDifference> attributes;
-  std::optional<LinearDifference> linear;  ///< Nothing where one of the tables is refused.
+  std::optional<LinearDifference> linear;  ///< Empty if the device refuses one of the tables.
   LastLevels last;
-  std::vector<uint32_t> levels;  ///< Client levels that were compared.
+  std::vector<uint32_t> levels;  ///< The client levels that were compared.
   std::vector<TableDifference> tables;
 };
 
@@ -151,7 +151,7 @@ void PrintLastLevels(const char* what, const LastLevels& last) {
   }
 }
 
-// "largest", "at level" and "rms".
+// The columns "largest", "at level" and "rms".
 std::string InColumns(const Spread& spread, bool all, int decimals, int width, int rms_width) {
   const auto number = [&](bool there, double value) { return there ? fmt::format("{:.{}f}", value, decimals) : "-"; };
   const bool any = !spread.Empty();

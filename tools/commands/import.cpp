@@ -29,7 +29,7 @@ namespace {
 namespace format = zarn::format;
 
 struct ImportOptions {
-  std::map<zarn::BLNitsParams, std::string> tables;  ///< Files of the measured tables; empty: none.
+  std::map<zarn::BLNitsParams, std::string> tables;  ///< Paths of the measurements of each table; empty: not measured.
   std::string linear;
   double gamma = 0.0;
   uint32_t minimum_bl = 0;
@@ -38,23 +38,23 @@ struct ImportOptions {
   std::optional<double> pcc_thresh;
   std::string date;
   bool monotone = false;
-  std::string tolerance;  ///< "0.5" nits or "0.2%"; empty: none.
+  std::string tolerance;  ///< "0.5" (nits) or "0.2%"; empty: no tolerance.
   std::string output;
 };
 
-/// What was done to the measurements.
+/// Records what was done to the measurements.
 class Story {
  public:
   explicit Story(std::FILE* told) : told_(told) {}
 
-  /// For the user and for the file.
+  /// Prints a line and keeps it for the file's comment.
   void Tell(std::string line) {
     Detail(line);
     Keep(std::move(line));
   }
-  /// For the user: one change of many.
+  /// Prints one of many changes; the file's comment gets only a summary.
   void Detail(const std::string& line) { fmt::print(told_, "{}\n", Printable(line)); }
-  /// For the file: one line a kind of change.
+  /// Keeps a summary for the file's comment without printing it.
   void Keep(std::string line) { kept_.push_back(std::move(line)); }
 
   const std::vector<std::string>& Kept() const { return kept_; }
@@ -140,8 +140,8 @@ Points ReadTable(const std::string& file, const char* table, const ImportOptions
   return options.tolerance.empty() ? points : Thin(points, options.tolerance, table, story);
 }
 
-/// The table that is repeated where `table` was not measured: the full screen of the same operation, or else the
-/// standard one.
+/// The table that replaces an unmeasured `table`: the full screen of the same operation if measured, otherwise the
+/// standard table of the same window.
 const MeasuredTable& Instead(const MeasuredTable& table, const ImportOptions& options) {
   const MeasuredTable& full = *FindTable(100, table.hdr);
   return table.hdr && options.tables.at(full.param).empty() ? *FindTable(table.coverage, false) : full;
@@ -164,7 +164,7 @@ Tables ReadTables(const ImportOptions& options, Story* story) {
   return tables;
 }
 
-/// Text as a comment can hold it.
+/// Text as an XML comment can hold it.
 std::string InComment(const std::string& text) {
   std::string safe;
   for (const char c : Printable(text)) {
@@ -215,7 +215,7 @@ std::string Attribute(const char* name, Number number) {
   return fmt::format(R"( {}="{}")", name, number);
 }
 
-/// \param told gets what was done to the measurements.
+/// \param told stream for the report of what was done to the measurements.
 void Write(const ImportOptions& options, std::FILE* told, std::ostream& file) {
   Story story(told);
   const auto tables = ReadTables(options, &story);
@@ -262,7 +262,8 @@ void CheckOutput(const ImportOptions& options) {
   }
 }
 
-// What the device would not load is not written at all. A file of that size has fewer nodes than the device's bound.
+// Never writes a file that the device would refuse for its size. A file below that limit has fewer nodes than the
+// device's limit.
 std::string TextOf(const ImportOptions& options, std::FILE* told) {
   std::ostringstream file;
   Write(options, told, file);
@@ -276,7 +277,7 @@ std::string TextOf(const ImportOptions& options, std::FILE* told) {
   return text;
 }
 
-/// What was written where it cannot be read again; its name is no file's.
+/// Checks the text itself, for output that cannot be read again. The file name is none that the device looks for.
 CheckReport CheckCopy(const std::string& text, CapturedLog* log) {
   return Check(MemoryFile(text).Path(), {"file-name"}, kUsualLimit, log);
 }

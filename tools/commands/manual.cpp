@@ -12,7 +12,7 @@ std::vector<const CLI::App*> CommandsOf(const CLI::App* app) {
   return app->get_subcommands([](const CLI::App*) { return true; });
 }
 
-/// Text as roff sets it: no character of it is a request.
+/// Escapes text so that roff takes no character of it for a request.
 std::string Roff(const std::string& text) {
   std::string roff;
   for (const char c : text) {
@@ -47,7 +47,7 @@ void PrintOptions(const CLI::App* app) {
   }
 }
 
-// From the text that --help prints, too.
+// The page has the text that --help prints.
 void PrintPage(const CLI::App* app) {
   const std::string name = app->get_name();
   fmt::print(".TH BLNITS 1 \"\" \"backlight-nits {}\" \"User commands\"\n", BLNITS_VERSION);
@@ -73,7 +73,7 @@ std::string LongNames(const CLI::App* app) {
   return names;
 }
 
-// Commands and options; everything else may be a file.
+// Completes commands and options. Every other word completes to a file name.
 void PrintCompletion(const CLI::App* app) {
   std::string names = LongNames(app);
   std::string cases;

@@ -20,37 +20,37 @@ struct QualityOptions {
 
 using Levels = std::vector<uint32_t>;
 
-/// What becomes of levels on the way to nits and back.
+/// The result of converting each level to nits and back.
 struct Returns {
-  uint64_t refused = 0;   ///< Levels that do not get there or back.
-  uint64_t not_back = 0;  ///< Levels that come back as another.
-  uint32_t worst = 0;     ///< The level that comes back farthest from itself, the first of them,
-  uint32_t worst_as = 0;  ///< and as what.
+  uint64_t refused = 0;   ///< Levels that the device refuses to convert in either direction.
+  uint64_t not_back = 0;  ///< Levels that come back as another level.
+  uint32_t worst = 0;     ///< The first level with the largest round-trip error,
+  uint32_t worst_as = 0;  ///< and the level that it comes back as.
 };
 
-/// The largest step to the next level, up or down.
+/// The largest step from a level to the next one, up or down.
 struct Step {
-  double percent;  ///< Of what is before it.
+  double percent;  ///< In per cent of the luminance before the step.
   uint32_t from;
 };
 
 /// Runs of levels with the same luminance.
 struct Plateaus {
   uint64_t count = 0;
-  uint64_t longest = 0;  ///< How many levels the longest has.
+  uint64_t longest = 0;  ///< Number of levels in the longest run.
 };
 
-/// What one way of asking, there and back, is worth. Nothing stands for what would need levels that were not looked at.
+/// The quality of one curve. A value is empty if it would need levels that were not examined.
 struct Quality {
   std::string curve;
   bool dimmed = false;
   std::optional<Returns> returns;
   std::optional<Step> step;
   std::optional<Plateaus> plateaus;
-  std::optional<double> extrapolated;  ///< Share of the levels, in per cent. Nothing when dimmed: the maps say not.
+  std::optional<double> extrapolated;  ///< Share of the levels, in per cent. Empty when dimmed: maps do not tell.
 };
 
-/// The step from standard operation to high brightness, at the highest level that is measured in standard operation.
+/// The step from standard operation to high brightness, at the highest measured level of the standard table.
 struct Seam {
   uint32_t coverage;
   uint32_t level;
@@ -154,13 +154,13 @@ std::vector<Seam> SeamsOf(Panel* panel) {
 
 double PercentOf(const Seam& seam) { return 100.0 * (seam.hbm / seam.standard - 1.0); }
 
-/// A number, or a dash where there is none.
+/// The number, or a dash if there is none.
 template <class Number>
 std::string OrDash(bool there, const Number& number) {
   return there ? fmt::format("{}", number) : "-";
 }
 
-// Every column is a number and, where it has a place, the level beside it.
+// Each column is a number; largest values are followed by their level.
 void PrintText(const Panel& panel, const QualityReport& report) {
   const std::string left_out = LeftOut(report.levels);
   fmt::print("panel          {}\nfile           {}\nclient levels  0 to {}, {} examined\n{}\n", Printable(panel.Name()),

@@ -15,14 +15,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A file that is there is meant, whatever it is called.
+// An existing file is a path whatever its name.
 bool IsPath(const std::string& argument) {
   std::error_code error;
   return argument.find('/') != std::string::npos || fs::path(argument).extension() == zarn::format::kFileSuffix ||
          (fs::exists(argument, error) && !fs::is_directory(argument, error));
 }
 
-// Where the library has looked before it chose `file`, which it has not found.
+// The folders in which the library searched for `file` without finding it.
 std::string Searched(const fs::path& file) {
   if (!file.has_parent_path()) {
     return "the working folder, and there is no /vendor/etc/display or /usr/data/display; a path reads any file";
@@ -31,15 +31,15 @@ std::string Searched(const fs::path& file) {
   return folder == "/usr/data/display" ? folder : "/vendor/etc/display or /odm/etc/display";
 }
 
-// What the library would call the panel of this file.
+// The panel name that the library would use for this file.
 std::string PanelNameOf(const fs::path& path) {
   const std::string start = zarn::format::kFilePrefix;
   const std::string stem = path.stem().string();
   return stem.compare(0, start.size(), start) == 0 ? stem.substr(start.size()) : stem;
 }
 
-// What the library said of the refusal: its first Error, else its first Warning. Printable, without the addresses that
-// change from run to run.
+// The library's message about a refusal: its first Error, otherwise its first Warning. Printable, and without the
+// addresses that change from run to run.
 std::string WordsOfRefusal(const std::vector<LogLine>& log) {
   auto line = std::find_if(log.begin(), log.end(), [](const LogLine& each) { return each.level == 'E'; });
   if (line == log.end()) {
@@ -53,14 +53,14 @@ std::string WordsOfRefusal(const std::vector<LogLine>& log) {
   return Printable(words);
 }
 
-// The message for a file that is needed and not loaded: place, first trouble, the library's words.
+// The message about a file that is required but not loaded: its place, the first trouble and the library's message.
 std::string TellRefusal(const std::string& file, const std::vector<LogLine>& log) {
   const Troubles troubles = LoadTroubles(CalibrationSource(file));
   const LoadTrouble& first = troubles.front();
   return fmt::format(
       "{}{}: {}{}; the device refuses the file and says: {}", Printable(file),
       first.line > 0 ? fmt::format(":{}", first.line) : "", first.text,
-      troubles.size() > 1 ? fmt::format(" (blnits check tells {} more faults)", troubles.size() - 1) : "",
+      troubles.size() > 1 ? fmt::format(" (blnits check lists {} more faults)", troubles.size() - 1) : "",
       WordsOfRefusal(log));
 }
 
@@ -90,7 +90,7 @@ Panel Panel::FromFile(const std::string& path, CapturedLog* log) {
   return panel;
 }
 
-// The library tells the file that it chose in a line of Info.
+// An Info line of the library gives the file that it chose.
 void Panel::OpenByName(const std::string& name) {
   name_ = name;
   engine_name_ = name;
@@ -118,7 +118,7 @@ int Panel::InitEngine() {
   return ResultOf(client_->Init());
 }
 
-// Engines densify the table, parsers do not.
+// An engine returns the dense table; a parser returns the sparse one.
 zarn::BLLinearTable Panel::SparseLinearTable() {
   const auto parser = zarn::MakeParser(engine_name_);
   CheckLoaded(parser->Init());
@@ -173,7 +173,8 @@ std::optional<uint32_t> Panel::TryToLevel(double nits, uint32_t coverage, bool h
   return Keep(client_->Level(nits, coverage, ModeOf(hdr)));
 }
 
-// Null: the engine has to be asked, since dimming maps may answer, or to say why it refuses the coverage.
+// Null if only the engine can answer: dimming maps may be in use, or the coverage is out of range and the engine must
+// give the reason.
 const Panel::Tables* Panel::TablesFor(uint32_t coverage) {
   if (ask_engine_ || coverage < 1 || coverage > 100) {
     return nullptr;

@@ -13,30 +13,30 @@
 
 namespace blnits {
 
-/// A calibration that the library does not load.
+/// The library does not load a calibration.
 struct LoadFailure : Failure {
   LoadFailure(const std::string& what, std::string its_words) : Failure(what), words(std::move(its_words)) {}
-  std::string words;  ///< What the library said, as it may be printed.
+  std::string words;  ///< The library's message, printable.
 };
 
-/// One panel's engine, ready to convert. Every function throws Failure with the file and the library's own reason when
-/// the library refuses, where it does not say otherwise.
+/// One panel's engine, ready to convert. If the library refuses a call, the function throws Failure with the file and
+/// the library's reason, unless its comment says otherwise.
 class Panel {
  public:
-  /// Opens a panel. Each Panel has an engine of its own.
-  /// \param argument a panel's name, whose file is searched where the library searches; or a path to a file of any
-  /// name. The name of a file that is there, text with a slash, and text that ends with ".xml" are paths.
-  /// \param log has been the process's log handler since before; outlives the panel.
-  /// \throws LoadFailure when the library does not load the calibration.
+  /// Opens a panel. Each Panel has its own engine.
+  /// \param argument a panel's name, or the path of a file of any name. It is a path if the file exists, if it contains
+  /// a slash, or if it ends with ".xml". For a name, the library searches its folders.
+  /// \param log the process's log handler; must outlive the panel.
+  /// \throws LoadFailure if the library does not load the calibration.
   Panel(const std::string& argument, CapturedLog* log);
 
-  /// Opens the file at `path`, whatever it is called. \throws as above.
+  /// Opens the file at `path`, whatever its name. \throws as above.
   static Panel FromFile(const std::string& path, CapturedLog* log);
 
   /// The panel's name.
   const std::string& Name() const { return name_; }
 
-  /// The calibration file: the path that was given, or the one that the library found.
+  /// The path of the calibration file, as given or as the library found it.
   const std::string& File() const { return file_; }
 
   /// A parameter's record.
@@ -45,13 +45,14 @@ class Panel {
     return GetFrom<Record>(client_->Engine().get(), param);
   }
 
-  /// The number of an attribute of the file.
+  /// The value of an attribute of the file.
   template <class Record, class Number>
   Number Get(const zarn::format::Attribute<Record, Number>& attribute) {
     return Get<Record>(attribute.param).*attribute.field;
   }
 
-  /// The linear table as it stands in the file; kBLLinearTable is the dense one, or a Failure.
+  /// The linear table of the file. The parameter kBLLinearTable gives the dense one, and throws Failure if there is
+  /// none.
   zarn::BLLinearTable SparseLinearTable();
 
   /// Sets the dimming LUTs. \throws also for a wrong number of entries: zarn::client::Panel::SetDimmingLuts.
@@ -66,8 +67,8 @@ class Panel {
   /// Client level for a luminance in nits at a coverage in per cent.
   uint32_t ToLevel(double nits, uint32_t coverage, bool hdr);
 
-  /// The same two, with nothing where the library refuses; its reason is then the log's. The time grows with the
-  /// logarithm of the number of measured points, as long as no parameter has been set.
+  /// Like the two above, but empty if the library refuses; the log then has its reason. Until a parameter is set, the
+  /// time grows with the logarithm of the number of measured points.
   std::optional<double> TryToNits(uint32_t level, uint32_t coverage, bool hdr);
   std::optional<uint32_t> TryToLevel(double nits, uint32_t coverage, bool hdr);
 
@@ -97,13 +98,13 @@ class Panel {
   std::string Refusal(int ret, const std::string& what) const;
 
   CapturedLog* log_;
-  int ret_ = 0;  // of the last conversion
+  int ret_ = 0;  // Result of the last conversion.
   std::string name_;
   std::string file_;
-  std::string engine_name_;                    // as zarn::MakeEngine takes it
-  std::optional<zarn::client::Panel> client_;  // Always there once the panel is open.
-  bool ask_engine_ = false;                    // A parameter was set: the answers may come from dimming maps.
-  std::optional<Tables> tables_;               // Made when needed.
+  std::string engine_name_;                    // The name given to zarn::MakeEngine.
+  std::optional<zarn::client::Panel> client_;  // Set once the panel is open.
+  bool ask_engine_ = false;                    // A parameter was set, so the answers may come from dimming maps.
+  std::optional<Tables> tables_;               // Made on first use.
 };
 
 }  // namespace blnits

@@ -31,15 +31,15 @@ void AddWithNeighbours(uint32_t level, Levels* levels) {
   levels->insert(levels->end(), {level, level - std::min(level, 1U), level + std::min(UINT32_MAX - level, 1U)});
 }
 
-// Ascending, each once, none above `last`.
+// Sorts the levels and removes duplicates and levels above `last`.
 void Tidy(uint32_t last, Levels* levels) {
   std::sort(levels->begin(), levels->end());
   levels->erase(std::unique(levels->begin(), levels->end()), levels->end());
   levels->erase(std::upper_bound(levels->begin(), levels->end(), last), levels->end());
 }
 
-// Adds the levels around each place between `below` and `above` at which a curve changes its kind. On a straight line
-// no kind comes twice.
+// Adds the levels around each place between `below` and `above` at which `kind` changes. The curve is straight there,
+// so no kind occurs twice and bisection finds every change.
 void AddChanges(const std::function<int(uint32_t)>& kind, uint32_t below, uint32_t above, Levels* levels) {
   if (kind(below) == kind(above)) {
     return;

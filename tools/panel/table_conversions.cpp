@@ -11,7 +11,7 @@ namespace {
 
 using zarn::BlNitsPoint;
 
-// NaN is above nothing, and nothing is above NaN.
+// The indices of the points above all earlier points. Comparisons with NaN are false.
 template <class Value>
 std::vector<size_t> RisingPlaces(const std::vector<BlNitsPoint>& points, Value BlNitsPoint::*value) {
   std::vector<size_t> places;
@@ -24,7 +24,8 @@ std::vector<size_t> RisingPlaces(const std::vector<BlNitsPoint>& points, Value B
   return places;
 }
 
-// The place of the first point that is `wanted` or greater, or the number of points: where the engine's walk ends.
+// The index at which the engine's linear search ends: the first point that is at least `wanted`, or the number of
+// points.
 template <class Value>
 size_t EndOfWalk(const std::vector<BlNitsPoint>& points, const std::vector<size_t>& rising, Value BlNitsPoint::*value,
                  Value wanted) {

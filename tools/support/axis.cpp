@@ -6,12 +6,12 @@
 namespace blnits {
 namespace {
 
-// What lies beyond is not shown: powers of ten and their reciprocals stay in a double's range.
+// Values beyond this are not shown, so that powers of ten and their reciprocals stay within the range of a double.
 constexpr double kLeast = 1e-300;
 constexpr double kMost = 1e300;
 constexpr double kRounding = 1e-9;
 
-/// The least of 1, 2 and 5 times a power of ten that is at least `value`.
+/// The smallest of 1, 2 and 5 times a power of ten that is at least `value`.
 double RoundUp(double value) {
   const double power = std::pow(10.0, std::floor(std::log10(value)));
   for (const double factor : {1.0, 2.0, 5.0}) {
@@ -24,7 +24,7 @@ double RoundUp(double value) {
 
 double RoundDown(double value) { return 1.0 / RoundUp(1.0 / value); }
 
-/// The multiples of `step` from `first` times it to `last` times it: a few.
+/// The multiples of `step` from `first * step` to `last * step`.
 std::vector<double> Multiples(double step, double first, double last) {
   std::vector<double> multiples;
   for (int i = 0; first + i <= last; ++i) {
@@ -48,7 +48,7 @@ Axis AxisTo(double last, size_t tics) {
   const double step = std::max(1.0, RoundUp(end / static_cast<double>(tics)));
   Axis axis = {0.0, end, false, Multiples(step, 0.0, std::floor(end / step))};
   if (end - axis.tics.back() < step / 2.0) {
-    axis.tics.pop_back();  // it would run into the end's
+    axis.tics.pop_back();  // Its label would overlap that of the axis's end.
   }
   axis.tics.push_back(end);
   return axis;

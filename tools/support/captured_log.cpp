@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-// A va_list can be passed on, "..." cannot.
+// Expands the variable arguments in each function: a va_list can be passed on, "..." cannot.
 #define BLNITS_KEEP(level)        \
   va_list arguments;              \
   va_start(arguments, format);    \

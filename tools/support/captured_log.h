@@ -14,7 +14,7 @@ struct LogLine {
   std::string text;
 };
 
-/// Keeps what the library logs, so that a failure can be told with the library's own reason. It is the process's log
+/// Keeps the library's log lines, so that an error message can give the library's own reason. It is the process's log
 /// handler from construction to destruction. Any thread.
 class CapturedLog : public display::DebugHandler {
  public:
@@ -29,14 +29,14 @@ class CapturedLog : public display::DebugHandler {
   void Debug(const char* format, ...) override __attribute__((format(printf, 2, 3)));
   void Verbose(const char* format, ...) override __attribute__((format(printf, 2, 3)));
 
-  /// Hands out every line, in the order in which they came, and forgets them.
+  /// Returns all lines in the order of arrival and clears them.
   std::vector<LogLine> Take();
 
-  /// The first Error, which names the cause (later ones repeat it on the way out), or else the first Warning; empty when
-  /// there is neither.
+  /// The first Error, which names the cause (later ones repeat it for each caller); otherwise the first Warning; empty
+  /// if there is neither.
   std::string Reason();
 
-  /// What follows `start` in the last line of Info that begins with it; empty when none does.
+  /// The text after `start` in the last Info line that begins with it; empty if there is no such line.
   std::string InfoAfter(const std::string& start);
 
  private:
@@ -44,7 +44,7 @@ class CapturedLog : public display::DebugHandler {
 
   display::DebugHandler* before_;
   std::mutex lock_;
-  std::vector<LogLine> lines_;  // Guarded by the lock.
+  std::vector<LogLine> lines_;  // Guarded by the mutex.
 };
 
 }  // namespace blnits

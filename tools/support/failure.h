@@ -5,13 +5,13 @@
 
 namespace blnits {
 
-/// What keeps a subcommand from doing its job: a file, a level, an option that is refused, output that cannot be
-/// written. what() is the whole line for the user. Exit status 2.
+/// An error that ends a subcommand: a refused file, level or option, or output that cannot be written. what() is the
+/// complete line for the user. Exit status 2.
 struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// A run that did what it should, and whose answer is no: all is said already. Exit status 1.
+/// The subcommand worked and its answer is negative; it has printed everything. Exit status 1.
 struct Negative : std::exception {};
 
 }  // namespace blnits

@@ -6,7 +6,7 @@
 
 namespace blnits {
 
-// A stretch that falls becomes level at its mean, together with what it then falls behind.
+// A falling stretch takes its mean. If the mean is below the values before it, they join the stretch.
 std::vector<double> NeverFalling(const std::vector<double>& values, const std::vector<double>& weights) {
   struct Pool {
     double mean;
@@ -35,7 +35,7 @@ namespace {
 
 using Point = zarn::BlNitsPoint;
 
-// A hair less than the tolerance: slopes are rounded, and the line must still keep it.
+// A little less than the tolerance: slopes are rounded, and the line must still meet the tolerance.
 double Allowed(const Point& point, const Tolerance& tolerance) {
   const double nits = std::abs(point.nits);
   const double rounding = 8.0 * std::numeric_limits<double>::epsilon() * nits;
@@ -44,7 +44,7 @@ double Allowed(const Point& point, const Tolerance& tolerance) {
 
 double Slope(const Point& from, double level, double nits) { return (nits - from.nits) / (level - from.bl); }
 
-// The largest error of the line between two points at the points between them.
+// The largest error of the line from point `from` to point `to` at the points between them.
 double ErrorOfLine(const std::vector<Point>& points, size_t from, size_t to, bool relative) {
   const auto& [first, first_nits] = points[from];
   const auto& [last, last_nits] = points[to];
@@ -58,7 +58,7 @@ double ErrorOfLine(const std::vector<Point>& points, size_t from, size_t to, boo
   return largest;
 }
 
-// The last point to which the line from `from` fits. Each point that the line passes narrows the slopes that it may have.
+// The last point to which a line from `from` can be drawn. Each point in between narrows the range of allowed slopes.
 size_t EndOfLine(const std::vector<Point>& points, size_t from, const Tolerance& tolerance) {
   double least = -std::numeric_limits<double>::infinity();
   double most = std::numeric_limits<double>::infinity();

@@ -22,8 +22,8 @@ namespace {
 
 bool Begins(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
 
-/// This process's environment without what changes gnuplot's drawing. Its locale is one in which it can show the degree
-/// sign: in others it complains.
+/// This process's environment without the variables that change gnuplot's drawing. The locale is one that has the
+/// degree sign: in others gnuplot prints a warning.
 std::vector<std::string> Environment() {
   std::vector<std::string> variables = {"LC_ALL=C.UTF-8"};
   for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -44,7 +44,7 @@ std::vector<char*> Pointers(std::vector<std::string>* texts) {
   return pointers;
 }
 
-/// \return the status as waitpid gives it, or -1 with errno.
+/// \return the status of waitpid, or -1 with errno set.
 int Spawn(const MemoryFile& input, const MemoryFile& output, const MemoryFile& errors) {
   std::vector<std::string> arguments = {"gnuplot", "--default-settings"};
   std::vector<std::string> variables = Environment();
@@ -53,7 +53,7 @@ int Spawn(const MemoryFile& input, const MemoryFile& output, const MemoryFile& e
   posix_spawn_file_actions_adddup2(&actions, input.Descriptor(), STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output.Descriptor(), STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, errors.Descriptor(), STDERR_FILENO);
-  // A write beyond the limit of files must not end in half a picture.
+  // Restores the default action of SIGXFSZ: gnuplot must not write half a picture and succeed.
   sigset_t too_large;
   sigemptyset(&too_large);
   sigaddset(&too_large, SIGXFSZ);
@@ -73,7 +73,7 @@ int Spawn(const MemoryFile& input, const MemoryFile& output, const MemoryFile& e
   return status;
 }
 
-/// gnuplot's message is the last line; the line that it could not read stands above.
+/// gnuplot prints the line that it cannot read first, and its message last.
 std::string Reason(int status, const std::string& errors) {
   if (WIFSIGNALED(status)) {
     return strsignal(WTERMSIG(status));
@@ -90,7 +90,7 @@ std::string Reason(int status, const std::string& errors) {
 }  // namespace
 
 std::string RunGnuplot(const std::string& script) {
-  constexpr int kNotFound = 127;  // as a shell says it; also where the new process finds that out
+  constexpr int kNotFound = 127;  // The status of a shell, and of posix_spawn's child, for a missing program.
   const MemoryFile input(script);
   const MemoryFile output;
   const MemoryFile errors;

@@ -5,8 +5,8 @@
 
 namespace blnits {
 
-/// An object as one line. Foreign text stays harmless on a terminal: characters beyond ASCII and control characters are
-/// escaped ("\u009b"), and bytes that are no UTF-8 become U+FFFD. Any thread.
+/// An object on one line. Foreign text is safe on a terminal: non-ASCII and control characters are escaped ("\u009b"),
+/// and bytes that are not UTF-8 become U+FFFD. Any thread.
 inline std::string JsonLine(const nlohmann::ordered_json& object) {
   return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
 }

@@ -14,13 +14,13 @@
 namespace blnits {
 namespace {
 
-/// A column of a file, by what it holds and by the names that its header may have, in any case.
+/// A column of a file: a description, and the names that a header may use, in upper or lower case.
 struct Column {
   const char* holds;
   std::vector<std::string> names;
 };
 
-// Which of the two columns comes first: 0 or 1.
+// The index of the first of the two columns: 0 or 1.
 size_t FirstColumn(const std::string& path, size_t line, const std::vector<std::string>& fields,
                    const std::array<Column, 2>& columns) {
   const auto place = [&](std::string name) {
@@ -43,7 +43,7 @@ size_t FirstColumn(const std::string& path, size_t line, const std::vector<std::
   return first;
 }
 
-/// The rows of a file with two columns, in the order of its header or, without one, of `columns`.
+/// The rows of a file with two columns. The header gives their order; without a header it is that of `columns`.
 template <class Second>
 std::vector<std::pair<uint32_t, Second>> ReadRows(const std::string& path, const std::array<Column, 2>& columns) {
   std::vector<std::pair<uint32_t, Second>> rows;

@@ -7,21 +7,21 @@
 
 namespace blnits {
 
-/// What was read of one level, once or several times.
+/// The reading of one level, or the mean of several.
 struct Reading {
   uint32_t level;
   double nits;   ///< The mean.
-  size_t count;  ///< How many readings it is the mean of.
-  double least;  ///< In nits.
+  size_t count;  ///< How many readings the mean has.
+  double least;  ///< The smallest reading, in nits.
   double most;
 };
 
-/// The rows "level,nits" of a CSV file (as ForEachRow reads it), by level; readings of one level are averaged. A header
-/// names the columns and decides their order.
+/// The rows "level,nits" of a CSV file, sorted by level; readings of one level are averaged. ForEachRow gives the
+/// format. A header names the columns and gives their order.
 /// \throws Failure if the file cannot be read, has no readings, or has a malformed row.
 std::vector<Reading> ReadMeasurements(const std::string& path);
 
-/// The rows "linearized level,panel level" of a CSV file, by linearized level. \throws as above.
+/// The rows "linearized level,panel level" of a CSV file, sorted by linearized level. \throws as above.
 std::vector<std::pair<uint32_t, uint32_t>> ReadLevelPairs(const std::string& path);
 
 }  // namespace blnits

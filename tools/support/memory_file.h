@@ -5,22 +5,22 @@
 
 namespace blnits {
 
-/// A file without a name, in memory. It ends with the object.
+/// A file in memory, without a name. The destructor deletes it.
 class MemoryFile {
  public:
-  /// Holds `text`. \throws Failure when there is no memory or no descriptor for it.
+  /// Makes a file that holds `text`. \throws Failure if there is no memory or no descriptor for it.
   explicit MemoryFile(std::string_view text = {});
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
   ~MemoryFile();
 
-  /// Its descriptor, at the beginning of the text; another program gets it when it is duplicated.
+  /// Its descriptor, positioned at the beginning. Duplicate it to give it to another program.
   int Descriptor() const { return descriptor_; }
 
-  /// A path that leads to it, in this process and while /proc is there.
+  /// A path to it, valid in this process while /proc is mounted.
   std::string Path() const;
 
-  /// Everything that is in it. \throws Failure when it cannot be read.
+  /// The whole content. \throws Failure if it cannot be read.
   std::string Text() const;
 
  private:

@@ -14,7 +14,7 @@ std::string WithoutCase(std::string name) {
   return name;
 }
 
-// How many characters one name must gain, lose or change to be the other.
+// Edit distance: how many characters to add, remove or change.
 size_t Distance(const std::string& a, const std::string& b) {
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -32,7 +32,7 @@ size_t Distance(const std::string& a, const std::string& b) {
 }  // namespace
 
 std::string NearestName(const std::string& name, const std::vector<std::string>& known) {
-  constexpr size_t kLongestName = 64;  // of which the distance is worth its time
+  constexpr size_t kLongestName = 64;  // Longer names are not worth the time.
   for (size_t distance = 0; distance <= 2 && name.size() <= kLongestName; ++distance) {
     for (const std::string& likely : known) {
       if (Distance(WithoutCase(name), WithoutCase(likely)) == distance) {

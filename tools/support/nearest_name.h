@@ -5,8 +5,8 @@
 
 namespace blnits {
 
-/// The one of `known` that was probably meant by `name`: at most two characters differ, letter case and "-" for "_"
-/// aside. Empty when none is that near. Any thread.
+/// The name in `known` that was probably meant: it differs from `name` in at most two characters. Letter case and "-"
+/// for "_" do not count. Empty if there is none. Any thread.
 std::string NearestName(const std::string& name, const std::vector<std::string>& known);
 
 }  // namespace blnits

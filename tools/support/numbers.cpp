@@ -29,7 +29,7 @@ bool ParseNumber(const std::string& text, uint32_t* number) {
   return error == std::errc() && stop == end;
 }
 
-// In decimal digits: std::strtod reads more than that, and ends at a NUL.
+// Accepts decimal digits only: std::strtod also accepts other forms, and stops at a NUL.
 bool ParseNumber(const std::string& text, double* number) {
   char* stop = nullptr;
   *number = std::strtod(text.c_str(), &stop);
@@ -94,7 +94,7 @@ void ForEachRow(const std::string& path, const RowFunction& use, const RowFuncti
     const std::vector<std::string> fields = FieldsOf(row);
     (std::exchange(first, false) && IsHeader(fields) ? header : use)(count, fields);
   }
-  if (!file.eof() || std::filesystem::is_directory(path)) {  // which libc++ reads as an empty file
+  if (!file.eof() || std::filesystem::is_directory(path)) {  // libc++ reads a folder as an empty file.
     throw Failure(fmt::format("{}: cannot be read", path));
   }
 }

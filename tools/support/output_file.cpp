@@ -30,7 +30,7 @@ namespace fs = std::filesystem;
   throw Failure(fmt::format("{}: cannot be written: {}", name, std::generic_category().message(error)));
 }
 
-/// An open file.
+/// Owns an open file.
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}
@@ -40,19 +40,19 @@ class Descriptor {
 
   int Number() const { return number_; }
 
-  /// Some file systems tell only here that the disk is full.
+  /// Some file systems report a full disk only on close.
   bool Close() { return number_ < 0 || close(std::exchange(number_, -1)) == 0; }
 
  private:
   int number_;
 };
 
-/// What a signal has to remove; empty: nothing. A handler may not allocate.
+/// The file that a signal handler removes; empty: none. An array, because a handler must not allocate.
 std::array<char, PATH_MAX> unfinished_file;
 
 constexpr std::array<int, 3> kEndingSignals = {SIGINT, SIGTERM, SIGHUP};
 
-// The default action is back by then, and ends the process.
+// SA_RESETHAND has restored the default action, so raising the signal again ends the process.
 void RemoveAndEnd(int signal) {
   if (unfinished_file[0] != '\0') {
     unlink(unfinished_file.data());
@@ -60,10 +60,10 @@ void RemoveAndEnd(int signal) {
   raise(signal);
 }
 
-/// Removes a temporary file when it goes out of scope, and when a signal ends the process.
+/// Removes a temporary file when it goes out of scope or when a signal ends the process.
 class Unfinished {
  public:
-  /// \param path shorter than PATH_MAX.
+  /// \param path must be shorter than PATH_MAX.
   explicit Unfinished(std::string path) : path_(std::move(path)) {
     path_.copy(unfinished_file.data(), path_.size());
     for (size_t i = 0; i < kEndingSignals.size(); ++i) {
@@ -71,7 +71,7 @@ class Unfinished {
       ours.sa_handler = RemoveAndEnd;
       ours.sa_flags = static_cast<int>(SA_RESETHAND);
       sigaction(kEndingSignals[i], nullptr, &before_[i]);
-      if (before_[i].sa_handler == SIG_DFL) {  // not under nohup
+      if (before_[i].sa_handler == SIG_DFL) {  // An ignored signal (nohup) stays ignored.
         sigaction(kEndingSignals[i], &ours, nullptr);
       }
     }
@@ -93,7 +93,7 @@ class Unfinished {
 
 /// \return 0, or errno.
 int WriteAll(int file, std::string_view text) {
-  const auto before = std::signal(SIGPIPE, SIG_IGN);  // a reader that left is an error like another
+  const auto before = std::signal(SIGPIPE, SIG_IGN);  // Turns a closed pipe into an error of write.
   int error = 0;
   while (!text.empty() && error == 0) {
     const ssize_t written = write(file, text.data(), text.size());
@@ -114,7 +114,7 @@ std::string FolderOf(const std::string& path) {
   return folder.empty() ? "." : folder;
 }
 
-// Linux refuses to follow these links, too (fs.protected_symlinks): anybody could choose what root replaces.
+// Linux does not follow these links either (fs.protected_symlinks): any user could choose which file root replaces.
 bool IsTrap(const std::string& link, const struct stat& status) {
   const auto folder = StatusOf(FolderOf(link));
   const mode_t for_all = S_ISVTX | S_IWOTH;
@@ -122,9 +122,9 @@ bool IsTrap(const std::string& link, const struct stat& status) {
          status.st_uid != folder->st_uid;
 }
 
-/// The file that a link leads to, whether it is there or not; the path itself when it is no link.
+/// The target of a link, whether it exists or not; the path itself if it is not a link.
 std::string TargetOf(const std::string& path) {
-  constexpr int kMostLinks = 40;  // as Linux
+  constexpr int kMostLinks = 40;  // Linux has the same limit.
   std::string target = path;
   for (int i = 0; i < kMostLinks; ++i) {
     struct stat status = {};
@@ -135,7 +135,8 @@ std::string TargetOf(const std::string& path) {
       Fail(path, EACCES);
     }
     std::error_code error;
-    target = (fs::path(target).parent_path() / fs::read_symlink(target, error)).string();  // absolute: that alone
+    // If the link's text is an absolute path, operator/ drops the folder.
+    target = (fs::path(target).parent_path() / fs::read_symlink(target, error)).string();
   }
   Fail(path, ELOOP);
 }
@@ -148,21 +149,21 @@ std::string TemporaryNameIn(const std::string& folder) {
   return fmt::format("{}/.blnits-{:016x}", folder, number);
 }
 
-/// A file with the mode and the owner of the one that it will replace. \return -1 when there is none.
+/// Creates a file with the mode and owner of the one that it will replace. \return its descriptor, or -1.
 int OpenLike(const std::optional<struct stat>& before, const std::string& path) {
   const int file =
       open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, before.has_value() ? 0600 : 0666);
   if (file >= 0 && before) {
     constexpr auto kSame = static_cast<uid_t>(-1);
     if (fchown(file, before->st_uid, before->st_gid) != 0 && fchown(file, kSame, before->st_gid) != 0) {
-      errno = 0;  // it is the user's then
+      errno = 0;  // The file then belongs to the user.
     }
     fchmod(file, before->st_mode & 0777);
   }
   return file;
 }
 
-// A file system may have no fsync.
+// Some file systems do not support fsync.
 bool IsOnDisk(int file) { return fsync(file) == 0 || errno == EINVAL || errno == ENOSYS; }
 
 void WriteInto(int file, const std::string& path, const std::string& text) {
@@ -189,7 +190,7 @@ void WriteInPlace(const std::string& path, const std::string& text) {
   }
 }
 
-/// Fills the temporary file and gives it the target's name. \return 0, or errno.
+/// Fills the temporary file and renames it to the target. \return 0, or errno.
 int Exchange(const std::string& text, Descriptor* file, const std::string& temporary, const std::string& target) {
   const int error = WriteAll(file->Number(), text);
   if (error != 0) {
@@ -203,7 +204,7 @@ void Replace(const std::string& path, const std::optional<struct stat>& before,
              const std::function<void(std::ostream&)>& write) {
   const std::string target = TargetOf(path);
   if (before && faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
-    Fail(path, errno);  // a new file in its place would get around its mode
+    Fail(path, errno);  // Replacing a read-only file would bypass its mode.
   }
   const std::string name = TemporaryNameIn(FolderOf(target));
   if (name.size() >= unfinished_file.size()) {
@@ -212,14 +213,14 @@ void Replace(const std::string& path, const std::optional<struct stat>& before,
   const Unfinished unfinished(name);
   Descriptor file(OpenLike(before, name));
   int error = file.Number() < 0 ? errno : 0;
-  bool in_place = before && (error == EACCES || error == EPERM || error == EROFS);  // the folder takes no new file
+  bool in_place = before && (error == EACCES || error == EPERM || error == EROFS);  // The folder refuses new files.
   if (error != 0 && !in_place) {
     Fail(path, error);
   }
   const std::string text = TextOf(write);
   if (!in_place) {
     error = Exchange(text, &file, name, target);
-    in_place = error == EBUSY;  // the target is a mount point
+    in_place = error == EBUSY;  // The target is a mount point.
   }
   if (in_place) {
     WriteInPlace(path, text);

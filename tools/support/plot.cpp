@@ -12,22 +12,22 @@
 namespace blnits {
 namespace {
 
-/// How a picture is drawn in one of the formats.
+/// Settings for drawing in one of the formats.
 struct Device {
-  std::string terminal;                                       ///< gnuplot's, with its options.
-  const char* extrapolated = "lines linewidth 2 dashtype 2";  ///< How lines are drawn there,
-  const char* stroke = "dashes";                              ///< and what that is called.
-  int symbols[2] = {7, 5};                ///< Marks of what was measured on the first panel and on the second.
-  const char* key = "width -2 height 1";  ///< Corrects gnuplot's estimate of the room that the key takes.
-  size_t columns = 2000;                  ///< How fine lines and marks can be told apart.
+  std::string terminal;                                       ///< gnuplot's terminal and its options.
+  const char* extrapolated = "lines linewidth 2 dashtype 2";  ///< The style of extrapolated lines,
+  const char* stroke = "dashes";                              ///< and its name in the title.
+  int symbols[2] = {7, 5};                ///< Marks for measured points of the first and the second panel.
+  const char* key = "width -2 height 1";  ///< Corrects gnuplot's estimate of the key's width.
+  size_t columns = 2000;                  ///< Resolution for lines and marks.
   size_t rows = 1000;
   size_t level_tics = 10;
   size_t value_tics = 6;      ///< In one pane.
-  size_t title_length = 130;  ///< That fits into one line.
+  size_t title_length = 130;  ///< Longest title that fits into one line.
 };
 
 Device TextDevice(size_t panes) {
-  constexpr int kTwoPanes = 36;  // rows without which the second is nothing but its frame
+  constexpr int kTwoPanes = 36;  // With fewer rows, the second pane is only its frame.
   const auto [columns, lines] = SizeOfTerminal();
   const int rows = panes > 1 ? std::max(lines - 1, kTwoPanes) : lines - 1;
   Device device;
@@ -57,11 +57,11 @@ Device DeviceFor(PictureFormat format, size_t panes) {
   return device;
 }
 
-/// Foreign text for a script. It goes into a here-document in which every line begins with a dot, so that no line of it
-/// is the end, and gnuplot takes it from there as a value.
+/// Foreign text of a script. The text goes into a here-document in which every line begins with a dot, so no line can
+/// end the document. gnuplot reads each text from there as a value.
 class Texts {
  public:
-  /// \return the expression of this text.
+  /// \return the gnuplot expression for this text.
   std::string Add(const std::string& text) {
     lines_ += "." + text + "\n";
     return fmt::format("$texts[{}][2:*]", ++count_);
@@ -105,7 +105,7 @@ Axis ValuesOf(const PlotPane& pane, size_t tics) {
   return pane.logarithmic ? LogarithmicAxis(*least, *most) : LinearAxis(*least, *most, tics);
 }
 
-/// Which levels a logarithmic axis cannot show, in brackets; empty when it shows all.
+/// The levels that a logarithmic axis cannot show, in brackets; empty if it shows all.
 std::string NotShown(const PlotPane& pane) {
   std::set<double> levels;
   for (const PlotLine& line : pane.lines) {
@@ -130,8 +130,8 @@ std::string Tics(const char* axis, const Axis& tics) {
   return fmt::format("set {0}range [{1:.17g}:{2:.17g}]\nset {0}tics ({3})\n", axis, tics.low, tics.high, list);
 }
 
-/// The stretches of a line that are solid, or those that are dashed. Each part between two points is in one of them, so
-/// that they meet in a point.
+/// The solid or the dashed stretches of a line. Each segment between two points belongs to exactly one of the two
+/// kinds, so stretches meet at a point.
 std::vector<PlotPoints> Stretches(const PlotLine& line, const Axis& values, bool dashed) {
   std::vector<PlotPoints> stretches;
   bool open = false;
@@ -149,7 +149,7 @@ std::vector<PlotPoints> Stretches(const PlotLine& line, const Axis& values, bool
   return stretches;
 }
 
-/// A here-document of numbers; stretches have a blank line between them.
+/// A here-document of numbers, with a blank line between stretches.
 std::string Data(const std::string& name, const std::vector<PlotPoints>& stretches) {
   std::string data = name + " << END\n";
   for (const PlotPoints& stretch : stretches) {
@@ -170,7 +170,7 @@ std::vector<PlotPoints> DrawnStretches(const PlotLine& line, const Axis& levels,
   return stretches;
 }
 
-/// The script of one pane. In characters, each line has a character of its own as long as all lines come first.
+/// The script of one pane. Lines come first: a text terminal then gives each line its own character.
 std::string ScriptOf(const PlotPane& pane, const Axis& levels, const Device& device, Texts* texts) {
   const Axis values = ValuesOf(pane, device.value_tics);
   std::string data;
@@ -206,12 +206,12 @@ std::string ScriptOf(const Plot& plot, const Device& device, PictureFormat forma
   std::string panes;
   for (size_t i = 0; i < plot.panes.size(); ++i) {
     const PlotPane& pane = plot.panes[i];
-    constexpr double kSecond = 0.38;  // of the height
+    constexpr double kSecond = 0.38;  // Share of the height.
     if (plot.panes.size() > 1) {
       panes += i == 0 ? fmt::format("set multiplot\nset size 1,{0}\nset origin 0,{1}\n", 1.0 - kSecond, kSecond)
                       : fmt::format("unset title\nset size 1,{}\nset origin 0,0\n", kSecond);
     }
-    const bool upright = format == PictureFormat::kText;  // there is little room beside the axis
+    const bool upright = format == PictureFormat::kText;  // A text terminal has little room beside the axis.
     panes += "set xlabel " + texts.Add(plot.levels + NotShown(pane)) + "\n";
     panes += "set ylabel " + texts.Add(upright ? pane.unit : pane.what + " in " + pane.unit) + "\n";
     panes += ScriptOf(pane, levels, device, &texts);
@@ -233,7 +233,7 @@ std::string InXml(const std::string& text) {
   return escaped;
 }
 
-// gnuplot's own title says "Gnuplot", and its option takes letters and digits only.
+// gnuplot's own title is "Gnuplot", and its title option accepts only letters and digits.
 void SetTitle(const std::string& title, std::string* svg) {
   const std::string gnuplots = "<title>Gnuplot</title>";
   const size_t place = svg->find(gnuplots);

@@ -7,35 +7,35 @@
 
 namespace blnits {
 
-/// A line of values against the picture's axis of levels.
+/// One line of a picture: values by level.
 struct PlotLine {
   std::string name;                ///< In the key.
   std::string colour;              ///< "#rrggbb".
-  bool second_panel = false;       ///< Its measured points have marks of their own.
-  PlotPoints points;               ///< By rising level. The line has a gap where a value is not finite.
-  std::vector<bool> extrapolated;  ///< One for each point: what leads to it and from it is dashed or dotted.
-  PlotPoints measured;             ///< Marks.
+  bool second_panel = false;       ///< Selects other marks for its measured points.
+  PlotPoints points;               ///< By rising level. A value that is not finite makes a gap.
+  std::vector<bool> extrapolated;  ///< One for each point: the segments on both sides of it are dashed or dotted.
+  PlotPoints measured;             ///< Points to mark.
 };
 
-/// Lines in one pair of axes, with their key below it.
+/// Lines that share a pair of axes, with the key below.
 struct PlotPane {
-  std::string what;  ///< Of the axis of values: "luminance".
-  std::string unit;  ///< "nits".
+  std::string what;  ///< Quantity on the vertical axis: "luminance".
+  std::string unit;  ///< Its unit: "nits".
   bool logarithmic = false;
   std::vector<PlotLine> lines;
 };
 
-/// A picture for gnuplot, which draws it. Its texts are printable.
+/// A picture for gnuplot. All its texts must be printable.
 struct Plot {
   std::string title;
-  std::string levels;           ///< Of the axis of levels: "client level".
-  std::vector<PlotPane> panes;  ///< One or two, the second one smaller and below the first.
+  std::string levels;           ///< Label of the horizontal axis: "client level".
+  std::vector<PlotPane> panes;  ///< One or two. The second is smaller and below the first.
 };
 
 enum class PictureFormat { kText, kSvg, kPng };
 
-/// The picture as the bytes of a file; kText is for this process's terminal, with its size and colours.
-/// \throws Failure when gnuplot is missing or fails.
+/// The bytes of a picture file; for kText the characters for this process's terminal, in its size and colours.
+/// \throws Failure if gnuplot is missing or fails.
 std::string Drawn(const Plot& plot, PictureFormat format);
 
 }  // namespace blnits

@@ -2,10 +2,10 @@
 
 namespace blnits {
 
-/// Whether text on standard output is to have colours: on a terminal only, and never under NO_COLOR.
+/// Whether to colour standard output: only on a terminal, and never if NO_COLOR is set.
 bool WantsColours();
 
-/// The terminal's width and height in characters; 79 by 24 where standard output is none.
+/// The terminal's size in characters; 79 by 24 if standard output is not a terminal.
 struct TerminalSize {
   int columns = 79;
   int rows = 24;
