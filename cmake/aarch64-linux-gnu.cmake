@@ -1,4 +1,4 @@
-# Builds for AArch64 with Debian's cross compiler and runs what was built under qemu.
+# Builds for AArch64 with Debian's cross compiler and runs the programs under qemu.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)

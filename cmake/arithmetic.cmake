@@ -1,6 +1,7 @@
-# The results are defined to the last bit, so the library computes doubles as IEEE 754 defines, whatever flags the project
-# around it uses. Of contradicting flags, the last one wins. CMake drops an option that repeats an earlier one, even with
-# other flags between them. Ours form one SHELL: group, which repeats nothing and stays last.
+# The results must be exact to the last bit, so the library computes doubles as IEEE 754 defines, even if the
+# surrounding project sets other flags. The last one of two contradicting flags wins. CMake drops an option that
+# repeats an earlier one, even with other flags between them. To stay last, our options form one SHELL: group, which
+# repeats nothing.
 set(blnits_arithmetic_options "SHELL:-fno-fast-math -ffp-contract=off")
 
 # -Ofast, -ffast-math and -funsafe-math-optimizations also link an object that makes the processor treat subnormal numbers
@@ -27,7 +28,7 @@ function(blnits_check_arithmetic config)
     get_target_property(options blnits_probe INTERFACE_COMPILE_OPTIONS)
     list(JOIN options " " options)
     string(REPLACE "SHELL:" "" options "${options}")
-    message(FATAL_ERROR "The results are defined to the last bit, but with\n"
+    message(FATAL_ERROR "The results must be exact to the last bit, but with\n"
       "  ${CMAKE_CXX_COMPILER} ${CMAKE_CXX_FLAGS} ${CMAKE_CXX_${of_config}} ${options}\n"
       "the compiler\n${faults}Remove the flags that cause this.")
   endif()
@@ -35,7 +36,7 @@ endfunction()
 
 get_directory_property(compile_options COMPILE_OPTIONS)
 get_directory_property(link_options LINK_OPTIONS)
-# Expressions that depend on targets have no meaning outside this project.
+# Expressions about targets have no meaning outside this project.
 list(FILTER compile_options EXCLUDE REGEX "<TARGET")
 list(FILTER link_options EXCLUDE REGEX "<TARGET")
 add_library(blnits_probe INTERFACE IMPORTED)

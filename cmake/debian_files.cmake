@@ -5,7 +5,7 @@ string(REGEX REPLACE "\n## .*" "" changes "${changes}")
 string(REGEX REPLACE "\n+$" "" changes "\n${changes}")
 string(REPLACE "\n  " "\n    " changes "${changes}")
 string(REPLACE "\n- " "\n\n  * " changes "${changes}")
-# Debian's lines are shorter than ours.
+# Debian wants shorter lines.
 set(wrapped "${CPACK_TEMPORARY_DIRECTORY}/changes")
 file(WRITE "${wrapped}" "${changes}\n")
 execute_process(COMMAND fmt --tagged-paragraph --width=78 "${wrapped}" OUTPUT_VARIABLE changes COMMAND_ERROR_IS_FATAL ANY)

@@ -1,4 +1,4 @@
-# The device's debug-log library in place of the stand-in.
+# Links the device's debug-log library instead of the stand-in.
 if(NOT TARGET "${BLNITS_DEBUG_LOG}" AND NOT EXISTS "${BLNITS_DEBUG_LOG}")
   message(FATAL_ERROR "BLNITS_DEBUG_LOG: found \"${BLNITS_DEBUG_LOG}\", expected a target or the path of a library")
 endif()

@@ -1,4 +1,4 @@
-# What `cmake --install` installs, with the package files for CMake and pkg-config.
+# The files that `cmake --install` installs, and the package files for CMake and pkg-config.
 include(CMakePackageConfigHelpers)
 
 set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/backlight_nits)
@@ -12,7 +12,7 @@ set_target_properties(blnits_interface PROPERTIES EXPORT_NAME interface)
 set_target_properties(blnits_client_headers PROPERTIES EXPORT_NAME client_headers)
 set_target_properties(blnits_client PROPERTIES EXPORT_NAME client)
 set_target_properties(backlight_nits_debug_log PROPERTIES EXPORT_NAME debug_log)
-# An installed tree works in any folder.
+# The installed libraries find each other wherever the tree is.
 set_target_properties(backlight_nits PROPERTIES INSTALL_RPATH "$ORIGIN")
 if(BLNITS_TOOL)
   set_target_properties(blnits PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
@@ -36,7 +36,7 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/backlight_nits-config-version.cmake
   DESTINATION ${package_folder} COMPONENT development)
 
-# Relative, so that an installed tree can be moved.
+# A relative path, so that the installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 set(packages backlight_nits backlight_nits_client)
 if(BLNITS_DEBUG_LOG)

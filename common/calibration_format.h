@@ -8,22 +8,22 @@
 
 #include "backlight_nits_records.h"
 
-/// The vocabulary of calibration files: names, what each is served as, and limits. Parser, engine, tool and tests take
-/// them from here. All constant: any thread.
+/// The format of calibration files: names, the parameter that returns each value, and limits. Parser, engine, tool and
+/// tests share these constants. Any thread may read them.
 namespace zarn::format {
 
-/// A panel's file is kFilePrefix, the panel's name, kFileSuffix.
+/// The name of a panel's file is kFilePrefix, the panel's name and kFileSuffix.
 inline constexpr const char* kFilePrefix = "backlight_calib_";
 inline constexpr const char* kFileSuffix = ".xml";
 
-/// The first element, which has the attributes.
+/// The root: the first element of the file. It has the attributes.
 inline constexpr const char* kRoot = "Calib_Data";
 
-/// How the parser takes it that an attribute is absent.
+/// What the parser does if an attribute is missing.
 enum class Absence {
-  kRefused,  ///< An Error line; the file is refused.
-  kWarning,  ///< A Warning line, and the default.
-  kInfo,     ///< An Info line, and the default.
+  kRefused,  ///< Logs an Error and refuses the file.
+  kWarning,  ///< Logs a Warning and uses the default.
+  kInfo,     ///< Logs an Info line and uses the default.
 };
 
 /// An attribute of the root.
@@ -33,10 +33,10 @@ struct Attribute {
   static constexpr bool kIsReal = std::is_floating_point_v<Number>;
 
   const char* name;
-  BLNitsParams param;     ///< The parameter that serves it,
-  Number Record::*field;  ///< and the field of that parameter's record.
-  Absence absence;        ///< Of kRefused: it is required.
-  Number default_number;  ///< Its number when it is absent and not required.
+  BLNitsParams param;     ///< The parameter that returns the attribute,
+  Number Record::*field;  ///< and its field in that parameter's record.
+  Absence absence;        ///< kRefused: the attribute is required.
+  Number default_number;  ///< The value of a missing attribute that is not required.
 };
 
 inline constexpr Attribute<BLGamma, double> kGamma = {"gamma", kBLGamma, &BLGamma::gamma, Absence::kRefused, 0.0};
@@ -51,36 +51,36 @@ inline constexpr Attribute<BLPccThresh, double> kPccThresh = {"pcc_thresh", kBLP
 /// All attributes, in the order of the file.
 inline constexpr std::tuple kAttributes = {kGamma, kMinimumBl, kMaxBl, kMaxOsBl, kPccThresh};
 
-/// Calls `function` with each attribute, in that order.
+/// Calls `function` with each attribute, in the order of the file.
 template <class Function>
 void ForEachAttribute(Function function) {
   std::apply([&](const auto&... attribute) { (function(attribute), ...); }, kAttributes);
 }
 
-/// Two elements that list values. They have equally many; those at the same place belong together.
+/// Two elements that list values. Both lists have the same length; values at the same position belong together.
 struct Lists {
   const char* first;
   const char* second;
 };
 
-/// The linear table, in the root: linearized levels and panel levels.
+/// The linear table, in the root: a list of linearized levels and a list of panel levels.
 inline constexpr Lists kLinearTable = {"linearized_bl", "panel_bl"};
 
-/// The highest linearized level up to which an engine fills in the linear table, whose length the file decides.
+/// The highest linearized level of a dense table. The file decides the table's length, so the table needs a limit.
 inline constexpr uint32_t kLastLinearizedLevel = 1048575;
 
-/// The element in the root that has the groups of measured tables.
+/// The element in the root that contains the groups of measured tables.
 inline constexpr const char* kMeasurements = "measurement_data";
 inline constexpr const char* kStandard = "standard";   ///< The group of standard operation.
 inline constexpr const char* kHighBrightness = "hbm";  ///< The group of high-brightness operation.
 
 /// A measured table.
 struct MeasuredTable {
-  const char* group;    ///< The element in kMeasurements that has it.
-  const char* element;  ///< Its own element in the group.
+  const char* group;    ///< The element in kMeasurements that contains the table.
+  const char* element;  ///< The table's own element in the group.
   uint32_t coverage;    ///< Screen coverage of the measurement in per cent: 10 or 100.
   bool hdr;             ///< True: high brightness; false: standard operation.
-  BLNitsParams param;   ///< The parameter that serves it.
+  BLNitsParams param;   ///< The parameter that returns the table.
 };
 
 inline constexpr MeasuredTable kStandard100 = {kStandard, "nits_100", 100, false, kBLNitsMapping100Percent};
@@ -88,21 +88,21 @@ inline constexpr MeasuredTable kStandard10 = {kStandard, "nits_10", 10, false, k
 inline constexpr MeasuredTable kHdr100 = {kHighBrightness, "nits_100", 100, true, kBLHdrNitsMapping100Percent};
 inline constexpr MeasuredTable kHdr10 = {kHighBrightness, "nits_10", 10, true, kBLHdrNitsMapping10Percent};
 
-/// All measured tables, in the order in which the parser reads them and files have them.
+/// All measured tables, in the order in which files have them and the parser reads them.
 inline constexpr std::array kMeasuredTables = {kStandard100, kStandard10, kHdr100, kHdr10};
 
-/// What each measured table has: client levels and their luminances in nits.
+/// The two lists of each measured table: client levels, and their luminances in nits.
 inline constexpr Lists kPoints = {"bl_value", "nits_value"};
 
-/// What a calibration file may be at the most: it is read inside the display service, whoever wrote it. A real file has a
-/// few kilobytes, 5 attributes and 6 levels; one table of 1,000,000 points has 4,000,000 nodes. A file beyond these
-/// bounds is not loaded. Within them, the time for a file grows with its size.
+/// Limits of a calibration file. The display service reads it, and anyone may have written it. The library does
+/// not load a file beyond a limit. Within the limits, the time to read a file grows with its size. A real file has a few
+/// kilobytes, 5 attributes and 6 nested levels; a table of 1,000,000 points has 4,000,000 nodes.
 inline constexpr size_t kMaxFileBytes = size_t{32} << 20;
-inline constexpr size_t kMaxTagBytes = 2048;  ///< One tag with its attributes; the time for it grows with their square.
-inline constexpr size_t kMaxReferenceBytes = 64;  ///< "&#" to ";": the reader looks for the ";" of each "&#" anew.
-inline constexpr size_t kMaxDepth = 64;           ///< Elements within each other, the root included; each takes stack.
-inline constexpr size_t kMaxNodes = 5000000;  ///< Elements, texts, comments and the like; each takes up to 120 bytes.
-inline constexpr size_t kMaxAttributes =
-    1000000;  ///< In the whole file; each is compared with those before it in its tag.
+inline constexpr size_t kMaxTagBytes = 2048;      ///< A tag. The time to read it grows with its attributes' square.
+inline constexpr size_t kMaxReferenceBytes = 64;  ///< "&#" to ";". The reader searches for the ";" of each "&#" again.
+inline constexpr size_t kMaxDepth = 64;           ///< Nested elements, including the root. Each level takes stack.
+inline constexpr size_t kMaxNodes = 5000000;      ///< Elements, texts, comments and others. Each takes up to 120 bytes.
+/// In the whole file. The reader compares each attribute with those before it in the tag.
+inline constexpr size_t kMaxAttributes = 1000000;
 
 }  // namespace zarn::format

@@ -8,14 +8,14 @@
 #include <cfloat>
 
 #if defined(__FAST_MATH__) || __FINITE_MATH_ONLY__ || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__)
-#error "The results are defined to the last bit: build without -ffast-math and its parts."
+#error "The results must be exact to the last bit: build without -ffast-math and its parts."
 #endif
 
 #if FLT_EVAL_METHOD != 0
 #error \
-    "The results are defined to the last bit: build for a processor, and without flags (-mfpmath=387), that compute doubles in another precision."
+    "The results must be exact to the last bit: build for a processor that computes doubles in double precision, without -mfpmath=387."
 #endif
 
 #if !defined(__cpp_exceptions)
-#error "Where memory runs out, an exception ends the process, while locks may be held: build with -fexceptions."
+#error "If memory runs out, an exception must end the process instead of leaving locks held: build with -fexceptions."
 #endif

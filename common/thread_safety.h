@@ -3,7 +3,7 @@
 /// \file
 /// Annotations of what a mutex guards, for clang's thread-safety analysis. The analysis needs a standard library whose
 /// mutex is annotated (libc++, with the macro below); with any other the annotations are empty. clang cannot follow
-/// member pointers; callers of the handlers and steps behind them hold the lock.
+/// calls through member pointers; the callers of such handlers and steps hold the lock.
 
 #if defined(__clang__) && defined(_LIBCPP_ENABLE_THREAD_SAFETY_ANNOTATIONS)
 #define BLNITS_THREAD_SAFETY(attribute) __attribute__((attribute))

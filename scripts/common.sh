@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What ./dev and the scripts here share. They source it in the root of the tree.
+# Functions for ./dev and the scripts in this folder. They source this file in the root of the tree.
 
 say() { printf '==> %s\n' "$*"; }
 

@@ -1,5 +1,5 @@
-# Fails when library LIBRARY was built without the platform's protections against memory errors. With CHECKED_FUNCTIONS, it
-# calls string or file functions that have a checked form, and must call that.
+# Fails if library LIBRARY lacks the platform's protections against memory errors. With CHECKED_FUNCTIONS, LIBRARY calls
+# string or file functions that have a checked form; they must be the checked ones.
 execute_process(COMMAND ${READELF} -W --program-headers --dynamic ${LIBRARY}
                 OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${NM} -D ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)

@@ -1,9 +1,9 @@
-# Builds the library with COMPILER in BUILD_FOLDER, over and over, within surroundings whose flags change arithmetic. It
-# must make the same results nevertheless, which LIBRARY_TEST tells, or be refused with a reason.
+# Builds the library with COMPILER in BUILD_FOLDER several times, in projects whose flags change arithmetic. Each time,
+# either LIBRARY_TEST must confirm that the results are the same, or CMake must refuse the configuration with a reason.
 set(faults "")
 
 function(configure_and_build)
-  # What a row does not set is as it was.
+  # Resets the variables that a row does not set.
   execute_process(
     COMMAND ${CMAKE_COMMAND} -G Ninja -S ${CMAKE_CURRENT_LIST_DIR} -B ${BUILD_FOLDER} -DCMAKE_CXX_COMPILER=${COMPILER}
             -DCMAKE_BUILD_TYPE=Release -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DCMAKE_CXX_FLAGS=
@@ -23,7 +23,7 @@ macro(fault text)
   list(APPEND faults "${ARGN}")
 endmacro()
 
-# The library is built and makes the same results.
+# Expects that the library builds and gives the same results.
 macro(the_same)
   configure_and_build(${ARGN})
   if(result EQUAL 0)
@@ -39,7 +39,7 @@ macro(the_same)
   endif()
 endmacro()
 
-# The configuration is refused with `reason`.
+# Expects that the configuration is refused with `reason`.
 macro(refused reason)
   configure_and_build(${ARGN})
   if(NOT result EQUAL 0 AND said MATCHES "the compiler.*${reason}")
@@ -63,7 +63,7 @@ the_same("-DCMAKE_CXX_FLAGS=-fassociative-math -fno-signed-zeros -fno-trapping-m
 the_same(-DCMAKE_CXX_FLAGS=-ffinite-math-only)
 the_same("-DCMAKE_CXX_FLAGS=-fno-signed-zeros -fno-trapping-math -fno-math-errno -frounding-math -fexcess-precision=fast")
 the_same("-DCMAKE_CXX_FLAGS=${fused}")
-# Where flags come from besides; an option of ours that is there before, and taken back, must not be left out as repeated.
+# Other sources of flags. CMake must not drop an option of ours as a repetition of one that a later flag reverses.
 the_same(-DCMAKE_CXX_FLAGS_RELEASE=-Ofast)
 the_same("-DSURROUNDING_OPTIONS=-ffp-contract=off ${fused} -fno-fast-math -ffast-math -fexceptions -fno-exceptions"
   -DBLNITS_LIBRARY_OPTIONS=-funsafe-math-optimizations -DCMAKE_SHARED_LINKER_FLAGS=-Ofast)
