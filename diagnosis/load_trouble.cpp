@@ -32,7 +32,7 @@ std::string WhyUnreadable(const std::string& file) {
     return "this is a folder; name a file in it";
   }
   if (fs::exists(status) && !fs::is_regular_file(status)) {
-    return "this is a device, a pipe or a socket, and the device loads regular files only; copy the text into a file";
+    return "this is a device node, a pipe or a socket; the device loads only regular files; copy the text into a file";
   }
   return "the file cannot be read; check its permissions";
 }
@@ -98,24 +98,24 @@ std::string XmlTrouble(const CalibrationSource& source) {
                  : fmt::format("{} has the attribute {} twice; remove one", Shown(element), Shown(twice));
     }
     case tinyxml2::XML_ERROR_PARSING_TEXT:
-      return "the text here is followed by no tag; close the elements around it, or remove it";
+      return "no tag follows this text; close the elements around it, or remove it";
     case tinyxml2::XML_ERROR_PARSING_CDATA:
       return "a CDATA section does not end; close it with ]]>";
     case tinyxml2::XML_ERROR_PARSING_COMMENT:
       return "a comment does not end; close it with -->";
     case tinyxml2::XML_ERROR_PARSING_DECLARATION:
-      return "a declaration <? does not end, or stands behind an element; close it with ?>, and put it first";
+      return "a declaration <? does not end, or follows an element; close it with ?>, and put it first";
     case tinyxml2::XML_ERROR_PARSING_UNKNOWN:
       return "markup that begins with <! does not end; close it with >";
     case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
-      return fmt::format("there is no XML in the file; it begins with <{}", format::kRoot);
+      return fmt::format("the file has no XML; a calibration begins with <{}", format::kRoot);
     case tinyxml2::XML_ERROR_PARSING:
-      return "the file ends before its elements are closed; close each that is opened";
+      return "the file ends before its elements are closed; close each of them";
     case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
       return fmt::format("element {} is not closed, or another name closes it; close it with </{}>", Shown(element),
                          Shown(element));
     case tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED:
-      return "elements stand too deep in each other; a calibration has 6 levels";
+      return "elements are nested too deeply; a calibration has 6 levels";
     default:
       return fmt::format("the XML cannot be read ({}); compare it with a calibration that loads", document.ErrorName());
   }
@@ -129,8 +129,9 @@ void AddFault(const CalibrationSource& source, Troubles* troubles) {
       break;
     case zarn::LoadFault::kTooLarge:
       troubles->push_back(
-          {0, fmt::format("the file is larger than {} MiB; drop points that the lines between the others give back",
-                          format::kMaxFileBytes >> 20)});
+          {0,
+           fmt::format("the file is larger than {} MiB; drop points that interpolation between the others reproduces",
+                       format::kMaxFileBytes >> 20)});
       break;
     case zarn::LoadFault::kTagTooLong:
       troubles->push_back({line, fmt::format("this tag is longer than {} bytes; put the numbers into value elements",
@@ -140,7 +141,7 @@ void AddFault(const CalibrationSource& source, Troubles* troubles) {
       troubles->push_back(
           {line,
            fmt::format(
-               R"(from this "&#" to its ";" are more than {} bytes; write the character itself, or "&amp;" for &)",
+               R"(the reference that begins with this "&#" has more than {} bytes; write the character itself, or "&amp;" for &)",
                format::kMaxReferenceBytes)});
       break;
     case zarn::LoadFault::kNestedTooDeep:
@@ -149,10 +150,9 @@ void AddFault(const CalibrationSource& source, Troubles* troubles) {
                              format::kMaxDepth)});
       break;
     case zarn::LoadFault::kTooManyNodes:
-      troubles->push_back(
-          {line, fmt::format("the file has more than {} elements, texts and comments; drop points that the lines "
-                             "between the others give back",
-                             format::kMaxNodes)});
+      troubles->push_back({line, fmt::format("the file has more than {} elements, texts and comments; drop points that "
+                                             "interpolation between the others reproduces",
+                                             format::kMaxNodes)});
       break;
     case zarn::LoadFault::kTooManyAttributes:
       troubles->push_back(
@@ -185,8 +185,8 @@ void AddList(const CalibrationSource& source, const Path& list, const std::strin
     if (value.text == nullptr) {
       troubles->push_back(
           {value.line,
-           fmt::format("{}: this value of {} has no text, or other markup before it; write the number there", owner,
-                       list.back())});
+           fmt::format("{}: this value of {} has no text, or has other markup before its text; write only the number",
+                       owner, list.back())});
     }
   }
 }

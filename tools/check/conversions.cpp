@@ -119,11 +119,10 @@ void CheckLevels(const Survey& survey, const Served& served) {
     const TablePlace place = served.At(first, last, first);
     if (answer) {
       survey.findings->AddIn(RuleId::kRequest, place,
-                             "the device answers {} with garbage, {} nits at level {}; measure "
-                             "there again",
+                             "the device returns garbage for {}, {} nits at level {}; measure again there",
                              Span(first, last), *answer, first);
     } else {
-      survey.findings->AddIn(RuleId::kRequest, place, "the device refuses {}; measure there; it says: {}",
+      survey.findings->AddIn(RuleId::kRequest, place, "the device refuses {}; measure there; the device says: {}",
                              Span(first, last), Printable(survey.log->Reason()));
     }
   });
@@ -152,7 +151,7 @@ void CheckLuminances(const Survey& survey, const Served& served) {
   survey.findings->AddIn(
       RuleId::kRequest, served.At(UINT32_MAX, 0, survey.levels.back()),
       "the device refuses to find a level for luminances above {:.4g} nits; measure brighter levels; "
-      "it says: {}",
+      "the device says: {}",
       converted, reason);
 }
 
@@ -203,9 +202,9 @@ void CheckJumps(const Survey& survey, const Served& served, const std::vector<si
     survey.findings->AddIn(
         RuleId::kJump, served.At(from, to, from),
         "from level {} to {} the luminance jumps by {:.1f} %, from {:.6g} to {:.6g} nits{}: users see "
-        "the step; measure there again",
+        "the step; measure these levels again",
         from, to, 100.0 * ratio(steepest), nits[steepest.from], nits[steepest.to],
-        more ? fmt::format(" (such steps between levels {} and {})", levels[first], levels[up[last]]) : "");
+        more ? fmt::format(" (more such steps between levels {} and {})", levels[first], levels[up[last]]) : "");
   });
 }
 
@@ -225,10 +224,11 @@ void CheckDarker(const Survey& survey, RuleId rule, const Served& served, const 
     const uint32_t from = survey.levels[first];
     const uint32_t to = survey.levels[last];
     const bool mostly = to - from > survey.levels.back() / 2;
-    survey.findings->AddIn(rule, served.At(from, to, survey.levels[worst]),
-                           "darker than {} at {}, {:.6g} instead of {:.6g} nits at level {}: the device serves it; {}",
-                           than, Span(from, to), served.curve.nits[worst], darker.curve.nits[worst],
-                           survey.levels[worst], mostly ? exchanged : "measure both there again");
+    survey.findings->AddIn(
+        rule, served.At(from, to, survey.levels[worst]),
+        "darker than {} at {}, {:.6g} instead of {:.6g} nits at level {}: the device returns these values; {}", than,
+        Span(from, to), served.curve.nits[worst], darker.curve.nits[worst], survey.levels[worst],
+        mostly ? exchanged : "measure both again there");
   });
 }
 
@@ -243,8 +243,7 @@ void CheckBrightness(const Survey& survey, const Served& served) {
     const uint32_t level = survey.levels[static_cast<size_t>(brightest - nits.begin())];
     survey.findings->AddIn(
         RuleId::kTooBright, served.At(level, 0, level),
-        "the device serves {:.6g} nits at level {}, on the line beyond the last point: no panel is so "
-        "bright; measure up to that level",
+        "the device extrapolates to {:.6g} nits at level {}: no panel is so bright; measure up to that level",
         *brightest, level);
   }
 }
@@ -252,11 +251,11 @@ void CheckBrightness(const Survey& survey, const Served& served) {
 void TellSample(const Survey& survey) {
   const uint32_t last = survey.subject.range.max_os_bl;
   if (survey.levels.size() <= last) {
-    survey.findings->Add(RuleId::kSampled, survey.subject.source.LineOfAttribute(zarn::format::kMaxOsBl.name),
-                         "max_os_bl is {}: only a sample of the levels is looked at for request, jump, dark-window, "
-                         "dark-hbm and too-bright, and a fault between them can be missed; compare the others with "
-                         "blnits nits if they matter",
-                         last);
+    survey.findings->Add(
+        RuleId::kSampled, survey.subject.source.LineOfAttribute(zarn::format::kMaxOsBl.name),
+        "max_os_bl is {}: request, jump, dark-window, dark-hbm and too-bright examine only a sample of the "
+        "levels and can miss a fault between them; convert important levels with blnits nits",
+        last);
   }
 }
 

@@ -7,9 +7,9 @@ namespace format = zarn::format;
 using Pairs = decltype(zarn::BLLinearTable::entries);
 
 void CheckLinearLevels(const Pairs& pairs, const std::vector<SourceValue>& levels, int list_line, Findings* findings) {
-  constexpr const char* kRefused = "the device refuses to give the linear table";
+  constexpr const char* kRefused = "the device refuses to return the linear table";
   if (pairs.size() < 2) {
-    findings->Add(RuleId::kLinearShort, list_line, "{}, since it has {} pair{}; give it two or more", kRefused,
+    findings->Add(RuleId::kLinearShort, list_line, "{}, since it has {} pair{}; it needs at least two", kRefused,
                   pairs.size(), pairs.size() == 1 ? "" : "s");
     return;
   }
@@ -37,7 +37,7 @@ void CheckPanelLevels(const Pairs& pairs, const std::vector<SourceValue>& levels
     const uint32_t level = pairs[i].second;
     if (level > max_bl) {
       findings->Add(RuleId::kPanelLevel, levels[i].line,
-                    "panel level {} is above max_bl {}, and the device serves it as it stands; correct one of them",
+                    "panel level {} is above max_bl {}, and the device returns it unchanged; correct one of them",
                     level, max_bl);
     }
     if (i > 0 && level < pairs[i - 1].second) {

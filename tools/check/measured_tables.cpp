@@ -28,15 +28,14 @@ void CheckFall(const Measured& m, size_t i) {
   const auto& [level, nits] = m.points[i];
   const TablePlace place = m.At(i - 1, i, m.table.luminances[i]);
   if (nits_before - nits < kNoise * nits_before) {
-    m.findings->AddIn(
-        RuleId::kMeterNoise, place,
-        "luminance falls from {} nits at level {} to {} nits at level {}, by as little as a meter's noise: "
-        "the device follows it; repair it with blnits import --monotone",
-        nits_before, before, nits, level);
+    m.findings->AddIn(RuleId::kMeterNoise, place,
+                      "luminance falls from {} nits at level {} to {} nits at level {}, within a meter's noise: "
+                      "the device reproduces the fall; repair it with blnits import --monotone",
+                      nits_before, before, nits, level);
   } else {
     m.findings->AddIn(
         RuleId::kFallingLuminance, place,
-        "luminance falls from {} nits at level {} to {} nits at level {}: a brighter setting is darker, "
+        "luminance falls from {} nits at level {} to {} nits at level {}: a higher level is darker, "
         "and luminances between the two get a wrong level; measure again, or repair it with blnits import "
         "--monotone",
         nits_before, before, nits, level);
@@ -54,10 +53,11 @@ void CheckOrder(const Measured& m) {
                         "answers there are garbage; sort the points by level",
                         level, before);
     } else if (level == before) {
-      m.findings->AddIn(RuleId::kRepeatedLevel, place,
-                        "level {} is there twice: the device answers {} nits at it, and goes on from {} nits above it; "
-                        "keep one of them",
-                        level, nits_before, nits);
+      m.findings->AddIn(
+          RuleId::kRepeatedLevel, place,
+          "level {} occurs twice: the device returns {} nits at it, and interpolates from {} nits above it; "
+          "keep one of them",
+          level, nits_before, nits);
     } else if (nits < nits_before) {
       CheckFall(m, i);
     }
@@ -72,10 +72,11 @@ void CheckPlateaus(const Measured& m) {
       ++end;
     }
     if (end > start) {
-      m.findings->AddIn(RuleId::kPlateau, m.At(start, end, m.table.luminances[start + 1]),
-                        "{} nits at all of levels {} to {}: the device answers that luminance with level {}; measure "
-                        "again unless the panel is limited there",
-                        m.points[start].nits, m.points[start].bl, m.points[end].bl, m.points[start].bl);
+      m.findings->AddIn(
+          RuleId::kPlateau, m.At(start, end, m.table.luminances[start + 1]),
+          "levels {} to {} all have {} nits: the device converts {} nits to level {}; measure again unless "
+          "the panel limits its luminance there",
+          m.points[start].bl, m.points[end].bl, m.points[start].nits, m.points[start].nits, m.points[start].bl);
     }
   }
 }
@@ -108,7 +109,7 @@ void CheckFirstLevel(const Measured& m) {
   }
   m.findings->AddIn(RuleId::kFirstLevel, m.At(0, 0, m.table.levels.front()),
                     "the first level is {}: below it the device follows the line from the origin, {:.4g} nits a level, "
-                    "while the first two points have {:.4g}; measure lower levels if they matter",
+                    "but the slope of the first two points is {:.4g}; measure lower levels if they matter",
                     first.bl, Slope({0, 0.0}, first), Slope(first, m.points[1]));
 }
 
@@ -122,7 +123,7 @@ void CheckLastLevel(const Measured& m) {
   std::string slope;
   if (m.points[m.Size() - 2].bl < last.bl) {
     const double rise = Slope(m.points[m.Size() - 2], last) * (static_cast<double>(top) - last.bl);
-    slope = fmt::format(", where the slope of the last two points leads to {:.6g}", last.nits + rise);
+    slope = fmt::format(", but the slope of the last two points leads to {:.6g}", last.nits + rise);
   }
   m.findings->AddIn(
       RuleId::kLastLevel, m.At(m.Size() - 1, m.Size() - 1, m.table.levels.back()),
@@ -141,7 +142,7 @@ bool CheckScale(const Measured& m, size_t highest) {
   }
   m.findings->AddIn(
       RuleId::kScale, m.At(highest, highest, m.table.levels[highest]),
-      "levels run to {}, but max_os_bl is {}: these look like {}, and the device takes them for client levels; give "
+      "levels run to {}, but max_os_bl is {}: these look like {}, but the device uses them as client levels; give "
       "client levels, 0 to max_os_bl",
       level, top, above && level / 2 < m.subject.range.max_bl ? "panel levels" : "levels of another scale");
   return true;
@@ -223,21 +224,21 @@ void TellSpike(const Measured& m, const Knee& into, const Knee& out) {
   const auto& last = m.points[out.point];
   m.findings->AddIn(
       RuleId::kSlope, m.At(into.point, out.point, m.table.luminances[into.point + 1]),
-      "the slope from level {} to {} is {:.4g} nits a level, {:.4g} before and {:.4g} after: settings there "
-      "are {}; measure {} to {} again",
+      "the slope from level {} to {} is {:.4g} nits a level, {:.4g} before and {:.4g} after: luminance steps there "
+      "{}; measure {} to {} again",
       first.bl, last.bl, Slope(first, last), into.before, out.after,
-      into.Rises() ? "much farther apart than their neighbours" : "hardly brighter than each other",
+      into.Rises() ? "are much larger than beside them" : "are much smaller than beside them",
       m.points[into.point - 1].bl, m.points[out.point + 1].bl);
 }
 
 void TellKnee(const Measured& m, const Knee& knee) {
   m.findings->AddIn(
       RuleId::kSlope, m.At(knee.point, knee.point, m.table.luminances[knee.point + 1]),
-      "the slope changes from {:.4g} to {:.4g} nits a level at level {}: settings above it are {}; measure "
+      "the slope changes from {:.4g} to {:.4g} nits a level at level {}: luminance steps above it {}; measure "
       "{} to {} again",
       knee.before, knee.after, m.points[knee.point].bl,
-      knee.Rises() ? "much farther apart than those below" : "hardly brighter than each other",
-      m.points[knee.point - 1].bl, m.points[knee.point + 1].bl);
+      knee.Rises() ? "are much larger than below it" : "are much smaller than below it", m.points[knee.point - 1].bl,
+      m.points[knee.point + 1].bl);
 }
 
 // If the slope returns to its earlier value after a stretch, the whole stretch is one finding.
@@ -262,10 +263,11 @@ void CheckTable(const Measured& m) {
     return;
   }
   if (m.Size() == 1) {
-    m.findings->AddIn(RuleId::kSinglePoint, m.At(0, 0, m.table.levels.front()),
-                      "the only point is level {}, {} nits: the device follows the line from the origin through it; "
-                      "measure more levels",
-                      m.points.front().bl, m.points.front().nits);
+    m.findings->AddIn(
+        RuleId::kSinglePoint, m.At(0, 0, m.table.levels.front()),
+        "the only point is level {}, {} nits: the device follows the line from the origin through this point; "
+        "measure more levels",
+        m.points.front().bl, m.points.front().nits);
   }
   CheckOrder(m);
   CheckPlateaus(m);

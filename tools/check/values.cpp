@@ -91,16 +91,16 @@ struct Fault {
 
 /// \param what names the number. \param reads the number that the library reads; empty if it has not loaded the file.
 Fault TellForm(Form form, Kind kind, const char* what, const char* text, const std::string& reads) {
-  const std::string read = reads.empty() ? "" : fmt::format(", the device reads {}", reads);
+  const std::string read = reads.empty() ? "" : fmt::format(": the device reads {}", reads);
   switch (form) {
     case Form::kNoNumber:
-      return {RuleId::kNoNumber, fmt::format("{} \"{}\" holds no number{}; write the number", what, Shown(text), read)};
+      return {RuleId::kNoNumber, fmt::format("{} \"{}\" is not a number{}; write a number", what, Shown(text), read)};
     case Form::kTooLarge:
       return {RuleId::kNumber, fmt::format("{} {} is too large{}; levels end at 2147483647", what, Shown(text), read)};
     case Form::kNegative:
       return {RuleId::kNegativeLevel, fmt::format("{} {} is negative{}; levels begin at 0", what, Shown(text), read)};
     default:
-      return {RuleId::kNumber, fmt::format("{} \"{}\" is no plain {}{}; write digits{} and nothing else", what,
+      return {RuleId::kNumber, fmt::format("{} \"{}\" is not a plain {}{}; write digits{} and nothing else", what,
                                            Shown(text), kind == Kind::kLevel ? "whole number" : "number", read,
                                            kind == Kind::kLevel ? "" : ", with a point for the fraction,")};
   }
@@ -180,7 +180,8 @@ Fractions FractionsIn(const std::vector<SourceValue>& levels) {
 /// \param factor_name the attribute by which to multiply the levels. \param factor its value.
 std::string TellFractions(const Fractions& fractions, const char* factor_name, uint32_t factor) {
   return fmt::format(
-      "the {} levels are fractions from 0 to 1: the device reads whole numbers, {} of these as 0; multiply each by {} "
+      "the {} levels are fractions from 0 to 1: the device reads only the whole part, which is 0 for {} of them; "
+      "multiply each by {} "
       "and round it",
       fractions.levels, fractions.zeros,
       factor > 1 ? fmt::format("{} ({})", factor, factor_name) : fmt::format("the {} that the panel has", factor_name));
@@ -247,7 +248,7 @@ void CheckBrightness(const TableInFile& table, Findings* findings) {
   if (count > 0) {
     const auto& [level, nits] = table.points[brightest];
     findings->AddIn(RuleId::kTooBright, {table.table->name, level, level, table.luminances[brightest].line},
-                    "{} nits at level {}{}: no panel is so bright, and the device serves it as it stands; give "
+                    "{} nits at level {}{}: no panel is so bright, and the device returns it unchanged; give "
                     "luminances in nits (candela per square metre)",
                     nits, level, count > 1 ? fmt::format(", and {} more above {} nits", count - 1, kTooBright) : "");
   }
@@ -260,7 +261,7 @@ void CheckLuminanceValues(const TableInFile& table, Findings* findings) {
     light = light || nits != 0.0;
     if (!std::isfinite(nits) || nits < 0.0) {
       findings->AddIn(RuleId::kLuminanceValue, {table.table->name, level, level, table.luminances[i].line},
-                      "no panel shows {} nits, and the device answers levels around {} with garbage; measure the level "
+                      "no panel shows {} nits, and the device returns garbage for levels around {}; measure the level "
                       "again",
                       nits, level);
     }
@@ -299,14 +300,14 @@ void CheckAttributes(const Subject& subject, Findings* findings) {
   };
   if (!(gamma >= 1.0 && gamma <= 4.0) && !is_text(format::kGamma)) {
     findings->Add(RuleId::kGamma, line(format::kGamma),
-                  "gamma is {}, and the device serves it as it stands; panels have about 2.2, correct it", gamma);
+                  "gamma is {}, and the device returns it unchanged; panels have about 2.2; correct it", gamma);
   }
   if (!subject.source.Attribute(format::kPccThresh.name)) {
     findings->Add(RuleId::kPccThreshAbsent, line(format::kPccThresh),
-                  "without pcc_thresh the device takes {}; write it if the panel needs another", thresh);
+                  "pcc_thresh is absent, and the device uses {}; add it if the panel needs another value", thresh);
   } else if (!(thresh > 0.0 && thresh <= 1.0) && !is_text(format::kPccThresh)) {
     findings->Add(RuleId::kPccThresh, line(format::kPccThresh),
-                  "pcc_thresh is {}, and the device serves it as it stands; write a factor above 0 and at most 1",
+                  "pcc_thresh is {}, and the device returns it unchanged; write a factor above 0 and at most 1",
                   thresh);
   }
   if (is_text(format::kMaxOsBl) || is_text(format::kMaxBl) || is_text(format::kMinimumBl)) {
@@ -314,7 +315,7 @@ void CheckAttributes(const Subject& subject, Findings* findings) {
   }
   if (range.max_os_bl == 0) {
     findings->Add(RuleId::kMaxOsBl, line(format::kMaxOsBl),
-                  "max_os_bl is {}: the device refuses every level but 0; write the highest level that clients use",
+                  "max_os_bl is {}: the device refuses every level except 0; write the highest level that clients use",
                   subject.source.Attribute(format::kMaxOsBl.name) ? "0" : "absent and therefore 0");
   } else if (range.max_os_bl > range.max_bl) {
     findings->Add(
@@ -323,10 +324,11 @@ void CheckAttributes(const Subject& subject, Findings* findings) {
         range.max_os_bl, range.max_bl);
   }
   if (range.minimum_bl >= range.max_bl) {
-    findings->Add(RuleId::kMinimumBl, line(format::kMinimumBl),
-                  "minimum_bl is {}, not below max_bl {}: clients that keep to both have no level left; swap them, or "
-                  "correct one",
-                  range.minimum_bl, range.max_bl);
+    findings->Add(
+        RuleId::kMinimumBl, line(format::kMinimumBl),
+        "minimum_bl is {}, but max_bl is {}: clients that keep to both have no range of levels; swap them, or "
+        "correct one",
+        range.minimum_bl, range.max_bl);
   }
 }
 

@@ -250,8 +250,9 @@ void CheckVisible(const DrawnPanel& drawn, bool logarithmic) {
                         [&](double nits) { return std::isfinite(nits) && (!logarithmic || nits > 0.0); });
   };
   if (std::all_of(drawn.curves.begin(), drawn.curves.end(), dark)) {
-    throw Failure(fmt::format("{}: no level has a luminance{}, there is nothing to draw; blnits check says why",
-                              drawn.panel.File(), logarithmic ? " above 0" : ""));
+    throw Failure(
+        fmt::format("{}: no level has a luminance{}, so there is nothing to draw; blnits check gives the reason",
+                    drawn.panel.File(), logarithmic ? " above 0" : ""));
   }
 }
 

@@ -171,7 +171,7 @@ void PrintText(const Difference& difference, const DiffOptions& options) {
                difference.linear->spread.largest, difference.linear->spread.at);
     PrintLastLevels("linear tables", difference.linear->last);
   } else {
-    fmt::print("linear table: the device refuses to give one of the two\n");
+    fmt::print("linear table: the device refuses to return one of the two\n");
   }
   const auto& levels = difference.levels;
   const std::string left_out = LeftOut(levels);

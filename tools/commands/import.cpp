@@ -82,7 +82,7 @@ void TellRepeated(const std::vector<Reading>& readings, const char* table, Story
     }
   }
   if (repeated > 0) {
-    story->Keep(fmt::format("{}: {} with more than one reading, their mean", table, Counted(repeated, "level")));
+    story->Keep(fmt::format("{}: {} with several readings, averaged", table, Counted(repeated, "level")));
   }
 }
 
@@ -155,7 +155,7 @@ Tables ReadTables(const ImportOptions& options, Story* story) {
     const std::string& file = options.tables.at(table->param);
     if (file.empty()) {
       const MeasuredTable& instead = Instead(*table, options);
-      story->Tell(fmt::format("{}: not measured, repeats {}", table->name, instead.name));
+      story->Tell(fmt::format("{}: not measured, copied from {}", table->name, instead.name));
       tables[table->param] = tables[instead.param];
     } else {
       tables[table->param] = ReadTable(file, table->name, options, story);
@@ -221,7 +221,7 @@ void Write(const ImportOptions& options, std::FILE* told, std::ostream& file) {
   const auto tables = ReadTables(options, &story);
   std::vector<std::pair<uint32_t, uint32_t>> pairs = {{0, 0}, {options.max_bl, options.max_bl}};
   if (options.linear.empty()) {
-    story.Tell("linear table: not measured, panel levels are taken as linear");
+    story.Tell("linear table: not measured, a straight line");
   } else {
     pairs = ReadLevelPairs(options.linear);
     story.Tell(fmt::format("linear table: {} from {}", Counted(pairs.size(), "pair"), NameOfFile(options.linear)));

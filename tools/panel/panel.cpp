@@ -25,7 +25,8 @@ bool IsPath(const std::string& argument) {
 // The folders in which the library searched for `file` without finding it.
 std::string Searched(const fs::path& file) {
   if (!file.has_parent_path()) {
-    return "the working folder, and there is no /vendor/etc/display or /usr/data/display; a path reads any file";
+    return "the working folder, and there is no /vendor/etc/display or /usr/data/display; to read another file, give "
+           "its path";
   }
   const std::string folder = file.parent_path().string();
   return folder == "/usr/data/display" ? folder : "/vendor/etc/display or /odm/etc/display";
@@ -210,8 +211,7 @@ void Panel::Check(int ret, const std::string& what) const {
 std::string Panel::Refusal(int ret, const std::string& what) const {
   std::string reason = log_->Reason();
   if (reason.empty()) {
-    reason =
-        fmt::format("result {}, without a reason; while dimming is on, only LUTs give luminances their levels", ret);
+    reason = fmt::format("dimming is on but no LUTs are set (result {})", ret);
   }
   return fmt::format("{}: {}: {}", file_, what, reason);
 }

@@ -103,7 +103,7 @@ bool AreAll(const Levels& levels) { return levels.size() == uint64_t{levels.back
 std::string LeftOut(const Levels& levels) {
   return AreAll(levels) ? ""
                         : fmt::format(
-                              "not looked at: {} levels above {}, between measured points, where the curves are "
+                              "not examined: {} levels above {}, between measured points, where the curves are "
                               "straight",
                               uint64_t{levels.back()} + 1 - levels.size(), kEveryLevelBelow - 1);
 }

@@ -97,7 +97,7 @@ std::string RunGnuplot(const std::string& script) {
   const int status = Spawn(input, output, errors);
   if ((status < 0 && errno == ENOENT) || (status > 0 && WIFEXITED(status) && WEXITSTATUS(status) == kNotFound)) {
     throw Failure(
-        "gnuplot draws the pictures and is not installed (Debian's package gnuplot-nox); --csv works without");
+        "gnuplot, which draws the pictures, is not installed (Debian's package gnuplot-nox); --csv works without it");
   }
   if (status < 0) {
     throw Failure(fmt::format("gnuplot cannot be started: {}", std::generic_category().message(errno)));
