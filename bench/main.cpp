@@ -1,4 +1,4 @@
-// Each benchmark is named "operation/who/points:32/levels:255". Who: the library, or what it is compared with.
+// Each benchmark is named "operation/who/points:32/levels:255". "who" is the library or a reference.
 
 #include <benchmark/benchmark.h>
 #include <tinyxml2.h>
@@ -21,7 +21,7 @@ namespace {
 constexpr size_t kRequests = 4096;  // a power of two
 constexpr int kMaxThreads = 4;
 
-/// All that is compared, on a panel with so many points and levels.
+/// The library and its references on a panel with a given number of points and levels.
 class Case {
  public:
   Case(uint32_t points, uint32_t levels)
@@ -52,32 +52,32 @@ class Case {
   References references;
   Peer peer;
   zarn::client::Curve curve;  ///< At 55 %.
-  std::vector<double> array;  ///< The same luminances.
+  std::vector<double> array;  ///< The luminances of the curve.
   std::vector<Request> requests;
 
  private:
-  /// What is compared must compute the same.
+  /// The references must compute the same as the library.
   void CheckReferences() {
     Caller tables(plain);
     Caller maps(dimmed);
     for (const Request& r : requests) {
       const double nits = tables.Nits(r);
       Require(nits == NitsBy(references.points, r) && nits == references.NitsWithLocksAndCopies(r),
-              "nits are the references'");
-      Require(std::fabs(nits - peer.Nits(r)) <= 1e-9 * nits, "nits are the peer's");
+              "the references give the same nits");
+      Require(std::fabs(nits - peer.Nits(r)) <= 1e-9 * nits, "the peer gives the same nits");
       const uint32_t level = tables.Level(r);
       Require(level == LevelBy(references.points, r) && level == references.LevelWithLocksAndCopies(r),
-              "a level is the references'");
-      Require(maps.Nits(r) == references.MappedNitsWithLocksAndCopies(r), "mapped nits are the references'");
-      Require(maps.Level(r) == references.LockedMappedLevel(r), "a mapped level is the references'");
+              "the references give the same level");
+      Require(maps.Nits(r) == references.MappedNitsWithLocksAndCopies(r), "the references give the same nits by maps");
+      Require(maps.Level(r) == references.LockedMappedLevel(r), "the references give the same level by maps");
     }
     Require(
         tables.Dense() == DenseOf(plain.calibration.linear) && tables.Dense() == references.DenseWithLocksAndCopies(),
-        "a dense table is the references'");
+        "the references give the same dense table");
   }
 };
 
-/// The case of a run; it is made once, before the time is taken.
+/// The Case of a benchmark, made on first use and before the time is taken.
 Case& CaseOf(const benchmark::State& state) {
   static std::mutex lock;
   static std::map<std::pair<int64_t, int64_t>, std::unique_ptr<Case>> cases;
@@ -89,10 +89,10 @@ Case& CaseOf(const benchmark::State& state) {
   return *found;
 }
 
-/// A case in the hands of one thread.
+/// One thread's access to a Case.
 struct Client {
   Case& all;
-  Panel& mine;  ///< That no other thread uses.
+  Panel& mine;  ///< No other thread uses it.
   References& references = all.references;
   Peer& peer = all.peer;
   Caller plain{all.plain};
@@ -102,7 +102,7 @@ struct Client {
 
 enum Grows { kPoints, kLevels };
 
-/// Times what `answer` does for one request after the other.
+/// Measures the time of `answer`, one request after the other.
 template <class Answer>
 benchmark::internal::Benchmark* Add(const std::string& operation, const std::string& who, Answer answer,
                                     Grows grows = kPoints) {
@@ -124,7 +124,7 @@ void AddReference(const char* operation, const char* who, Answer answer) {
   Add(operation, who, answer)->ArgsProduct({{32, 512}, {255, 4095}});
 }
 
-/// The library itself, also as the work grows.
+/// Adds the library's benchmarks, also with growing numbers of points and levels.
 template <class Answer>
 void AddLibrary(const char* operation, Answer answer) {
   AddReference(operation, "library", answer);
@@ -177,7 +177,7 @@ void AddWholeTables() {
   AddReference("LUT update", "peer", [](auto& c, auto&) { return c.peer.Luts(), 0; });
 }
 
-/// Sampled curves beside what else a client could do: read an array of its own, search it, or ask the engine.
+/// Adds sampled curves and what a client could do instead: read its own array, search it, or ask the engine.
 void AddCurves() {
   const auto add = [](const char* operation, const char* who, auto answer) {
     return Add(operation, who, answer)->ArgsProduct({{32}, {255, 4095}});
@@ -220,7 +220,8 @@ void AddThreads() {
 }  // namespace
 }  // namespace bench
 
-// The panels' files are in a folder of their own, so a --benchmark_out must be an absolute path.
+// The panels' files are in a temporary folder, which becomes the working folder. --benchmark_out therefore needs an
+// absolute path.
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {

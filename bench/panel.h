@@ -16,31 +16,32 @@ namespace bench {
 
 constexpr uint32_t kMaxBl = 4095;
 
-/// What a client may ask.
+/// A random request of a client.
 struct Request {
   uint32_t percentage;  ///< 10, 55 or 100.
   uint32_t bl;          ///< From the first measured level to the last.
-  double nits;          ///< What the curves of both coverages reach.
+  double nits;          ///< A luminance that both coverages reach.
 };
 
-/// Ends the process where something must be and is not: nothing is measured then.
+/// Ends the process unless `so` is true: the results would have no meaning.
 inline void Require(bool so, const char* what) {
   if (!so) {
-    std::fprintf(stderr, "nothing is measured, since this is not so: %s\n", what);
+    std::fprintf(stderr, "nothing is measured, because this does not hold: %s\n", what);
     std::exit(1);
   }
 }
 
 /// An OLED-like calibration with `points` measured points a table, from level 1 to max_os_bl.
 inline Calibration RealisticCalibration(uint32_t points, uint32_t max_os_bl) {
-  const auto measured = [](double nits) { return std::round(nits * 1000.0) / 1000.0; };  // as a colorimeter tells it
+  const auto measured = [](double nits) { return std::round(nits * 1000.0) / 1000.0; };  // A colorimeter's resolution.
   Calibration calibration(kMaxBl, max_os_bl);
   calibration.linear.clear();
   calibration.standard_100.clear();
   calibration.standard_10.clear();
   for (uint32_t i = 0; i < points; ++i) {
     const double share = static_cast<double>(i) / (points - 1);
-    // With more points than levels the measured levels exceed the range, as they do where scales differ.
+    // With more points than levels, the measured levels exceed the range. This also happens in files whose scales
+    // differ.
     const uint32_t last = std::max(max_os_bl, points);
     const auto level = 1 + static_cast<uint32_t>(std::lround(share * (last - 1)));
     const double nits = measured(2.0 + 500.0 * std::pow(share, 1.6));
@@ -54,7 +55,7 @@ inline Calibration RealisticCalibration(uint32_t points, uint32_t max_os_bl) {
   return calibration;
 }
 
-/// A panel with a file of its own in the working folder, and its engine.
+/// A panel with its own file in the working folder, and its engine.
 class Panel {
  public:
   Panel(uint32_t points, uint32_t last_level, bool dimmed)
@@ -67,11 +68,13 @@ class Panel {
     }
     if (dimmed) {
       SetLuts();
-      Require(client.SetDimming(true).has_value(), "dimming is on");
+      Require(client.SetDimming(true).has_value(), "dimming can be switched on");
     }
   }
 
-  void SetLuts() { Require(client.SetDimmingLuts(dimming_lut, attenuation).has_value(), "LUTs are taken"); }
+  void SetLuts() {
+    Require(client.SetDimmingLuts(dimming_lut, attenuation).has_value(), "the engine accepts the LUTs");
+  }
 
   Calibration calibration;
   uint32_t max_os_bl;
@@ -90,7 +93,7 @@ class Panel {
   }
 };
 
-/// Calls a panel's engine as a client does that converts often: it uses its records again. For one thread.
+/// Calls a panel's engine like a client that converts often: reuses its records. Use it from one thread.
 class Caller {
  public:
   explicit Caller(const Panel& panel) : engine_(panel.client.Engine().get()) {}
@@ -98,20 +101,20 @@ class Caller {
   double Nits(const Request& request) {
     in_->percentage = request.percentage;
     in_->bl = request.bl;
-    Require(engine_->ProcessOps(zarn::kBLToNits, in_.payload, &out_.payload) == 0, "a level has nits");
+    Require(engine_->ProcessOps(zarn::kBLToNits, in_.payload, &out_.payload) == 0, "the engine converts a level");
     return out_->nits;
   }
 
   uint32_t Level(const Request& request) {
     wanted_->percentage = request.percentage;
     wanted_->nits = request.nits;
-    Require(engine_->ProcessOps(zarn::kNitsToBL, wanted_.payload, &out_.payload) == 0, "nits have a level");
+    Require(engine_->ProcessOps(zarn::kNitsToBL, wanted_.payload, &out_.payload) == 0, "the engine converts nits");
     return out_->bl;
   }
 
   Levels Dense() {
     Holding<zarn::BLLinearTable> table;
-    Require(engine_->GetParameter(zarn::kBLLinearTable, &table.payload) == 0, "a dense table is there");
+    Require(engine_->GetParameter(zarn::kBLLinearTable, &table.payload) == 0, "the engine returns the dense table");
     return std::move(table->entries);
   }
 

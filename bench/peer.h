@@ -14,8 +14,8 @@
 
 namespace bench {
 
-/// A curve for GSL's linear interpolation, with an accelerator that remembers where the last value was found. Between
-/// the measured points only, whose x rise strictly.
+/// A curve by GSL's linear interpolation, with an accelerator that remembers the place of the last value. It covers
+/// only the range of the measured points, whose x must rise strictly.
 class PeerCurve {
  public:
   PeerCurve(std::vector<double> x, std::vector<double> y)
@@ -38,8 +38,8 @@ class PeerCurve {
   std::unique_ptr<gsl_interp_accel, Free> accelerator_;
 };
 
-/// The operations as somebody would build them with GSL: its curves, and one mutex around each call. Maps to levels are
-/// not among them: a map has runs of equal luminances, which GSL refuses.
+/// The operations as a client could build them with GSL: its curves, with one mutex around each call. There is no
+/// conversion by maps from nits to level: a map has runs of equal luminances, which GSL refuses.
 class Peer {
  public:
   Peer(const Panel& panel, const References& references) : panel_(panel), references_(references) {
@@ -100,7 +100,7 @@ class Peer {
   const References& references_;
   std::mutex lock_;
   std::unique_ptr<PeerCurve> linear_;
-  std::vector<PeerCurve> nits_;  ///< At 10 and 100 %, as the next two.
+  std::vector<PeerCurve> nits_;  ///< At 10 and 100 %, as in the next two members.
   std::vector<PeerCurve> levels_;
   std::vector<PeerCurve> mapped_nits_;
   Map maps_[4];

@@ -21,7 +21,8 @@ inline double OnLine(double x1, double y1, double x2, double y2, double x) {
   return y1 * ((x2 - x) / distance) + (x - x1) / distance * y2;
 }
 
-/// The line's `y` where its `x` is `wanted`. Before the first point and behind the last stands the origin.
+/// The `y` of the curve at `x` == `wanted`. Outside the points, the curve is the line through the origin and the
+/// nearest point.
 template <class X, class Y>
 double Walk(const NitsPoints& points, X Point::*x, Y Point::*y, X wanted) {
   const size_t count = points.size();
@@ -44,7 +45,7 @@ inline double LevelIn(const NitsPoints& points, double nits) {
   return std::round(Walk(points, &Point::nits, &Point::bl, nits));
 }
 
-/// The index of the nearest element.
+/// The index of the nearest element of the map.
 inline uint32_t LevelIn(const Map& map, double nits) {
   const auto above = std::upper_bound(map.begin(), map.end(), nits);
   if (above == map.begin()) {
@@ -54,7 +55,7 @@ inline uint32_t LevelIn(const Map& map, double nits) {
   return static_cast<uint32_t>(above - map.begin() - (below ? 1 : 0));
 }
 
-/// The value at a coverage, from `at(0)` at 10 % and `at(1)` at 100 %.
+/// Combines the values at 10 % (`at(0)`) and at 100 % (`at(1)`) into the value at a coverage.
 template <class At>
 double AtCoverage(uint32_t percentage, At at) {
   if (percentage <= 10) {
@@ -63,7 +64,7 @@ double AtCoverage(uint32_t percentage, At at) {
   return percentage == 100 ? at(1) : OnLine(10.0, at(0), 100.0, at(1), percentage);
 }
 
-/// The answer of two tables, or maps: for 10 % and for 100 %. A function that is called, as the library's.
+/// The answer from two tables or maps, for 10 % and 100 %. Not inlined, because the library's functions are not either.
 template <class Tables>
 [[gnu::noinline]] double NitsBy(const Tables& tables, const Request& request) {
   return AtCoverage(request.percentage, [&](int i) { return NitsIn(tables[i], request.bl); });
@@ -74,7 +75,7 @@ template <class Tables>
   return static_cast<uint32_t>(AtCoverage(request.percentage, [&](int i) { return LevelIn(tables[i], request.nits); }));
 }
 
-/// Pair after pair behind what is there, as a table grows that nobody has measured before.
+/// Appends pair by pair without reserving memory.
 inline Levels DenseOf(const Levels& pairs) {
   Levels dense;
   for (size_t i = 0; i + 1 < pairs.size(); ++i) {
@@ -89,8 +90,8 @@ inline Levels DenseOf(const Levels& pairs) {
   return dense;
 }
 
-/// What an operation would cost without the library: *bare*, the functions above over plain arrays; and *locks and copies*, the
-/// same with the locks, allocations and copies that the contract with clients makes necessary.
+/// Each operation without the library. *Bare*: the functions above over plain arrays. *Locks and copies*: the same with
+/// the locks, allocations and copies that the interface requires.
 class References {
  public:
   explicit References(const Panel& panel) : panel_(panel) {
@@ -121,7 +122,7 @@ class References {
     const Guard guard(engine_lock_);
     return NitsBy(maps, request);
   }
-  /// The bare binary search under one lock.
+  /// The bare binary search, under one lock.
   uint32_t LockedMappedLevel(const Request& request) {
     const Guard guard(engine_lock_);
     return LevelBy(maps, request);
@@ -142,7 +143,7 @@ class References {
     }
   }
 
-  /// The client level that the dimming LUT makes of `vb`.
+  /// The client level to which the dimming LUT maps level `vb`.
   uint32_t Dimmed(uint32_t vb) const {
     const auto panel_level = static_cast<uint32_t>(uint64_t{vb} * kMaxBl / panel_.max_os_bl);
     return static_cast<uint32_t>(uint64_t{std::min(panel_.dimming_lut[panel_level], kMaxBl)} * panel_.max_os_bl /
@@ -150,10 +151,10 @@ class References {
   }
 
   NitsPoints points[2];  ///< At 10 and 100 %.
-  Map maps[4];           ///< At 10 and 100 %, of the standard mode and of the bright one.
+  Map maps[4];           ///< At 10 and 100 %, of standard operation and of high brightness.
 
  private:
-  /// The two tables that a conversion by tables gets from the parser, whichever it then reads.
+  /// The copies of both tables that a conversion gets from the parser, even if it uses only one.
   class Copies {
    public:
     explicit Copies(References* from) {

@@ -7,8 +7,8 @@
 
 namespace fuzz {
 
-/// Choices and numbers decoded from a fuzzer's input, from its front to its end; zeros once it is used up. Mostly small
-/// numbers that meet one another, with the ends of ranges among them.
+/// Decodes choices and numbers from a fuzzer's input, from front to end; returns zeros after the end. Most numbers are
+/// small, so that they often coincide; some are the ends of ranges.
 class Bytes {
  public:
   Bytes(const uint8_t* data, size_t size) : next_(data), end_(data + size) {}
@@ -19,24 +19,24 @@ class Bytes {
 
   bool Flag() { return Byte() % 2 != 0; }
 
-  /// 0 to `end` - 1; `end` is 1 to 256.
+  /// A number from 0 to `end` - 1; `end` is 1 to 256.
   uint32_t Below(uint32_t end) { return Byte() % end; }
 
-  /// A level for a table or a conversion, also an impossible one.
+  /// A level for a table or a conversion, possibly out of range.
   uint32_t Level() {
     static constexpr uint32_t kRare[] = {255, 256, 1000, 1023, 1024, 2147483647};
     const uint32_t byte = Byte();
     return byte < 250 ? byte / 2 : kRare[byte - 250];
   }
 
-  /// The highest level of a range, low enough for LUTs of that length.
+  /// The highest level of a range, small enough for LUTs of that length.
   uint32_t HighestLevel() {
     static constexpr uint32_t kRare[] = {127, 128, 255, 256, 400, 1023};
     const uint32_t byte = Byte();
     return byte < 250 ? byte % 64 : kRare[byte - 250];
   }
 
-  /// A luminance or a factor, also one without sense.
+  /// A luminance or a factor, possibly a senseless one.
   double Real() {
     using Limits = std::numeric_limits<double>;
     static constexpr double kRare[] = {-0.0,

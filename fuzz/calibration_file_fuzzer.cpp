@@ -1,5 +1,5 @@
-// Any bytes as a panel's calibration file: the engine takes it or refuses it, and answers every question about what it
-// took.
+// Loads any bytes as a panel's calibration file. The engine must load or refuse the file, and answer every question
+// about a file that it has loaded.
 
 #include <algorithm>
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-// LUTs of this length are made quickly; a file may ask for four thousand million entries.
+// Limits the time for LUTs: a file can ask for four thousand million entries.
 constexpr uint32_t kLongestLuts = 2048;
 
 void Check(fuzz::CheckedPanel* panel) {

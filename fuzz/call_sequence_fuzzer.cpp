@@ -1,5 +1,5 @@
-// Calls of one client after the other, decoded from any bytes, on calibration files decoded along with them. What the
-// engine must answer follows from the calls before.
+// Decodes a sequence of calls, and the calibration files for them, from any bytes. The earlier calls decide what the
+// engine must answer.
 
 #include <algorithm>
 #include <cstring>
@@ -19,12 +19,12 @@ using zarn::BLNitOps;
 using zarn::BLNitsParams;
 using zarn::GenericPayload;
 
-/// A record that no identifier goes with, whatever its size is compared with.
+/// A record that belongs to no identifier. Its size differs from that of every other record.
 struct Stranger {
   char bytes[5] = {};
 };
 
-/// A payload that says it holds a record of `size` bytes and holds none: what a client's memory fault may leave.
+/// A payload that claims to hold a record of `size` bytes but holds none, as after a client's memory fault.
 class HollowPayload {
  public:
   explicit HollowPayload(uint32_t size) { std::memcpy(reinterpret_cast<char*>(&payload), &size, sizeof size); }
@@ -32,7 +32,7 @@ class HollowPayload {
   GenericPayload payload;
 };
 
-/// One input's calls, and what is known of the engine from them.
+/// The calls of one input, and the state of the engine that follows from them.
 class Session {
  public:
   Session(fuzz::CheckedPanel* panel, fuzz::Bytes bytes) : panel_(*panel), bytes_(bytes) {}
@@ -67,12 +67,12 @@ class Session {
   fuzz::Bytes bytes_;
 
   bool initialized_ = false;
-  bool loaded_ = false;  // The last Init has succeeded.
+  bool loaded_ = false;  // Whether the last Init succeeded.
   bool dimming_ = false;
   double scale_ = 1.0;
-  bool has_luts_ = false;      // The engine may have maps.
-  uint32_t longest_luts_ = 0;  // The highest client level that any of them holds.
-  Calibration calibration_;    // The last that was loaded, with its range.
+  bool has_luts_ = false;      // Whether the engine may have maps.
+  uint32_t longest_luts_ = 0;  // The highest client level of any map.
+  Calibration calibration_;    // The last loaded calibration, with its range.
   zarn::BLRange range_;
 };
 
@@ -95,20 +95,20 @@ void Session::Init() {
   range_.max_os_bl = bytes_.HighestLevel();
   calibration_ = AnyCalibration();
   panel_.WriteFile(calibration_.Text());
-  Require(panel_.Init() == 0, "a valid calibration file is taken");
+  Require(panel_.Init() == 0, "Init accepts a valid calibration file");
   initialized_ = true;
   loaded_ = true;
 }
 
 void Session::InitWithoutFile() {
   panel_.RemoveFile();
-  Require(panel_.Init() == -ENOENT, "a missing calibration file is answered with -2");
+  Require(panel_.Init() == -ENOENT, "Init returns -2 for a missing calibration file");
   loaded_ = false;
 }
 
 void Session::InitWithBadFile() {
   panel_.WriteFile("<Calib_Data gamma='2.2' minimum_bl='1'/>");
-  Require(panel_.Init() == -EINVAL, "a wrong calibration file is answered with -22");
+  Require(panel_.Init() == -EINVAL, "Init returns -22 for a faulty calibration file");
   loaded_ = false;
 }
 
@@ -166,7 +166,7 @@ void Session::AskNits() {
     return;
   }
   Require(initialized_ && (loaded_ || dimming_), "a conversion needs calibration data or maps");
-  Require(in.bl <= range_.max_os_bl, "only client levels within the range are answered");
+  Require(in.bl <= range_.max_os_bl, "the engine converts only client levels within the range");
   Require(!dimming_ || has_luts_ || Same(answer->nits, 0.0), "dimming without LUTs gives no luminance");
   CheckHdr(*answer, in.hdr);
 }
@@ -178,12 +178,13 @@ void Session::AskLevel() {
     return;
   }
   Require(initialized_ && (dimming_ ? has_luts_ : loaded_), "a conversion needs calibration data or maps");
-  Require(!dimming_ || answer->bl <= longest_luts_, "while dimming is on levels are client levels");
+  Require(!dimming_ || answer->bl <= longest_luts_, "with dimming on, results are client levels of the maps");
   CheckHdr(*answer, in.hdr);
 }
 
 void Session::CheckHdr(const zarn::BlNitsValue& answer, bool asked) const {
-  Require(answer.hdr == (dimming_ ? asked : !asked), "an answer tells its curves while dimming is on only");
+  Require(answer.hdr == (dimming_ ? asked : !asked),
+          "an answer has the hdr flag of the question only while dimming is on");
 }
 
 void Session::AskParameters() {
@@ -194,7 +195,7 @@ void Session::AskParameters() {
   Require(scale.has_value() == initialized_ && (!scale || Same(scale->scale, scale_)),
           "the dimming scale is what was set");
   const auto range = panel_.Get<zarn::BLRange>(zarn::kBLRange);
-  Require(range.has_value() == Calibrated(), "calibration data are given after an Init that has read them");
+  Require(range.has_value() == Calibrated(), "getters return calibration data if and only if the last Init succeeded");
   AskMeasuredTable(zarn::kBLNitsMapping10Percent, calibration_.standard_10);
   AskMeasuredTable(zarn::kBLNitsMapping100Percent, calibration_.standard_100);
   AskMeasuredTable(zarn::kBLHdrNitsMapping10Percent, calibration_.hbm_10);
@@ -213,7 +214,7 @@ void Session::AskParameters() {
 
 void Session::AskMeasuredTable(BLNitsParams param, const Points& points) {
   const auto table = panel_.MeasuredTable(param);
-  Require(table.has_value() == Calibrated(), "calibration data are given after an Init that has read them");
+  Require(table.has_value() == Calibrated(), "getters return calibration data if and only if the last Init succeeded");
   Require(!table || Same(*table, points), "a measured table is that of the file");
 }
 
@@ -272,7 +273,7 @@ void Session::ConvertWrongly() {
   Holding<zarn::BlNitsValue> answer;
   GenericPayload* const outs[] = {nullptr, &stranger.payload, &answer.payload};
   GenericPayload* const out = outs[bytes_.Below(std::size(outs))];
-  // A right input goes with a wrong output, a wrong one with any.
+  // Passes a valid input only with an invalid output, so that the call must fail.
   const bool right_in = op == zarn::kBLToNits && out != &answer.payload && bytes_.Flag();
 
   const bool known = op == zarn::kBLToNits || op == zarn::kNitsToBL;
@@ -294,7 +295,7 @@ Calibration Session::AnyCalibration() {
   return calibration;
 }
 
-// Mostly rising levels, for the others are refused before anything is computed.
+// Mostly rising levels: the engine refuses others before it computes anything.
 Levels Session::AnyLinearTable() {
   Levels levels(bytes_.Below(6));
   const bool rising = bytes_.Below(8) != 0;

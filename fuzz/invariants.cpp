@@ -14,7 +14,7 @@
 #include "calibration_format.h"
 #include "debug_handler.h"
 
-// A va_list can be passed on, "..." cannot.
+// Expands the variable arguments in each function: a va_list can be passed on, "..." cannot.
 #define BLNITS_FORMAT()                                 \
   char line[256];                                       \
   va_list arguments;                                    \
@@ -43,7 +43,7 @@ class DroppedLog : public display::DebugHandler {
   void Verbose(const char* format, ...) override __attribute__((format(printf, 2, 3))) { BLNITS_FORMAT(); }
 };
 
-/// In memory where that is possible, since a fuzzer writes a file for each input.
+/// In memory if possible, because a fuzzer writes a file for each input.
 fs::path MakeFolder() {
   for (const fs::path& where : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
     std::string pattern = where / "blnits_fuzz.XXXXXX";
@@ -55,8 +55,8 @@ fs::path MakeFolder() {
   return {};
 }
 
-/// Calls with the working folder, where a panel's file is searched, elsewhere: relative paths of the fuzzer itself are
-/// to keep their meaning.
+/// Makes a call in the panel's folder and returns to the old working folder, so that relative paths of the fuzzer stay
+/// valid.
 template <class Call>
 auto InFolder(const fs::path& folder, Call call) {
   const fs::path before = fs::current_path();
@@ -66,7 +66,7 @@ auto InFolder(const fs::path& folder, Call call) {
   return result;
 }
 
-/// The same question at another coverage that must give the same answer.
+/// The same question at another coverage that must have the same answer.
 template <class In>
 In AtTwinCoverage(In in) {
   if (in.percentage >= 1 && in.percentage <= 10) {
@@ -99,7 +99,8 @@ bool CanBeFilledIn(const Levels& sparse) {
   return sparse.size() >= 2 && sparse.front().first == 0 && sparse.back().first <= zarn::format::kLastLinearizedLevel;
 }
 
-/// `dense` holds one pair for each level, keeps those of `sparse` and stays between them. \param dense from level 0 on.
+/// Checks that `dense` has one pair for each level, keeps the pairs of `sparse` and stays between them. \param dense
+/// starts at level 0.
 void CheckFilledIn(const Levels& sparse, const std::pair<uint32_t, uint32_t>* dense) {
   for (size_t i = 1; i < sparse.size(); ++i) {
     const auto& from = sparse[i - 1];
@@ -114,12 +115,12 @@ void CheckFilledIn(const Levels& sparse, const std::pair<uint32_t, uint32_t>* de
   }
 }
 
-/// A level on the scale 0 to `from` as one on the scale 0 to `to`, rounded down.
+/// Converts a level from the scale 0 to `from` to the scale 0 to `to`, rounded down.
 uint32_t Rescaled(uint32_t level, uint32_t from, uint32_t to) {
   return from == 0 ? 0 : static_cast<uint32_t>(uint64_t{level} * to / from);
 }
 
-/// Whether `value` is between `a` and `b` but for the rounding of an interpolation; true where one is not finite.
+/// Whether `value` is between `a` and `b`, allowing for rounding; true if one of them is not finite.
 bool Between(double value, double a, double b, double rounding) {
   if (!std::isfinite(a) || !std::isfinite(b)) {
     return true;
@@ -153,7 +154,7 @@ bool Same(const Points& a, const Points& b) {
 CheckedPanel::CheckedPanel()
     : folder_(MakeFolder()),
       client_(*zarn::client::Panel::Attach(GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(kPanelName))) {
-  // Never destroyed: there may be lines until the process has ended.
+  // Never destroyed: lines can arrive until the process ends.
   static auto* const dropped = new DroppedLog;
   display::debug_handler_ = dropped;
 }
@@ -200,12 +201,12 @@ std::optional<Points> CheckedPanel::MeasuredTable(BLNitsParams param) {
     return std::nullopt;
   }
   const bool one_tenth = param == zarn::kBLNitsMapping10Percent || param == zarn::kBLHdrNitsMapping10Percent;
-  Require(out->percentage == (one_tenth ? 10 : 100), "a measured table tells its coverage");
+  Require(out->percentage == (one_tenth ? 10 : 100), "a measured table has its coverage");
   const Points points = ToPoints(*out.record);
   Require(Answered(*out.record, ask), "a repeated call gives the same answer");
   Points twice = points;
   twice.insert(twice.end(), points.begin(), points.end());
-  Require(Same(ToPoints(*out.record), twice), "tables are appended to what the record holds");
+  Require(Same(ToPoints(*out.record), twice), "a getter appends its table to the record");
   return points;
 }
 
@@ -213,13 +214,13 @@ Levels CheckedPanel::SparseLinearTable() const {
   auto parser = zarn::client::Panel::Attach(
       InFolder(folder_, [] { return GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser(kPanelName); }));
   const auto made = InFolder(folder_, [&] { return parser->Init(); });
-  Require(made.has_value(), "a parser takes the file that the engine took");
+  Require(made.has_value(), "a parser accepts a file that the engine accepts");
   auto table = parser->LinearTable();
   Require(table.has_value(), "a parser gives its linear table");
   return *std::move(table);
 }
 
-// What holds for every conversion, whatever the question.
+// Checks the invariants of every conversion.
 template <class In>
 std::optional<BlNitsValue> CheckedPanel::Convert(zarn::BLNitOps op, const In& in) {
   const Holding<In> question(in);
@@ -233,7 +234,7 @@ std::optional<BlNitsValue> CheckedPanel::Convert(zarn::BLNitOps op, const In& in
   }
   Require(in.percentage >= 1 && in.percentage <= 100, "only coverages from 1 to 100 are answered");
   Require(out->size == kSize, "a conversion leaves the size of the output record as it was");
-  Require(out->percentage == in.percentage, "an answer tells the coverage");
+  Require(out->percentage == in.percentage, "an answer has the coverage of the question");
   return *out.record;
 }
 
@@ -247,7 +248,7 @@ std::optional<BlNitsValue> CheckedPanel::ConvertRepeatedly(zarn::BLNitOps op, co
 
 std::optional<BlNitsValue> CheckedPanel::Nits(const BlBackLight& in) {
   const auto answer = ConvertRepeatedly(zarn::kBLToNits, in);
-  Require(!answer || answer->bl == in.bl, "a luminance's answer tells the level");
+  Require(!answer || answer->bl == in.bl, "an answer in nits has the level of the question");
   const auto typed = client_.Nits(in.bl, in.percentage, ModeOf(in.hdr));
   Require(typed.has_value() == answer.has_value() && (!typed || Same(*typed, answer->nits)),
           "the typed client gives the same luminance");
@@ -256,7 +257,7 @@ std::optional<BlNitsValue> CheckedPanel::Nits(const BlBackLight& in) {
 
 std::optional<BlNitsValue> CheckedPanel::Level(const BlNitsValue& in) {
   const auto answer = ConvertRepeatedly(zarn::kNitsToBL, in);
-  Require(!answer || Same(answer->nits, in.nits), "a level's answer tells the luminance");
+  Require(!answer || Same(answer->nits, in.nits), "an answer with a level has the luminance of the question");
   Holding<BlNitsValue> both(in);
   const bool answered =
       Answered(*both.record, [&] { return Engine().ProcessOps(zarn::kNitsToBL, both.payload, &both.payload); });
@@ -273,9 +274,11 @@ void CheckedPanel::CheckLinearTable(const Levels& sparse) {
   out->entries = {before};
   const bool answered =
       Answered(*out.record, [&] { return Engine().GetParameter(zarn::kBLLinearTable, &out.payload); });
-  Require(answered == CanBeFilledIn(sparse), "a linear table is filled in when it rises from 0 to the limit at most");
+  Require(
+      answered == CanBeFilledIn(sparse),
+      "the engine returns a dense table if and only if the file's table rises, starts at 0 and ends within the limit");
   const Levels& entries = out->entries;
-  Require(entries.front() == before, "tables are appended to what the record holds");
+  Require(entries.front() == before, "a getter appends its table to the record");
   if (!answered) {
     Require(entries.size() == 1, "a refused call leaves the output record as it was");
     return;
@@ -339,9 +342,9 @@ bool CheckedPanel::CheckNeutralLuts(const zarn::BLRange& range) {
         SwitchDimming(true);
         const auto dimmed = Nits({sizeof(BlBackLight), percentage, bl, hdr});
         Require(measured && dimmed && Same(dimmed->nits, measured->nits), "LUTs that change nothing keep luminances");
-        Require(dimmed->hdr == hdr, "an answer while dimming is on tells its curves");
+        Require(dimmed->hdr == hdr, "with dimming on, an answer has the hdr flag of the question");
         const auto level = Level({sizeof(BlNitsValue), percentage, 0, dimmed->nits, hdr});
-        Require(level && level->bl <= range.max_os_bl, "while dimming is on every luminance has a client level");
+        Require(level && level->bl <= range.max_os_bl, "with dimming on, every luminance has a client level");
         SwitchDimming(false);
       }
     }
@@ -361,7 +364,7 @@ void CheckedPanel::CheckCurve(uint32_t percentage, bool hdr) {
     const double nits = curve->Nits(level);
     const auto asked = client_.Nits(level, percentage, ModeOf(hdr));
     Require(asked && Same(*asked, nits), "a curve has the luminances of the engine");
-    // NaN is no luminance, and -infinity is nearest to none.
+    // NaN and -infinity are no luminances that a level can be nearest to.
     Require(!(nits >= std::numeric_limits<double>::lowest()) || Same(curve->Nits(curve->Level(nits)), nits),
             "a luminance of a curve has a level with that luminance");
   }

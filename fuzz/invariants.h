@@ -16,66 +16,66 @@
 
 namespace fuzz {
 
-/// Ends the process, and says which invariant does not hold.
+/// Ends the process and prints the invariant unless it holds.
 void Require(bool holds, const char* invariant);
 
-/// Equal, or both not a number.
+/// Whether both are equal, or both are NaN.
 bool Same(double a, double b);
 bool Same(const Points& a, const Points& b);
 
-/// A process's one panel, used for every input since engines live as long as the process: its calibration file, in a
-/// folder of its own, and its engine. Every function that calls the engine requires what holds for every file and every
-/// call.
+/// The process's only panel: its calibration file, in its own folder, and its engine. Every input uses it, because
+/// engines live as long as the process. Every function that calls the engine checks the invariants of all files and all
+/// calls.
 class CheckedPanel {
  public:
-  /// Makes the folder, in memory where the system has one for that, and replaces the process's log handler by one that
-  /// formats every line, so that wrong arguments are found, and drops it.
+  /// Makes the folder, in memory if the system can. Replaces the process's log handler by one that formats each line,
+  /// to detect wrong arguments, and drops it.
   CheckedPanel();
   CheckedPanel(const CheckedPanel&) = delete;
   CheckedPanel& operator=(const CheckedPanel&) = delete;
   ~CheckedPanel();
 
-  /// The calibration file.
+  /// Writes the calibration file.
   void WriteFile(std::string_view text) const;
   void RemoveFile() const;
 
   int Init();
-  /// Also requires that everything is refused afterwards.
+  /// Also checks that the engine then refuses every call.
   void Deinit();
 
-  /// For calls that need no invariant of this class.
+  /// For calls without invariants in this class.
   zarn::BackLightNitsIntf& Engine() { return *client_.Engine(); }
 
-  /// A parameter's record; nothing when the engine refuses.
+  /// A parameter's record; empty if the engine refuses.
   template <class Record>
   std::optional<Record> Get(zarn::BLNitsParams param);
 
-  /// Whether the engine takes the value.
+  /// Whether the engine accepts the value.
   bool SetDimming(bool enabled);
   bool SetScale(double scale);
   bool SetLuts(zarn::client::View<uint32_t> bl, zarn::client::View<double> pcc);
 
-  /// One of the four measured tables; nothing when the engine refuses.
+  /// One of the four measured tables; empty if the engine refuses.
   std::optional<Points> MeasuredTable(zarn::BLNitsParams param);
 
-  /// The linearized table as the file gives it, from a parser. The file must be one that Init takes.
+  /// The linear table of the file, from a parser. Init must accept the file.
   Levels SparseLinearTable() const;
 
-  /// Conversions, which the typed client must answer alike; nothing when the engine refuses. In an answer that the engine gave without writing `hdr`, that is the
-  /// opposite of the question's.
+  /// Conversions; empty if the engine refuses. The typed client must give the same answers. If the engine did not write
+  /// `hdr` into its answer, the field is the opposite of the question's.
   std::optional<zarn::BlNitsValue> Nits(const zarn::BlBackLight& in);
   std::optional<zarn::BlNitsValue> Level(const zarn::BlNitsValue& in);
 
-  /// Asks for the dense linear table. \param sparse the table that the file gives.
+  /// Checks the dense linear table. \param sparse the table of the file.
   void CheckLinearTable(const Levels& sparse);
 
-  /// While dimming is off: the first point of each measured table is kept in both directions, and what lies between the
-  /// coverages is between their values.
+  /// Requires that dimming is off. Checks that conversions in both directions keep the first point of each measured
+  /// table, and that results between the coverages lie between their values.
   void CheckMeasuredTables(const zarn::BLRange& range);
 
-  /// LUTs that change nothing make no difference to luminances but what is lost on the way to the panel's scale and
-  /// back. Leaves dimming switched off, with these LUTs.
-  /// \return whether the engine has taken the LUTs.
+  /// Sets LUTs that change nothing, and checks that luminances differ only by the rounding to the panel's scale and
+  /// back. Leaves dimming off, with these LUTs set.
+  /// \return whether the engine has accepted the LUTs.
   bool CheckNeutralLuts(const zarn::BLRange& range);
 
  private:
@@ -91,7 +91,7 @@ class CheckedPanel {
   zarn::client::Panel client_;
 };
 
-/// Every byte of a record, to see that nothing is written.
+/// Every byte of a record, to detect writes.
 template <class Record>
 std::array<unsigned char, sizeof(Record)> ImageOf(const Record& record) {
   std::array<unsigned char, sizeof(Record)> image;
@@ -99,7 +99,8 @@ std::array<unsigned char, sizeof(Record)> ImageOf(const Record& record) {
   return image;
 }
 
-/// Whether `call`, which fills `record`, is answered. Requires a documented result, and that a refusal writes nothing.
+/// Whether `call`, which fills `record`, succeeds. Checks that the result is a documented one and that a refused call
+/// writes nothing.
 template <class Record, class Call>
 bool Answered(const Record& record, Call call) {
   const auto before = ImageOf(record);

@@ -1,5 +1,5 @@
-// Runs a target, which is linked to it, on every file of the folders that it is given: inputs that were found once are
-// tests from then on, with any compiler.
+// Runs the linked target on every file of the given folders: tests the inputs that were found earlier, with any
+// compiler.
 
 #include <cstdio>
 #include <filesystem>
@@ -13,14 +13,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The number of files in `folder`; 0 also for a folder that does not exist.
+// Returns the number of files in `folder`; 0 if the folder does not exist.
 int RunAll(const fs::path& folder) {
   int files = 0;
   std::error_code error;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
     std::ifstream file(entry.path(), std::ios::binary);
     const std::string input{std::istreambuf_iterator<char>(file), {}};
-    // The last line on the screen names the culprit.
+    // Printed first, so that the last line names the input that fails.
     std::printf("%s\n", entry.path().c_str());
     std::fflush(stdout);
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(input.data()), input.size());
