@@ -157,17 +157,17 @@ inline const char* Words(Operation operation) {
     case Operation::kSetDimmingLuts:
       return "set the dimming LUTs";
   }
-  return "do an unknown operation";
+  return "perform an unknown operation";
 }
 
-/// An error in words, for a log: "cannot open the panel: no calibration file, or one that cannot be loaded (-2)".
+/// An error in words, for a log: "cannot open the panel: the calibration file is missing or cannot be loaded (-2)".
 inline std::string Words(const Error& error) {
   const auto reason = [](int code) {
     switch (code) {
       case -EINVAL:
-        return "not initialised, a value out of range or a wrong calibration file";
+        return "the engine is not initialised, a value is out of range, or the calibration file is faulty";
       case -ENOENT:
-        return "no calibration file, or one that cannot be loaded";
+        return "the calibration file is missing or cannot be loaded";
       case -EOPNOTSUPP:
         return "not supported";
       case -E2BIG:

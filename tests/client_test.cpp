@@ -255,10 +255,11 @@ TEST_F(TypedClientErrors, AreToldInWords) {
     return Words(client::Error{code, operation, level});
   };
   EXPECT_EQ(words(-2, Operation::kOpen),
-            "cannot open the panel: no calibration file, or one that cannot be loaded (-2)");
+            "cannot open the panel: the calibration file is missing or cannot be loaded (-2)");
   EXPECT_EQ(
       words(-22, Operation::kSample, 0),
-      "cannot sample a curve at level 0: not initialised, a value out of range or a wrong calibration file (-22)");
+      "cannot sample a curve at level 0: the engine is not initialised, a value is out of range, or the calibration "
+      "file is faulty (-22)");
   EXPECT_EQ(words(-95, Operation::kNits, 300), "cannot convert a level to nits at level 300: not supported (-95)");
   EXPECT_EQ(words(-7, Operation::kSample), "cannot sample a curve: too many levels (-7)");
   EXPECT_EQ(words(-12, Operation::kSetDimming), "cannot set the dimming status: failed (-12)");
