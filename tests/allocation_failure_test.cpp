@@ -1,4 +1,4 @@
-// Has an allocation function of its own, whose n-th call fails.
+// Replaces the allocation functions; the n-th allocation fails.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,11 +11,11 @@
 
 namespace {
 
-std::atomic<long> allowed{-1};  // Allocations until one fails; negative: none fails.
+std::atomic<long> allowed{-1};  // Remaining allocations before one fails; negative: none fails.
 
 }  // namespace
 
-// Not inlined: gcc would take malloc and free for a mismatch with the other half.
+// Without noinline, gcc warns that malloc and free do not match new and delete.
 __attribute__((noinline)) void* operator new(size_t size) {
   if (allowed >= 0 && allowed-- == 0) {
     throw std::bad_alloc();
@@ -23,7 +23,7 @@ __attribute__((noinline)) void* operator new(size_t size) {
   return std::malloc(size);  // NOLINT(cppcoreguidelines-no-malloc)
 }
 void* operator new[](size_t size) { return operator new(size); }
-// What sorts in a buffer of its own can do without: this one is never made to fail.
+// Never fails: the standard library uses it for buffers that it can do without.
 void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept { return std::malloc(size); }
 __attribute__((noinline)) void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t /*size*/) noexcept { operator delete(memory); }
@@ -41,7 +41,7 @@ constexpr int kOutOfReach = 44;
 
 class AllocationFailure : public Client {
  protected:
-  /// How a process ends in which the n-th allocation of `call` fails.
+  /// Runs `call` in a child process, makes its n-th allocation fail, and returns how the process ends.
   int EndWhenFails(long n, const std::function<int()>& call) {
     const pid_t child = fork();
     if (child == 0) {
@@ -59,7 +59,7 @@ class AllocationFailure : public Client {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
 
-  /// Fails each allocation of `call` in turn. Returns how many there are.
+  /// Makes each allocation of `call` fail in turn. Returns the number of allocations.
   long FailEach(const std::function<int()>& call) {
     for (long n = 0;; ++n) {
       const int end = EndWhenFails(n, call);
@@ -71,7 +71,7 @@ class AllocationFailure : public Client {
   }
 };
 
-// The library either does without it or ends the process there and then: nothing is thrown at the client.
+// A failed allocation either does no harm or ends the process at once. The library never throws at the client.
 TEST_F(AllocationFailure, EndsTheProcess) {
   Open(Calibration(10, 10));
   display::debug_handler_ = nullptr;
@@ -87,11 +87,12 @@ TEST_F(AllocationFailure, EndsTheProcess) {
   EXPECT_GT(FailEach([&] { return GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(other) ? 0 : 1; }), 2);
   const auto set_luts = [&] { return engine_->SetParameter(kBLDimmingLuts, luts.payload); };
   EXPECT_EQ(FailEach(set_luts), 4 * (4 + 1)) << "four and the map itself";
-  // Two records and two arrays of points; the parser's copy of the linear table and the caller's vector.
+  // A conversion: two records and two arrays of points. A dense table: two for the parser's copy, one for the caller's
+  // vector.
   EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kBLToNits, level.payload, &out.payload); }), 4);
   EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kNitsToBL, nits.payload, &out.payload); }), 4);
   EXPECT_EQ(FailEach([&] { return engine_->GetParameter(kBLLinearTable, &linear.payload); }), 2 + 1);
-  // With the maps there, a new update takes four allocations a map, and the conversions none.
+  // If the maps have their size already, an update takes four allocations for each map, and a conversion none.
   ASSERT_EQ(set_luts(), 0);
   EXPECT_EQ(FailEach(set_luts), 4 * 4);
   const Holding<BLDimmingStatus> on({sizeof(BLDimmingStatus), true});
@@ -100,7 +101,7 @@ TEST_F(AllocationFailure, EndsTheProcess) {
   EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kNitsToBL, nits.payload, &out.payload); }), 0);
 }
 
-// Neither an answer of a curve nor a copy allocates.
+// Neither a request to a curve nor a copy of it allocates.
 TEST_F(AllocationFailure, IsNothingToACurve) {
   Open(Calibration(10, 10));
   const client::Curve curve = client::Panel::Attach(engine_)->Sample(55).value();

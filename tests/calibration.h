@@ -17,7 +17,8 @@ std::string Repeated(const std::string& text, size_t count);
 using Points = std::vector<std::pair<uint32_t, double>>;
 using Levels = std::vector<std::pair<uint32_t, uint32_t>>;
 
-/// A calibration file in the making. The client levels reach beyond the measured points, which begin above 0.
+/// Builds the text of a calibration file. By default, the client levels exceed the measured points, which begin above
+/// 0.
 struct Calibration {
   Calibration() = default;
   Calibration(uint32_t max_bl, uint32_t max_os_bl);

@@ -1,4 +1,4 @@
-// The loader alone: why a file is refused, and in which line. Clients see nothing but -2.
+// Tests the file loader alone: it reports why and in which line a file is refused. Clients see only -2.
 #include "calibration_file.h"
 
 #include <array>
@@ -9,7 +9,7 @@ namespace {
 
 using namespace zarn;
 
-/// "loaded", or what is wrong and in which line.
+/// "loaded", or the fault and its line.
 std::string LoadPath(const std::string& path) {
   constexpr const char* kNames[] = {"loaded",         "unreadable",          "too large",
                                     "tag too long",   "long reference",      "too deep",
@@ -25,10 +25,10 @@ std::string Load(const std::string& text) {
   return LoadPath("file.xml");
 }
 
-/// `content` begins in line 2.
+/// Puts `content` into line 2.
 std::string LoadContent(const std::string& content) { return Load("<root>\n" + content + "</root>"); }
 
-/// `text`, with spaces in place of its "..." that make it `bytes` long.
+/// Replaces the "..." in `text` by enough spaces to make `text` `bytes` long.
 std::string Filled(std::string text, size_t bytes) {
   return text.replace(text.find("..."), 3, std::string(bytes - (text.size() - 3), ' '));
 }
@@ -57,7 +57,7 @@ TEST(CalibrationFile, HasTagsOf2048Bytes) {
     EXPECT_EQ(Load(declaration + Filled("<root.../>", 2048)), "loaded") << declaration;
     EXPECT_EQ(Load(declaration + Filled("<root.../>", 2049)), "tag too long:2") << declaration;
   }
-  // What is no tag may be longer.
+  // Only tags have this limit.
   const std::string tag = Filled("<a.../>", 9000);
   for (const auto& [front, back] :
        {std::pair{"<!--", "-->"}, {"<!-->", "-->"}, {"<!--->", "-->"}, {"<![CDATA[", "]]>"}, {"<![CDATA[]>", "]]>"}}) {
@@ -71,7 +71,7 @@ TEST(CalibrationFile, HasElements64Deep) {
   const std::string ends = Repeated("</a>", 62);
   for (const char* const tag : {"<a>", "<a b='/>'>", "<\na >", "<a></a/>", "<!-- </root> --><a><![CDATA[</a>]]>"}) {
     SCOPED_TRACE(tag);
-    const std::string deep = Repeated(tag, 62);  // In the root; the elements below are the 64th and the 65th.
+    const std::string deep = Repeated(tag, 62);  // Inside the root: the elements below are at levels 64 and 65.
     for (const auto& [elements, outcome] :
          {std::pair{"<b/><b></b><b>< /b>", "loaded"}, {"<b><c/></b>", "too deep"}, {"<b><c></c></b>", "too deep"}}) {
       std::string content = deep;
@@ -101,7 +101,7 @@ TEST(CalibrationFile, HasReferencesOf64Bytes) {
 }
 
 TEST(CalibrationFile, HasFiveMillionNodes) {
-  // Ten with an element, texts, comments and unknown markup.
+  // An element, texts, comments and unknown markup: ten nodes.
   const std::string ten = "<a>1<!---->2</a> <!>3\n<b c=''/>4<![CDATA[]]>5";
   const std::string most = Repeated(ten, 499999) + "<a/><a/><a/><a/><a/><a/><a/><a/><a/>";
   EXPECT_EQ(LoadContent(most), "loaded");
@@ -123,7 +123,7 @@ TEST(CalibrationFile, Has32MiB) {
   EXPECT_EQ(Load(most + " "), "too large");
 }
 
-// However large the blocks are in which it is read.
+// The loader reads in blocks; the size of a file need not be a multiple of theirs.
 TEST(CalibrationFile, IsReadToItsLastByte) {
   for (size_t bytes = 256; bytes <= 1 << 18; bytes *= 2) {
     const std::string text = Filled("<root>...</root>", bytes + 1);

@@ -10,7 +10,7 @@ using zarn::client::Panel;
 
 int CodeOf(const zarn::client::Result<void>& result) { return result ? 0 : result.error().code; }
 
-/// A complaint when a failed call has changed its output.
+/// An error text if a failed call has changed its output.
 std::string Touched(const zarn::BlNitsValue& now, const zarn::BlNitsValue& before) {
   const auto fields = [](const auto& record) {
     return std::tuple(record.size, record.percentage, record.bl, record.nits, record.hdr);

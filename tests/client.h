@@ -31,11 +31,11 @@ constexpr bool kSlowed = true;
 constexpr bool kSlowed = kSanitized;  ///< The tests take many times as long as elsewhere.
 #endif
 
-/// The process's log while it lives.
+/// Captures the process's log during its lifetime.
 class LogLines {
  public:
-  /// `outcome`, followed by " | <level> <text>" for each line since the last call, with short names for the three
-  /// classes: "-22 | E engine::Init: failed to create the parser".
+  /// Returns `outcome`, then " | <level> <text>" for each line since the last call. Class names are short:
+  /// "-22 | E engine::Init: failed to create the parser".
   std::string With(std::string outcome);
   std::string With(int result) { return With(std::to_string(result)); }
 
@@ -51,7 +51,7 @@ std::unique_ptr<Record> Got(zarn::BackLightNitsIntf& component, zarn::BLNitsPara
   return std::make_unique<Record>(*held.record);
 }
 
-/// The members of a payload, to reach states that its functions do not allow.
+/// The members of a payload, so that tests can set states that its functions do not allow.
 struct PayloadLayout {
   uint32_t type_size;
   void* data;
@@ -60,19 +60,19 @@ struct PayloadLayout {
   bool copied;
 };
 
-/// Writes a member of a payload or a record, also a value that its type does not have.
+/// Writes a member of a payload or a record, even with a value that its type does not have.
 template <class Object, class Value>
 void Poke(Object* object, size_t offset, Value value) {
   std::memcpy(reinterpret_cast<char*>(object) + offset, &value, sizeof value);
 }
 
-/// The byte that stands for a flag.
+/// The byte that holds a flag.
 template <class Object>
 int ByteAt(const Object& object, size_t offset) {
   return reinterpret_cast<const unsigned char*>(&object)[offset];
 }
 
-/// An empty working folder for as long as it lives.
+/// Makes an empty working folder; the destructor removes it.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -89,23 +89,23 @@ class TemporaryFolder {
 
 void WriteFile(const std::string& path, const std::string& text);
 
-/// A client with a panel of its own, and its engine: engines live as long as the process. What a call did is told in
-/// one text: its answer, or its result when it failed, and every line that it logged (LogLines::With).
+/// A client with its own panel and engine (engines live as long as the process). Each call returns one text: the
+/// answer, or the result if the call failed, followed by the log lines (LogLines::With).
 class Client : public testing::Test {
  protected:
   /// Writes the panel's file.
   void Write(const std::string& text) { WriteFile(FileName(panel_), text); }
 
-  /// Goes on with a new panel, initialised.
+  /// Makes a new panel and initialises its engine.
   void Open(const Calibration& calibration);
 
   std::string Init() { return log_.With(engine_->Init()); }
 
-  /// kBLToNits: "<nits>", with " hdr" when the flag was written. Adds a complaint when a field was written that must
-  /// not be or not written that must be.
+  /// kBLToNits: "<nits>", with " hdr" if the engine wrote the flag. Adds an error text if a field was wrongly written
+  /// or not written.
   std::string Nits(uint32_t bl, uint32_t percentage, bool hdr = false);
 
-  /// kNitsToBL: "<level>", and likewise. Also asks with one payload for input and output and complains of a difference.
+  /// kNitsToBL: "<level>", likewise. Also passes one payload as input and output and expects the same answer.
   std::string Level(double nits, uint32_t percentage, bool hdr = false);
 
   template <class Record>

@@ -138,7 +138,7 @@ TEST_P(TypedClient, HandlesShareTheEngineAndStayWhenTheyAreMovedFrom) {
   EXPECT_TRUE(moved.Gamma());
 }
 
-/// An engine that answers one code to everything, and keeps the parameters that it is asked for.
+/// An engine that returns one code for every call and records the requested parameters.
 class OneCode : public BackLightNitsIntf {
  public:
   explicit OneCode(int code) : code_(code) {}
@@ -194,7 +194,7 @@ TEST_F(TypedClientErrors, CarryTheCodeAndTheOperation) {
   EXPECT_EQ(Failed(panel.SetDimmingLuts(lut, attenuation)), "-5 set the dimming LUTs");
   EXPECT_EQ(engine->asked, (std::vector<int>{100, 101, 1, 1, 0, 7, 3, 2, 8, 8, 9, 9, 10}));
 
-  // A count that does not fit into the record must not reach the engine as a smaller one.
+  // A count that does not fit into the record must not be truncated to a smaller one.
   engine->asked.clear();
   EXPECT_EQ(Failed(panel.SetDimmingLuts({lut.data(), (size_t{1} << 32) + 1}, attenuation)), "-22 set the dimming LUTs");
   EXPECT_EQ(Failed(panel.SetDimmingLuts(lut, {attenuation.data(), size_t{1} << 32})), "-22 set the dimming LUTs");
@@ -207,7 +207,7 @@ TEST_F(TypedClientErrors, OfOpeningAndAttaching) {
   EXPECT_EQ(Failed(Panel::Open("wrong")), "-22 open the panel");
   EXPECT_EQ(Failed(Panel::Attach(nullptr)), "-22 attach to an engine");
 
-  // A parser serves what the file holds.
+  // A parser returns the content of the file.
   Client::Open(Calibration());
   auto* const factory = GetBackLightNitsFactoryIntf();
   Panel parser = Panel::Attach(factory->CreateBackLightNitsParser(panel_)).value();
@@ -230,7 +230,7 @@ TEST_F(TypedClientErrors, OfSamplingNameTheLevel) {
   EXPECT_EQ(Failed(panel.Sample(0)), "-22 sample a curve 0");
   EXPECT_EQ(panel.Sample(10, Mode::kHighBrightness)->Size(), 11U);
 
-  // The maps keep eleven levels, when the range has grown.
+  // The maps still have eleven levels after the range has grown.
   ASSERT_TRUE(panel.SetDimming(true));
   calibration.standard_100 = {{1, 1.0}};
   Write(calibration.Text());

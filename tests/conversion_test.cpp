@@ -14,12 +14,12 @@ class LinearTable : public Client {};
 
 TEST_F(BackLightToNits, FollowsTheMeasuredTables) {
   Open(Calibration());
-  EXPECT_EQ(Nits(100, 10), "50");    // a measured point
-  EXPECT_EQ(Nits(200, 100), "600");  // the last one
-  EXPECT_EQ(Nits(150, 1), "100");    // between two
-  EXPECT_EQ(Nits(50, 10), "25");     // below the first: through the origin
+  EXPECT_EQ(Nits(100, 10), "50");    // at a measured point
+  EXPECT_EQ(Nits(200, 100), "600");  // at the last point
+  EXPECT_EQ(Nits(150, 1), "100");    // between two points
+  EXPECT_EQ(Nits(50, 10), "25");     // below the first point: on the line from the origin
   EXPECT_EQ(Nits(0, 100), "0");
-  EXPECT_EQ(Nits(400, 10), "300");  // above the last: through the origin and it
+  EXPECT_EQ(Nits(400, 10), "300");  // above the last point: on the line from the origin through it
   EXPECT_EQ(Nits(100, 55), "125");  // half way between 50 and 200
   EXPECT_EQ(Nits(100, 11), "51.666666666666664");
   EXPECT_EQ(Nits(100, 99), "198.33333333333331");
@@ -34,17 +34,17 @@ TEST_F(BackLightToNits, WalksATableInTheOrderOfItsFile) {
   calibration.standard_100 = {{3, 3.0}, {0, 5.0}};
   calibration.hbm_10 = {};
   Open(calibration);
-  EXPECT_EQ(Nits(100, 10), "10");  // 200 ends the walk before 100 is met
-  EXPECT_EQ(Nits(250, 10), "35");  // from 100, the last one passed, to 300
-  EXPECT_EQ(Nits(300, 10), "30");  // the first of two
-  EXPECT_EQ(Nits(400, 10), "8");   // through the last in the file, not the greatest
+  EXPECT_EQ(Nits(100, 10), "10");  // the search stops at 200, before it reaches 100
+  EXPECT_EQ(Nits(250, 10), "35");  // between 100, the last point passed, and 300
+  EXPECT_EQ(Nits(300, 10), "30");  // the first of two equal levels
+  EXPECT_EQ(Nits(400, 10), "8");   // on the line through the last point of the file, which is not the greatest
   EXPECT_EQ(Nits(4, 100), kZeroDistance);
   EXPECT_EQ(Nits(4, 55), kZeroDistance);
   EXPECT_EQ(Nits(0, 10, true), kZeroDistance);
 }
 
-// Each product and the sum round on their own. The first value tells whether the first product was fused into the sum
-// (and whether the formula was rearranged), the second whether the second one was.
+// Each product and the sum must be rounded separately. The first value changes if the first product is fused into the
+// sum or the formula is rearranged; the second value changes if the second product is fused.
 TEST_F(BackLightToNits, IsExactToTheLastBit) {
   Calibration calibration;
   calibration.standard_10 = {{1, 3.0}, {3, 2.685}, {10, 15.49}};
@@ -80,13 +80,13 @@ TEST_F(NitsToBackLight, FollowsTheMeasuredTables) {
   Open(calibration);
   EXPECT_EQ(Level(100.0, 10), "150");  // between two points
   EXPECT_EQ(Level(100.4, 10), "150");
-  EXPECT_EQ(Level(100.5, 1), "151");    // half way: away from zero
-  EXPECT_EQ(Level(25.0, 10), "50");     // below the first: through the origin
-  EXPECT_EQ(Level(300.0, 10), "400");   // above the last: through the origin and it
-  EXPECT_EQ(Level(150.0, 10), "200");   // a point
-  EXPECT_EQ(Level(150.0, 100), "3");    // the first of two in the file
-  EXPECT_EQ(Level(40.0, 100), "161");   // before the first: 160.8
-  EXPECT_EQ(Level(100.0, 100), "135");  // from the last one passed, 400, to 3, which ends the walk
+  EXPECT_EQ(Level(100.5, 1), "151");    // a half rounds away from zero
+  EXPECT_EQ(Level(25.0, 10), "50");     // below the first point: on the line from the origin
+  EXPECT_EQ(Level(300.0, 10), "400");   // above the last point: on the line from the origin through it
+  EXPECT_EQ(Level(150.0, 10), "200");   // at a point
+  EXPECT_EQ(Level(150.0, 100), "3");    // the first of two equal luminances in the file
+  EXPECT_EQ(Level(40.0, 100), "161");   // before the first point: 160.8
+  EXPECT_EQ(Level(100.0, 100), "135");  // between 400, the last point passed, and 3, at which the search stops
   EXPECT_EQ(Level(50.0, 55), "150");    // 100 and 201: 150.5, truncated
   EXPECT_EQ(Level(50.0, 99), "199");    // 199.9
   EXPECT_EQ(Level(-3.0, 10, true), "15");
@@ -98,7 +98,7 @@ TEST_F(NitsToBackLight, FollowsTheMeasuredTables) {
   }
 }
 
-// Adding a half and cutting would make the first one 1: the sum is not exact.
+// Adding 0.5 and truncating would turn the first one into 1, because the sum is not exact.
 TEST_F(NitsToBackLight, RoundsWhatLiesJustBelowAHalfDown) {
   Calibration calibration;
   calibration.standard_10 = {{1, 1.0}};
@@ -107,7 +107,7 @@ TEST_F(NitsToBackLight, RoundsWhatLiesJustBelowAHalfDown) {
   EXPECT_EQ(Level(0.5, 10), "1");
 }
 
-// Two equal levels at 15 % give 2.9999999999999996, of which 2 is left.
+// Combining two equal levels at 15 % gives 2.9999999999999996, which is truncated to 2.
 TEST_F(NitsToBackLight, TruncatesTheExactCombination) {
   Calibration calibration;
   calibration.standard_10 = calibration.standard_100 = {{3, 30.0}};
@@ -139,10 +139,10 @@ TEST_F(LinearTable, HasOnePairForEachLevelOrNone) {
   };
   for (const Case& each : {
            Case{{{0, 10}, {4, 2}}, {{0, 10}, {1, 8}, {2, 6}, {3, 4}, {4, 2}}, ""},
-           Case{{{0, 0}, {2, 1}}, {{0, 0}, {1, 1}, {2, 1}}, ""},  // 0.5: away from zero
+           Case{{{0, 0}, {2, 1}}, {{0, 0}, {1, 1}, {2, 1}}, ""},  // 0.5 rounds away from zero
            Case{{{0, 5}, {1, 9}}, {{0, 5}, {1, 9}}, ""},
            Case{{{0, 0}, {3, 30}, {5, 40}}, {{0, 0}, {1, 10}, {2, 20}, {3, 30}, {4, 35}, {5, 40}}, ""},
-           // Level 1 has 5.499999999999999 by the required order of operations, 5.5 by others.
+           // The required order of operations gives 5.499999999999999 at level 1; other orders give 5.5.
            Case{{{0, 1}, {6, 28}}, {{0, 1}, {1, 5}, {2, 10}, {3, 15}, {4, 19}, {5, 24}, {6, 28}}, ""},
            Case{{{0, 4294967295U}, {2, 4294967295U}}, {{0, 4294967295U}, {1, 4294967295U}, {2, 4294967295U}}, ""},
            Case{{}, {}, "invalid size 0"},

@@ -1,4 +1,4 @@
-// Sampled curves: the engine's luminances, and the nearest level on any curve.
+// Sampled curves: they have the engine's luminances and find the nearest level on any curve.
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -69,7 +69,7 @@ int CheckCurves(const Panel& panel) {
 
 class SampledCurve : public Client {
  protected:
-  /// A panel whose dimming maps are `nits`: every level is dimmed to one that has 1.0 nits.
+  /// A panel whose dimming maps are `nits`: every level is dimmed to one with 1.0 nits, and the attenuation is `nits`.
   Panel WithMaps(const std::vector<double>& nits) {
     Calibration calibration(1, static_cast<uint32_t>(nits.size() - 1));
     for (Points* const table :
@@ -84,7 +84,7 @@ class SampledCurve : public Client {
     return panel;
   }
 
-  /// Numbers at, next to and between `entries`, and the ends of all numbers.
+  /// Numbers equal to, next to and between `entries`, and the smallest and greatest numbers.
   std::vector<double> Questions(const std::vector<double>& entries) {
     std::vector<double> questions = {kNan, -kNan, kInfinity, -kInfinity, 0.0, -0.0, 1e300, -1e300, 5e-324, -5e-324};
     for (size_t i = 0; i < entries.size(); ++i) {
@@ -98,7 +98,7 @@ class SampledCurve : public Client {
     return questions;
   }
 
-  /// `size` luminances of a kind: 0 few that repeat, 1 many, 2 of all magnitudes.
+  /// `size` luminances. Kind 0: a few repeated ones; 1: many; 2: all magnitudes.
   std::vector<double> Luminances(size_t size, int kind) {
     std::vector<double> nits(size);
     for (double& each : nits) {
@@ -175,7 +175,7 @@ TEST_F(SampledCurve, FindsOnRisingCurvesWhatTheEngineFindsInMaps) {
   }
 }
 
-/// The definition, level by level.
+/// The nearest level as defined: compares every level.
 uint32_t NearestByDefinition(const std::vector<double>& nits, double question) {
   if (std::isnan(question)) {
     return NearestByDefinition(nits, kInfinity);
@@ -224,8 +224,8 @@ TEST_F(SampledCurve, IsDefinedForEveryNumber) {
       {{0.0, 1.0, 1.0, 1.0, 5.0}, {{1.0, 3}, {2.9, 3}, {3.0, 3}, {0.9, 1}, {0.5, 0}}},    // a plateau
       {{4.0, 2.0, 1.0}, {{3.0, 0}, {2.9, 1}, {1.5, 1}, {1.4, 2}, {9.0, 0}, {kNan, 0}}},   // falling: the lower of two
       {{1.0, 3.0, 2.0, 3.0, 0.0}, {{3.0, 3}, {2.6, 1}, {2.5, 1}, {2.4, 2}, {0.5, 0}}},    // up and down
-      {{kNan, 2.0, kNan, 1.0}, {{kNan, 1}, {1.5, 1}, {1.4, 3}, {-kInfinity, 3}}},         // holes
-      {{0.0, kInfinity, 7.0}, {{kInfinity, 1}, {1e300, 2}, {kNan, 1}, {-kInfinity, 0}}},  // infinite
+      {{kNan, 2.0, kNan, 1.0}, {{kNan, 1}, {1.5, 1}, {1.4, 3}, {-kInfinity, 3}}},         // NaN entries
+      {{0.0, kInfinity, 7.0}, {{kInfinity, 1}, {1e300, 2}, {kNan, 1}, {-kInfinity, 0}}},  // infinite entries
       {{-kInfinity, 3.0}, {{-kInfinity, 1}, {-1e300, 1}, {kInfinity, 1}}},                // as in a map
       {{kNan, kNan}, {{1.0, 0}, {kNan, 0}}},
       {{kNan}, {{1.0, 0}}},

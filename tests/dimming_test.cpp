@@ -29,7 +29,7 @@ std::vector<uint32_t> Identity(uint32_t max_bl) {
 
 class Dimming : public Client {
  protected:
-  /// Maps from an identity LUT and the attenuation 1 at each level; dimming on.
+  /// Makes maps from an identity LUT and the attenuation 1 for each level, and switches dimming on.
   void OpenDimmed(uint32_t max_bl, uint32_t max_os_bl) {
     Open(StraightPanel(max_bl, max_os_bl));
     EXPECT_EQ(SetLuts(Identity(max_bl), std::vector<double>(max_os_bl + 1, 1.0))[0], '0');
@@ -85,7 +85,7 @@ TEST_F(Dimming, GettersWantOneRecordAndSettersAny) {
   EXPECT_EQ(engine_->GetParameter(kBLDimmingStatus, &two.payload), -22);
 }
 
-// A client that is built separately may leave any byte in a flag.
+// A client that is built separately may write any byte into a flag.
 TEST_F(Dimming, TakesEveryByteButZeroForTrue) {
   OpenDimmed(10, 10);
   for (const uint8_t byte : {uint8_t{1}, uint8_t{2}, uint8_t{128}, uint8_t{255}}) {
@@ -120,11 +120,11 @@ TEST_F(Dimming, WithoutLutsEveryLevelIsDarkAndNoLuminanceHasALevel) {
   }
 }
 
-// Both ways are rounded down: 1 goes to panel level 4 and back to 0, 128 to 513 and back to 127.
+// Both conversions of scale round down: 1 becomes panel level 4 and 0 again, 128 becomes 513 and 127.
 TEST_F(Dimming, MapsHoldTheNitsOfTheDimmedLevelTimesItsAttenuation) {
   Open(StraightPanel(1023, 255));
   std::vector<uint32_t> lut = Identity(1023);
-  lut[8] = 5000;  // above the range: as 1023
+  lut[8] = 5000;  // above the range: treated as 1023
   lut[12] = 0;
   std::vector<double> attenuation(256, 1.0);
   attenuation[200] = 0.5;
@@ -157,7 +157,7 @@ TEST_F(Dimming, FindsLevelsInTheMaps) {
   EXPECT_EQ(level(100.0, 100), "50 hdr");
   EXPECT_EQ(level(1200.0, 10, true), "400 hdr");
   EXPECT_EQ(level(1200.0, 100, true), "300 hdr");
-  EXPECT_EQ(Level(201.0, 55),  // 201 and, the lower of two, 100: 150.5, truncated
+  EXPECT_EQ(Level(201.0, 55),  // 201 and the lower of two equally near levels, 100: 150.5, truncated
             "150 hdr | V engine::GetBlValue: input nits 201.000000, bl 201, vb_to_nits_map[201] = 201.000000, "
             "vb_to_nits_map[202] = 202.000000 | V engine::GetBlValue: input nits 201.000000, bl 100, "
             "vb_to_nits_map[100] = 200.000000, vb_to_nits_map[101] = 202.000000");
@@ -166,7 +166,7 @@ TEST_F(Dimming, FindsLevelsInTheMaps) {
 }
 
 TEST_F(Dimming, LevelsDoNotWrap) {
-  OpenDimmed(70000, 70000);  // a product of two levels takes more than 32 bits
+  OpenDimmed(70000, 70000);  // a product of two levels needs more than 32 bits
   EXPECT_EQ(Nits(69999, 10), "69999 hdr");
   OpenDimmed(0, 0);
   EXPECT_EQ(Nits(0, 10), "0 hdr");
@@ -195,7 +195,7 @@ TEST_F(Dimming, LutsMustMatchTheRange) {
   EXPECT_NE(null_factors.find("K pcc_attn_lut (nil)K"), std::string::npos) << null_factors;
   EXPECT_EQ(Nits(10, 10), "10 hdr") << "the maps are as they were";
 
-  // Nothing matches the greatest range: in 32 bits the count would be 0.
+  // No LUT matches the greatest range. In 32 bits, the required count would overflow to 0.
   for (const auto& [max_bl, max_os_bl] : {std::pair{4294967295U, 10U}, {20U, 4294967295U}}) {
     Open(StraightPanel(max_bl, max_os_bl));
     const std::string told = Set(kBLDimmingLuts, DimmingLuts{32, max_bl + 1, &level, max_os_bl + 1, &factor});
@@ -266,8 +266,8 @@ TEST_F(Dimming, MapsOutlastARepeatedInit) {
   }
 }
 
-/// The maps are made in one walk as far as the LUT rises: from any table, sorted or not, and any LUT (random, rising, or
-/// in steps of one up and down), they hold what the table itself gives.
+/// For rising parts of a LUT, an update searches the table only once. For any table, sorted or not, and any LUT
+/// (random, rising, or in steps of one up and down), the maps must hold the table's own values.
 TEST_F(Dimming, MapsHoldWhatTheTablesGive) {
   constexpr uint32_t kLast = 60;
   std::mt19937 generator(7);  // NOLINT(cert-msc51-cpp): the same in every run

@@ -11,8 +11,8 @@
 
 namespace {
 
-/// Runs `body` in a child process whose root is `folder` and returns the text that it returns; nothing when this
-/// machine lets nobody change the root.
+/// Runs `body` in a child process with `folder` as root and returns the text that `body` returns; empty if this machine
+/// does not allow a change of root.
 std::string InRoot(const std::string& folder, const std::function<std::string()>& body) {
   int ends[2];
   EXPECT_EQ(pipe(ends), 0);
@@ -24,7 +24,7 @@ std::string InRoot(const std::string& folder, const std::function<std::string()>
         (geteuid() == 0 || unshare(CLONE_NEWUSER) == 0) && chroot(folder.c_str()) == 0 && chdir("/") == 0;
     const std::string text = entered ? body() : "";
     const bool told = write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    // The way back: a coverage build writes what it has counted at the exit, where the build is.
+    // Leaves the new root again: a coverage build writes its counters at exit, into the build folder.
     const bool left = !entered || (fchdir(root) == 0 && chroot(".") == 0);
     std::exit(told && left ? 0 : 1);
   }
@@ -38,7 +38,7 @@ std::string InRoot(const std::string& folder, const std::function<std::string()>
   return {buffer, static_cast<size_t>(got)};
 }
 
-/// The descriptor that the next file gets.
+/// The descriptor that the next opened file gets.
 int FreeDescriptor() {
   const int descriptor = open("/", O_RDONLY | O_CLOEXEC);
   close(descriptor);
@@ -50,10 +50,10 @@ TEST(DirectoryChoice, IsMadeByTheConstructor) {
   const std::string odm = "/odm/etc/display/";
   const std::string data = "/usr/data/display/";
   struct Situation {
-    std::vector<std::string> folders;  // that exist
-    std::vector<std::string> files;    // folders that hold the panel's file
+    std::vector<std::string> folders;  // existing folders
+    std::vector<std::string> files;    // folders that contain the panel's file
     std::string chosen;
-    const char* result;  // of Init
+    const char* result;  // result of Init
   };
   for (const Situation& situation :
        {Situation{{vendor, odm, data}, {vendor, odm, data}, vendor, "0"}, Situation{{vendor, odm}, {odm}, odm, "0"},

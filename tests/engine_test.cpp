@@ -34,8 +34,8 @@ double NitsFrom(BackLightNitsIntf& engine, uint32_t bl) {
   return engine.ProcessOps(kBLToNits, in.payload, &out.payload) == 0 ? out->nits : -1.0;
 }
 
-// The first call of the entry point in this process is theirs (each test has a process of its own), the first request
-// for the panel too.
+// The threads make the first call of the entry point in this process, since each test has its own process, and the
+// first request for the panel.
 TEST(Threads, GetOneEngineAndConvertWithItWhileOthersReload) {
   const TemporaryFolder folder;
   Calibration brighter;

@@ -1,5 +1,5 @@
-// One number for all that the conversions answer: the same from every compiler, standard library and processor, or a bit
-// of some result differs.
+// One digest of all conversion results. Every compiler, standard library and processor must give the same digest;
+// otherwise a bit of some result differs.
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -12,7 +12,7 @@ using namespace zarn;
 
 class Golden : public Client {
  protected:
-  /// splitmix64: distributions are not the same in every standard library.
+  /// splitmix64: the standard's distributions differ between standard libraries.
   uint32_t Below(uint64_t end) {
     uint64_t z = random_ += 0x9e3779b97f4a7c15;
     z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
@@ -27,7 +27,7 @@ class Golden : public Client {
     return kind == 0 ? Below(1000000) / 1000.0 : kind == 1 ? Below(8) / 3.0 : kExtreme[Below(8)];
   }
 
-  /// A table of such numbers; of kind 3 one that rises.
+  /// A table of such numbers; kind 3 is a rising table.
   Points Table(int kind) {
     Points points(Below(16));
     for (uint32_t i = 0; i < points.size(); ++i) {
@@ -36,7 +36,7 @@ class Golden : public Client {
     return points;
   }
 
-  /// Into the digest, FNV-1a.
+  /// Adds a value to the digest (FNV-1a).
   void Add(uint64_t value) {
     for (int shift = 0; shift < 64; shift += 8) {
       digest_ = (digest_ ^ (value >> shift & 0xff)) * 0x100000001b3;
@@ -48,7 +48,7 @@ class Golden : public Client {
     const Holding<Request> in(request);
     Holding<BlNitsValue> out({1, 2, 3, -4.0, !request.hdr});
     Add(static_cast<uint64_t>(engine_->ProcessOps(op, in.payload, &out.payload)));
-    uint64_t nits = 0x7ff8000000000000;  // Every NaN counts as one: its sign and payload are the processor's choice.
+    uint64_t nits = 0x7ff8000000000000;  // All NaNs count as one: their sign and payload depend on the processor.
     if (!std::isnan(out->nits)) {
       std::memcpy(&nits, &out->nits, sizeof nits);
     }

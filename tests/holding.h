@@ -2,6 +2,6 @@
 
 #include "backlight_nits_client.h"
 
-/// A payload with one record in it.
+/// A payload with one record.
 template <class Record>
 using Holding = zarn::client::Holding<Record>;

@@ -12,7 +12,7 @@ namespace {
 
 using namespace zarn;
 
-/// A valid file with `inserted` before the first place that reads `before`.
+/// A valid file with `inserted` before the first occurrence of `before`.
 std::string With(const std::string& before, const std::string& inserted) {
   std::string text = Calibration().Text();
   return text.insert(text.find(before), inserted);
@@ -24,7 +24,7 @@ double ThreadSeconds() {
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-/// As many different attributes as a tag can hold: the reader compares each with all before it.
+/// A tag with as many different attributes as it can hold: the reader compares each with all earlier ones.
 std::string MostAttributes() {
   std::string tag = "<a ";
   for (const std::string first : {"", "a", "b", "c"}) {
@@ -35,14 +35,14 @@ std::string MostAttributes() {
   return tag + "/>";
 }
 
-/// A file that repeats something.
+/// A file with a repeated text.
 struct Shape {
   const char* what;
-  const char* place;  ///< Before which text of a valid file it stands; "": the whole file.
+  const char* place;  ///< The repetition stands before this text of a valid file; "": it is the whole file.
   std::string before;
   std::string unit;
   std::string after;
-  int result;  ///< Of Init.
+  int result;  ///< Expected result of Init.
 
   std::string Text(size_t bytes) const {
     const std::string text = before + Repeated(unit, bytes / unit.size()) + after;
@@ -107,7 +107,7 @@ std::vector<Shape> HostileShapes() {
   };
 }
 
-// Twice the size takes less than three times as long, and little in all: a lock is held meanwhile.
+// A file of twice the size takes less than three times as long. The time must be short, because reading holds a lock.
 TEST(HostileFile, TakesTimeInProportionToItsSize) {
   const TemporaryFolder folder;
   const auto parser = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser("x");

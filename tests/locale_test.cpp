@@ -5,7 +5,7 @@
 
 namespace {
 
-// All that localedef needs for a decimal comma, so that no locale has to be installed.
+// A locale with a decimal comma, as source for localedef, so that no locale has to be installed.
 constexpr char kComma[] = R"(comment_char %
 escape_char /
 LC_NUMERIC
@@ -24,7 +24,7 @@ END CHARMAP
 
 class DecimalComma : public Client {
  protected:
-  /// Init in a process whose numbers have a decimal comma; everything else here runs without.
+  /// Runs Init in a process whose numbers have a decimal comma. No other function of this class uses that locale.
   std::string InitInLocale() {
     setenv("LOCPATH", folder_.Path().c_str(), 1);
     EXPECT_STREQ(std::setlocale(LC_NUMERIC, "comma"), "comma");
@@ -35,11 +35,11 @@ class DecimalComma : public Client {
   }
 };
 
-// Numbers in the file are read by the platform's conversions, and a locale of the thread's own goes before the process's.
+// The platform's functions read the numbers of the file. The thread's own locale takes precedence over the process's.
 TEST_F(DecimalComma, IsKeptOutByALocaleOfTheThread) {
   WriteFile("comma.locale", kComma);
   WriteFile("characters", kCharacters);
-  // It warns, and so does not end with 0, since the other parts of a locale are missing.
+  // localedef warns about missing categories and therefore does not exit with 0.
   const int made =
       std::system("localedef --force --charmap=./characters --inputfile=./comma.locale ./comma >localedef.log 2>&1");
   if (WEXITSTATUS(made) == 127) {

@@ -9,7 +9,7 @@ using namespace zarn;
 
 class Parser : public testing::Test {
  protected:
-  /// A parser of the file "x", rewritten with this text.
+  /// A parser of panel "x", whose file is rewritten with this text.
   std::unique_ptr<BackLightNitsIntf> Of(const std::string& text) {
     WriteFile(FileName("x"), text);
     auto parser = GetBackLightNitsFactoryIntf()->CreateBackLightNitsParser("x");
@@ -61,7 +61,7 @@ TEST_F(Parser, SaysWhatIsWrongInAFile) {
     std::string file = Replaced(text, what, with);
     expect(std::string(what) == "nits_value>" ? Replaced(file, "</nits_value>", "</other>") : file, line);
   }
-  // Missing altogether: the file ends before it.
+  // The element is missing and the file ends before it.
   for (const auto& [last, end, line] : std::vector<std::array<const char*, 3>>{
            {"<linearized", "", "ParseLinearTable: failed to find linearized_bl"},
            {"<panel_bl", "", "ParseLinearTable: failed to find panel_bl"},
@@ -70,7 +70,7 @@ TEST_F(Parser, SaysWhatIsWrongInAFile) {
            {"<hbm", "</measurement_data>", "ParseHdrFullScreenNitsTable: failed to find hbm"}}) {
     expect(text.substr(0, text.find(last)) + end + "</Calib_Data>", line);
   }
-  // A list is read to its end before the next one is looked for.
+  // The parser reads a list completely before it looks for the next one.
   expect(Replaced(text.substr(0, text.find("<panel_bl")), ">1023<", "><") + "</Calib_Data>",
          "ParseLinearTable: linear backlight value invalid cnt 1");
   expect(Replaced(text.substr(0, text.find("<nits_v")), ">100<", "><") +
@@ -142,7 +142,7 @@ TEST_F(Parser, ServesEachParameterUnderItsOwnIdentifier) {
   EXPECT_EQ(log_.With(parser->GetParameter(kBLDimmingStatus, &empty)),
             "-95 | E parser::GetParameter: getparameter not supported 8");
 
-  Holding<BLDimmingStatus> other;  // smaller than all records that the getters want
+  Holding<BLDimmingStatus> other;  // smaller than the records of all getters
   for (const auto& [param, getter] : {std::pair{kBLGamma, "GetBlGamma"},
                                       {kBLRange, "GetBlRange"},
                                       {kBLLinearTable, "GetBlLinearTable"},

@@ -4,7 +4,7 @@ namespace {
 
 using zarn::GenericPayload;
 
-// Clients are built with these layouts: a change breaks every one of them.
+// Clients are compiled with these layouts. A change breaks them.
 #if defined(__LP64__) && defined(__GLIBCXX__)
 static_assert(sizeof(GenericPayload) == 64);
 static_assert(offsetof(PayloadLayout, data) == 8 && offsetof(PayloadLayout, count) == 16);
@@ -70,7 +70,7 @@ TEST(Payload, OwnsOneRecordAndFreesItOnce) {
   EXPECT_EQ(Counted::alive, 1);
 }
 
-// What a process without a handler of its own reads.
+// The output of a process without its own log handler.
 TEST(Log, GoesToStandardErrorFromWarningOn) {
   testing::internal::CaptureStderr();
   display::debug_handler_->Error("%s %d", "one", 1);

@@ -1,5 +1,5 @@
-// The engine with a factory of the test's own behind it, for what the real parser never does, and the steps of its
-// arithmetic that clients cannot reach one by one.
+// Tests the engine with a factory of the test: for parser errors that the real parser never returns, and for single
+// steps of the arithmetic.
 #include <cmath>
 #include <map>
 
@@ -11,7 +11,7 @@ namespace {
 
 using namespace zarn;
 
-/// Fails Init and the requests in `failing`, with these codes; counts requests.
+/// Makes Init and the requests in `failing` fail with the given codes, and counts requests.
 struct Script {
   bool no_parser = false;
   int init = 0;
@@ -166,7 +166,7 @@ TEST(Parser, StepsRefuseASecondDocumentAndNullPointers) {
   EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(nullptr, &table)), "-22");
   EXPECT_EQ(log.With(parser.BackLightsToNitsTableParse(document.NewElement("nits_10"), nullptr)), "-22");
 
-  BackLightNitsParserImp without_panel;  // and so without steps and getters
+  BackLightNitsParserImp without_panel;  // so it has no steps and no getters
   Holding<BLRange> range;
   EXPECT_EQ(without_panel.Init(), 0);
   EXPECT_EQ(log.With(without_panel.GetParameter(kBLRange, &range.payload)),

@@ -1,4 +1,4 @@
-// How much stack the library's operations take: a client may call them from any thread.
+// Limits the stack that the library's operations need: a client may call them from any thread.
 #include <pthread.h>
 #include <sys/mman.h>
 
@@ -23,7 +23,7 @@ class IdleHandler : public display::DebugHandler {
   void Verbose(const char* /*format*/, ...) override {}
 };
 
-/// Bytes of stack that a thread takes which does nothing but `operation`, those of the thread itself included.
+/// The stack in bytes of a thread that runs only `operation`, including the thread's own overhead.
 size_t StackOf(const std::function<void()>& operation) {
   constexpr size_t kBytes = 1 << 20;
   constexpr char kPaint = 0x5a;
@@ -109,7 +109,7 @@ TEST_F(Stack, Of32KiBSufficesForEachOperation) {
   Expect("Deinit", 0, [&] { return engine_->Deinit(); });
 }
 
-// The reader calls itself for each level, where it finds an error and where it frees what it has read, too.
+// The XML reader recurses once for each nested element, also when it finds an error and when it frees the document.
 TEST_F(Stack, Of32KiBSufficesForEachFile) {
   const std::string file = Calibration(10, 10).Text();
   const auto with = [&](const std::string& place, const std::string& text) {

@@ -1,4 +1,4 @@
-// The tool's panel: its conversions beside those of the interface, and its survey of some levels beside all of them.
+// Compares the tool's panel with the interface, and its survey of some levels with all levels.
 #include "panel/survey.h"
 
 #include <cmath>
@@ -41,7 +41,7 @@ Panel Opened(const std::string& name, const Calibration& calibration, CapturedLo
   return {name, log};
 }
 
-/// An answer in every bit, NaN apart, or none, and what was logged.
+/// An answer in every bit (all NaNs are equal), or no answer, and the log lines.
 template <class Number>
 std::string Told(const std::optional<Number>& answer, CapturedLog* log) {
   char number[40] = "refused";
@@ -104,7 +104,7 @@ TEST_F(Survey, PanelConvertsAsTheInterfaceDoes) {
   }
 }
 
-/// What the tool tells of a curve and of its distance from another, at some levels.
+/// What the tool reports of a curve and of its difference from another, at the given levels.
 struct Extremes {
   double difference = 0.0;  // in nits
   double share = 0.0;       // of the first
@@ -139,17 +139,17 @@ Extremes Look(Panel* a, Panel* b, uint32_t coverage, size_t mode, const std::vec
   return found;
 }
 
-/// Infinite ones are equal.
+/// Infinities are equal.
 bool AreNear(double a, double b) { return a == b || std::abs(a - b) <= 1e-9 * std::abs(b); }
 
-/// Beyond 65,536 levels some are left out; what the others tell is what all would.
+/// Above 65,536 levels the survey leaves some out. Its levels must give the same extremes as all levels.
 TEST_F(Survey, LevelsLookedAtTellWhatAllWould) {
   std::mt19937 random(65536);  // NOLINT(cert-msc51-cpp): the same in every run
   const std::vector<double> nits = {0.0, 1.0, 100.0, 100.0, 100.3, 250.0, 250.0, 731.0, -40.0, 1.7e308, kNan};
   for (int round = 0; round < 12; ++round) {
     SCOPED_TRACE(round);
     const std::vector<uint32_t> at = {20, 65000, 65534, 66000, 66001, 67003, 68000, 69999, 70500};
-    // Luminances that only a broken file has, in one round of three.
+    // One round of three also has luminances that only a faulty file has.
     const std::vector<double> some(nits.begin(), round % 3 == 0 ? nits.end() : nits.begin() + 8);
     Panel a = Opened("a.xml", AnyPanel(&random, 70000, 9, at, some), &log_);
     Panel b = Opened("b.xml", AnyPanel(&random, round % 2 == 0 ? 70000 : 68500, 9, at, some), &log_);

@@ -1,4 +1,4 @@
-// The handler of the client's guide, at work.
+// Runs the log handler of docs/client.md.
 #include "system_log.h"
 
 int main() {

@@ -12,8 +12,8 @@
 
 namespace {
 
-/// What a shell command in the working folder says on both outputs, without blank lines, and "[status]" when that is not
-/// 0.
+/// The output of a shell command in the working folder, on both streams, without blank lines; then "[status]" if the
+/// status is not 0.
 std::string Shell(const std::string& command) {
   WriteFile("command", "{ " + command + "\n} > said 2>&1 < /dev/null");
   const int status = WEXITSTATUS(std::system("sh command"));
@@ -26,16 +26,16 @@ std::string Shell(const std::string& command) {
   return said.str();
 }
 
-/// An empty working folder in which a shell finds the tool, this project's tests as tests/ ($TESTS), and how to start a
-/// command with mounts of its own ($IN_NAMESPACE) and in a terminal ($IN_TERMINAL).
+/// An empty working folder. A shell finds the tool, this project's tests as tests/ ($TESTS), and the commands that run
+/// a command line with its own mounts ($IN_NAMESPACE) and in a terminal ($IN_TERMINAL).
 class Workplace {
  public:
   Workplace() {
     static const std::string path = std::filesystem::path(BLNITS_TOOL).parent_path().string() + ":" + getenv("PATH");
     setenv("PATH", path.c_str(), 1);
-    // The shell's own commands (seq, sort, awk) print the same everywhere.
+    // Makes the shell's commands (seq, sort, awk) print the same on every machine.
     setenv("LC_ALL", "C", 1);
-    // A link: no shell splits its name, whatever the folder is called.
+    // A link, because its name has no blanks for a shell to split.
     std::filesystem::create_symlink(BLNITS_TESTS, "tests");
     setenv("TESTS", "tests", 1);
     setenv("IN_NAMESPACE", "sh tests/in_namespace", 1);
@@ -59,8 +59,8 @@ class Tool : public testing::TestWithParam<std::string> {};
 
 INSTANTIATE_TEST_SUITE_P(Says, Tool, testing::ValuesIn(Transcripts()), [](const auto& name) { return name.param; });
 
-/// Each "$ command" of a transcript says what stands below it, one after the other in one folder. Where this machine
-/// gives us no mounts or no terminal, the transcript ends at the first command that needs them.
+/// Runs each "$ command" of a transcript in one folder and compares its output with the lines below. Ends at the first
+/// command that needs mounts or a terminal if this machine has none.
 TEST_P(Tool, WhatTheTranscriptSays) {
   const Workplace workplace;
   std::filesystem::copy(BLNITS_TESTS "/../samples", "samples");
@@ -88,7 +88,7 @@ TEST_P(Tool, WhatTheTranscriptSays) {
   } while (transcript);
 }
 
-/// blnits check says of each faulty file what stands in the .txt beside it.
+/// For each faulty file, blnits check must print the .txt file beside it.
 TEST(Check, TellsEachFaultAsInTheFileBesideIt) {
   const Workplace workplace;
   std::filesystem::copy(BLNITS_TESTS "/check", ".");
@@ -100,8 +100,8 @@ TEST(Check, TellsEachFaultAsInTheFileBesideIt) {
   }
 }
 
-/// docs/check.md has a section for each rule, in the order of --list-rules: "### RULE (SEVERITY)", the rule's summary, and
-/// a line that check prints for a file of tests/check.
+/// docs/check.md must have a section for each rule, in the order of --list-rules: "### RULE (SEVERITY)", the rule's
+/// summary, and a line that check prints for a file of tests/check.
 TEST(Check, SaysWhatItsDocumentShows) {
   const Workplace workplace;
   std::filesystem::copy(BLNITS_TESTS "/check", ".");
@@ -136,7 +136,7 @@ TEST(Check, SaysWhatItsDocumentShows) {
   EXPECT_GT(count, 0U);
 }
 
-/// The most memory that a command in the working folder has taken so far, in KiB.
+/// The peak memory of a command in the working folder so far, in KiB.
 int64_t MostMemory(const std::string& command) {
   EXPECT_EQ(Shell(command), "");
   struct rusage usage = {};
@@ -144,7 +144,8 @@ int64_t MostMemory(const std::string& command) {
   return usage.ru_maxrss;
 }
 
-/// Sixty files take no more memory than one: each is freed before the next. A sanitizer would keep what is freed.
+/// Checking sixty files must take no more memory than one: each file is freed before the next. A sanitizer would delay
+/// the release.
 TEST(Check, FreesEachFileBeforeTheNext) {
   const Workplace workplace;
   Calibration calibration;

@@ -1,5 +1,5 @@
-// Everything that clients compile against, in the signatures of one shared library, so that a description of it can be
-// made from its debug information: most records travel in payloads only, and no exported function names them.
+// A shared library whose function signatures use everything that clients compile against. Its debug information gives a
+// description of all records; most of them travel only in payloads, so no exported function names them.
 #include "backlight_nits_factory_intf.h"
 
 #define BLNITS_DESCRIBED __attribute__((visibility("default")))

@@ -1,4 +1,4 @@
-// The typed client: the luminance of a panel's every 85th level, and back, by its engine and by a sampled curve.
+// The typed client: converts every 85th level of a panel to nits and back, with the engine and with a sampled curve.
 #include <backlight_nits_client.h>
 #include <backlight_nits_version.h>
 

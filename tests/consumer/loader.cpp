@@ -1,4 +1,4 @@
-// A client that does not link the library: it loads the file that it is given.
+// A client that does not link the library but loads the given file.
 #include <backlight_nits_factory_intf.h>
 #include <backlight_nits_version.h>
 #include <dlfcn.h>

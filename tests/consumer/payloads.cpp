@@ -1,4 +1,4 @@
-// A client made of nothing but the public headers: the curve of a panel's every 85th level and back, and the version.
+// A client that uses only the public headers: converts every 85th level of a panel and back, and prints the version.
 #include <backlight_nits_factory_intf.h>
 #include <backlight_nits_intf.h>
 #include <backlight_nits_records.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-// As a device's debug-log library has it.
+// Stands for a device's own debug-log header.
 namespace display {
 
 class DebugHandler {
