@@ -56,7 +56,7 @@ std::string WordsOfRefusal(const std::vector<LogLine>& log) {
 
 // The message about a file that is required but not loaded: its place, the first trouble and the library's message.
 std::string TellRefusal(const std::string& file, const std::vector<LogLine>& log) {
-  const Troubles troubles = LoadTroubles(CalibrationSource(file));
+  const std::vector<LoadTrouble> troubles = LoadTroubles(CalibrationSource(file));
   const LoadTrouble& first = troubles.front();
   return fmt::format(
       "{}{}: {}{}; the device refuses the file and says: {}", Printable(file),
