@@ -86,7 +86,7 @@ TEST_F(AllocationFailure, EndsTheProcess) {
   EXPECT_GT(FailEach([&] { return engine_->Init(); }), 20);
   EXPECT_GT(FailEach([&] { return GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(other) ? 0 : 1; }), 2);
   const auto set_luts = [&] { return engine_->SetParameter(kBLDimmingLuts, luts.payload); };
-  EXPECT_EQ(FailEach(set_luts), 4 * (4 + 1)) << "four and the map itself";
+  EXPECT_EQ(FailEach(set_luts), 4 * (4 + 1)) << "four for each map, and the map itself";
   // A conversion: two records and two arrays of points. A dense table: two for the parser's copy, one for the caller's
   // vector.
   EXPECT_EQ(FailEach([&] { return engine_->ProcessOps(kBLToNits, level.payload, &out.payload); }), 4);

@@ -95,9 +95,10 @@ TEST(CalibrationFile, HasReferencesOf64Bytes) {
     }
   }
   const std::string open = "&#" + std::string(62, 'x');
-  EXPECT_EQ(LoadContent(open), "loaded") << "the text ends in time";
+  EXPECT_EQ(LoadContent(open), "loaded") << "the text ends within the limit";
   EXPECT_EQ(LoadContent(open + "x"), "long reference:2");
-  EXPECT_EQ(LoadContent("<!--" + open + "x--><![CDATA[" + open + "x]]>"), "loaded") << "no place for references";
+  EXPECT_EQ(LoadContent("<!--" + open + "x--><![CDATA[" + open + "x]]>"), "loaded")
+      << "comments and CDATA have no references";
 }
 
 TEST(CalibrationFile, HasFiveMillionNodes) {
@@ -136,7 +137,7 @@ TEST(CalibrationFile, IsReadToItsLastByte) {
 TEST(CalibrationFile, IsUnreadableWhereReadingFails) {
   EXPECT_EQ(LoadPath("/proc/self/mem"), "unreadable");
   EXPECT_EQ(LoadPath("/proc/self/nothing"), "unreadable");
-  EXPECT_EQ(Load(""), "not well-formed") << "which is something else";
+  EXPECT_EQ(Load(""), "not well-formed") << "a file that is empty is not unreadable";
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ TEST_F(DecimalComma, IsKeptOutByALocaleOfTheThread) {
   const int made =
       std::system("localedef --force --charmap=./characters --inputfile=./comma.locale ./comma >localedef.log 2>&1");
   if (WEXITSTATUS(made) == 127) {
-    GTEST_SKIP() << "there is no localedef";
+    GTEST_SKIP() << "localedef is not installed";
   }
   Calibration calibration;
   calibration.standard_100 = {{1, 2.6875}, {200, 600.5}};

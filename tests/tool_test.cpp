@@ -79,7 +79,7 @@ TEST_P(Tool, WhatTheTranscriptSays) {
     }
     for (const std::string way : {"$IN_NAMESPACE", "$IN_TERMINAL"}) {
       if (command.find(way) != std::string::npos && !Shell(way + " true").empty()) {
-        GTEST_SKIP() << "this machine gives nobody what is needed for " << command;
+        GTEST_SKIP() << "this machine lacks the means for " << command;
       }
     }
     EXPECT_EQ(Shell(command), expected) << "$ " << command;
