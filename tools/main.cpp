@@ -37,6 +37,7 @@ int Run(int argc, char** argv) {
   blnits::AddShowCommand(&app, &log);
   blnits::AddCurveCommand(&app, &log);
   blnits::AddQualityCommand(&app, &log);
+  blnits::AddStepsCommand(&app, &log);
   blnits::AddDiffCommand(&app, &log);
   blnits::AddImportCommand(&app, &log);
   blnits::AddManualCommand(&app);

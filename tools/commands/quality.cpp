@@ -5,6 +5,7 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "figures/jnd_steps.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
 #include "support/json.h"
@@ -47,6 +48,7 @@ struct Quality {
   std::optional<Returns> returns;
   std::optional<Step> step;
   std::optional<Plateaus> plateaus;
+  std::optional<JndSteps> jnd;
   std::optional<double> extrapolated;  ///< Share of the levels, in per cent. Empty when dimmed: maps do not tell.
 };
 
@@ -122,6 +124,7 @@ void LookAt(Panel* panel, bool dimmed, QualityReport* report) {
     quality.dimmed = dimmed;
     if (AreAll(levels)) {
       quality.returns = LookAtReturns(panel, curve, levels);
+      quality.jnd = JndStepsOf(curve.nits);
     }
     // A dimmed curve is not straight between measured points.
     if (AreAll(levels) || !dimmed) {
@@ -154,10 +157,26 @@ std::vector<Seam> SeamsOf(Panel* panel) {
 
 double PercentOf(const Seam& seam) { return 100.0 * (seam.hbm / seam.standard - 1.0); }
 
+std::string NameOf(const Quality& quality) { return quality.curve + (quality.dimmed ? ", dimmed" : ""); }
+
 /// The number, or a dash if there is none.
 template <class Number>
 std::string OrDash(bool there, const Number& number) {
   return there ? fmt::format("{}", number) : "-";
+}
+
+void PrintJnd(const QualityReport& report) {
+  fmt::print("\n{:<38}{:>9}{:>12}{:>9}{:>12}{:>10}{:>15}{:>15}{:>15}\n", "steps between neighbours, in JND", "smallest",
+             "from level", "largest", "from level", "std. dev.", "distinct steps", "hidden levels", "without index");
+  for (const Quality& curve : report.curves) {
+    const bool there = curve.jnd.has_value();
+    const JndSteps jnd = curve.jnd.value_or(JndSteps());
+    fmt::print("{:<38}{:>9}{:>12}{:>9}{:>12}{:>10}{:>15}{:>15}{:>15}\n", NameOf(curve),
+               OrDash(there, fmt::format("{:.3f}", jnd.smallest)), OrDash(there, jnd.smallest_from),
+               OrDash(there, fmt::format("{:.3f}", jnd.largest)), OrDash(there, jnd.largest_from),
+               OrDash(there, fmt::format("{:.3f}", jnd.deviation)), OrDash(there, jnd.distinct),
+               OrDash(there, fmt::format("{:.1f} %", jnd.hidden_percent)), OrDash(there, jnd.without_index));
+  }
 }
 
 // Each column is a number; largest values are followed by their level.
@@ -173,14 +192,15 @@ void PrintText(const Panel& panel, const QualityReport& report) {
     const auto step = curve.step.value_or(Step());
     const auto plateaus = curve.plateaus.value_or(Plateaus());
     const bool looked = curve.returns.has_value();
-    fmt::print("{:<38}{:>9}{:>10}{:>8}{:>9}{:>14}{:>12}{:>10}{:>9}{:>14}\n",
-               curve.curve + (curve.dimmed ? ", dimmed" : ""), OrDash(looked, returns.not_back),
-               OrDash(returns.not_back > 0, returns.worst), OrDash(returns.not_back > 0, returns.worst_as),
-               OrDash(looked, returns.refused), OrDash(curve.step.has_value(), fmt::format("{:.2f} %", step.percent)),
+    fmt::print("{:<38}{:>9}{:>10}{:>8}{:>9}{:>14}{:>12}{:>10}{:>9}{:>14}\n", NameOf(curve),
+               OrDash(looked, returns.not_back), OrDash(returns.not_back > 0, returns.worst),
+               OrDash(returns.not_back > 0, returns.worst_as), OrDash(looked, returns.refused),
+               OrDash(curve.step.has_value(), fmt::format("{:.2f} %", step.percent)),
                OrDash(curve.step.has_value(), step.from), OrDash(curve.plateaus.has_value(), plateaus.count),
                OrDash(curve.plateaus.has_value(), plateaus.longest),
                curve.extrapolated ? fmt::format("{:.1f} %", *curve.extrapolated) : "-");
   }
+  PrintJnd(report);
   fmt::print("\n{:<38}{:>9}{:>15}{:>22}{:>10}\n", "standard to high brightness", "at level", "standard nits",
              "high-brightness nits", "step");
   for (const Seam& seam : report.seams) {
@@ -196,7 +216,8 @@ void PrintJson(const Panel& panel, const QualityReport& report) {
   for (const Quality& curve : report.curves) {
     Json row = {{"curve", curve.curve}, {"dimmed", curve.dimmed},     {"not_back", nullptr},
                 {"worst", nullptr},     {"refused", nullptr},         {"largest_step", nullptr},
-                {"plateaus", nullptr},  {"longest_plateau", nullptr}, {"extrapolated_percent", nullptr}};
+                {"plateaus", nullptr},  {"longest_plateau", nullptr}, {"extrapolated_percent", nullptr},
+                {"jnd", nullptr}};
     if (curve.returns) {
       row["not_back"] = curve.returns->not_back;
       row["refused"] = curve.returns->refused;
@@ -213,6 +234,14 @@ void PrintJson(const Panel& panel, const QualityReport& report) {
     }
     if (curve.extrapolated) {
       row["extrapolated_percent"] = *curve.extrapolated;
+    }
+    if (curve.jnd) {
+      row["jnd"] = {{"smallest", {{"jnd", curve.jnd->smallest}, {"from_level", curve.jnd->smallest_from}}},
+                    {"largest", {{"jnd", curve.jnd->largest}, {"from_level", curve.jnd->largest_from}}},
+                    {"standard_deviation", curve.jnd->deviation},
+                    {"distinct_steps", curve.jnd->distinct},
+                    {"hidden_percent", curve.jnd->hidden_percent},
+                    {"without_index", curve.jnd->without_index}};
     }
     object["curves"].push_back(row);
   }
@@ -252,6 +281,8 @@ void AddQualityCommand(CLI::App* app, CapturedLog* log) {
       "examines each measured point and the levels next to it, which have the largest steps. A step is the change\n"
       "to the next level, from level {} on, in per cent of the luminance before it. A plateau is a run of levels\n"
       "with the same luminance. An extrapolated level lies outside the measured points.\n"
+      "One JND is a just-noticeable difference of luminance (DICOM grayscale standard display function). Levels have\n"
+      "a JND index from 0.05 to 4,000 nits. A hidden level differs by less than 1 JND from each neighbour.\n"
       "Example: blnits quality samples/backlight_calib_oled_phone.xml",
       kFirstJumpLevel));
   command->callback([options, log] { Run(*options, log); });
