@@ -1,10 +1,7 @@
-// The typed client against the same calls by payloads, and every error of it.
+// The typed client: what it reads and sets, and every error of it. The fuzz targets compare its conversions with payloads.
 #include "client.h"
 
 #include <array>
-#include <cstring>
-#include <filesystem>
-#include <map>
 
 #include "backlight_nits_client.h"
 #include "calibration_format.h"
@@ -18,123 +15,54 @@ using client::Panel;
 using client::Pattern;
 
 static_assert(client::Panel::kHighestSampledLevel == format::kLastLinearizedLevel);
-
-constexpr Mode kModes[] = {Mode::kStandard, Mode::kHighBrightness};
-
 static_assert(std::is_constructible_v<client::View<uint32_t>, std::vector<uint32_t>>);
 static_assert(std::is_constructible_v<client::View<double>, std::array<double, 3>>);
 static_assert(!std::is_constructible_v<client::View<uint32_t>, std::vector<double>>);
 static_assert(!std::is_constructible_v<client::View<uint32_t>, std::vector<int64_t>>);
 
-/// The samples, in the working folder.
-class TypedClient : public testing::TestWithParam<const char*> {
+class TypedClient : public Client {
  protected:
-  ~TypedClient() override { panel_.Deinit(); }
-
-  static Panel OpenSample() {
-    std::filesystem::copy(BLNITS_SAMPLES, ".");
-    return Panel::Open(GetParam()).value();
-  }
-
-  template <class Record>
-  std::unique_ptr<Record> ByPayload(BLNitsParams param) {
-    return Got<Record>(*panel_.Engine(), param);
-  }
-
-  /// The conversion by payloads; nothing when it is refused.
-  std::optional<BlNitsValue> ByPayload(BLNitOps op, uint32_t coverage, uint32_t bl, double nits, Mode mode) {
-    const bool hdr = mode == Mode::kHighBrightness;
-    const Holding<BlBackLight> level({sizeof(BlBackLight), coverage, bl, hdr});
-    const Holding<BlNitsValue> luminance({sizeof(BlNitsValue), coverage, 0, nits, hdr});
-    Holding<BlNitsValue> out;
-    const auto& in = op == kBLToNits ? level.payload : luminance.payload;
-    return panel_.Engine()->ProcessOps(op, in, &out.payload) == 0 ? std::optional(*out.record) : std::nullopt;
-  }
-
-  void ExpectSameConversions(uint32_t max_os_bl) {
-    for (const Mode mode : kModes) {
-      for (const uint32_t coverage : {0U, 1U, 10U, 11U, 55U, 100U, 101U}) {
-        for (uint32_t level = 0; level <= max_os_bl + 1; ++level) {
-          const auto nits = panel_.Nits(level, coverage, mode);
-          const auto by_payload = ByPayload(kBLToNits, coverage, level, 0.0, mode);
-          ASSERT_EQ(nits.has_value(), by_payload.has_value()) << coverage << " % " << level;
-          ASSERT_TRUE(!nits || *nits == by_payload->nits) << coverage << " % " << level;
-          const auto back = panel_.Level(level * 1.7, coverage, mode);
-          const auto back_by_payload = ByPayload(kNitsToBL, coverage, 0, level * 1.7, mode);
-          ASSERT_EQ(back.has_value(), back_by_payload.has_value()) << coverage << " % " << level;
-          ASSERT_TRUE(!back || *back == back_by_payload->bl) << coverage << " % " << level;
-        }
-      }
+  /// "<code> <operation>[ <level>]", or "done".
+  template <class T>
+  static std::string Failed(const client::Result<T>& result) {
+    if (result) {
+      return "done";
     }
+    const client::Error& error = result.error();
+    return std::to_string(error.code) + " " + Words(error.operation) +
+           (error.level ? " " + std::to_string(*error.level) : "");
   }
-
-  TemporaryFolder folder_;
-  LogLines log_;
-  Panel panel_ = OpenSample();
 };
 
-INSTANTIATE_TEST_SUITE_P(Samples, TypedClient, testing::Values("lcd_small", "oled_hbm", "oled_phone"));
-
-TEST_P(TypedClient, ReadsWhatPayloadsRead) {
-  const auto range = ByPayload<BLRange>(kBLRange);
-  const BLRange typed = panel_.Range().value();
-  EXPECT_EQ(std::memcmp(&typed, range.get(), sizeof typed), 0);
-  EXPECT_EQ(panel_.Gamma().value(), ByPayload<BLGamma>(kBLGamma)->gamma);
-  EXPECT_EQ(panel_.Threshold().value(), ByPayload<BLPccThresh>(kBLPccThresh)->pcc_thresh);
-  EXPECT_EQ(panel_.LinearTable().value(), ByPayload<BLLinearTable>(kBLLinearTable)->entries);
-  const std::tuple<Pattern, Mode, BLNitsParams> tables[] = {
-      {Pattern::kOneTenth, Mode::kStandard, kBLNitsMapping10Percent},
-      {Pattern::kFullScreen, Mode::kStandard, kBLNitsMapping100Percent},
-      {Pattern::kOneTenth, Mode::kHighBrightness, kBLHdrNitsMapping10Percent},
-      {Pattern::kFullScreen, Mode::kHighBrightness, kBLHdrNitsMapping100Percent}};
-  for (const auto& [pattern, mode, param] : tables) {
-    const auto points = panel_.MeasuredTable(pattern, mode).value();
-    const auto by_payload = ByPayload<BackLightToNitsTable>(param)->points;
-    ASSERT_FALSE(points.empty());
-    EXPECT_TRUE(std::equal(points.begin(), points.end(), by_payload.begin(), by_payload.end(),
-                           [](const auto& a, const auto& b) { return a.bl == b.bl && a.nits == b.nits; }))
-        << param;
+TEST_F(TypedClient, ReadsWhatTheFileHolds) {
+  Client::Open(Calibration());
+  const Panel panel = Panel::Open(panel_).value();
+  const BLRange range = panel.Range().value();
+  EXPECT_TRUE(range.minimum_bl == 1 && range.max_bl == 1023 && range.max_os_bl == 400);
+  EXPECT_EQ(panel.Gamma(), 2.2);
+  EXPECT_EQ(panel.Threshold(), 0.5);
+  for (const auto& [pattern, mode, nits] : {std::tuple{Pattern::kOneTenth, Mode::kStandard, 50.0},
+                                            {Pattern::kFullScreen, Mode::kStandard, 200.0},
+                                            {Pattern::kOneTenth, Mode::kHighBrightness, 60.0},
+                                            {Pattern::kFullScreen, Mode::kHighBrightness, 210.0}}) {
+    const auto points = panel.MeasuredTable(pattern, mode).value();
+    EXPECT_TRUE(points.size() == 2 && points[0].bl == 100 && points[0].nits == nits) << nits;
   }
 }
 
-TEST_P(TypedClient, ConvertsAndDimsAsPayloadsDo) {
-  const BLRange range = panel_.Range().value();
-  ExpectSameConversions(range.max_os_bl);
-
-  EXPECT_FALSE(panel_.Dimming().value());
-  ASSERT_TRUE(panel_.SetDimming(true));
-  EXPECT_TRUE(panel_.Dimming().value());
-  EXPECT_TRUE(ByPayload<BLDimmingStatus>(kBLDimmingStatus)->enabled);
-  EXPECT_EQ(panel_.Nits(range.max_os_bl, 10), 0.0) << "no LUTs yet";
-  std::vector<uint32_t> lut(range.max_bl + 1);
-  for (uint32_t level = 0; level <= range.max_bl; ++level) {
-    lut[level] = level / 2;
-  }
-  const std::vector<double> attenuation(range.max_os_bl + 1, 0.9);
-  ASSERT_TRUE(panel_.SetDimmingLuts(lut, {attenuation.data(), attenuation.size()}));
-  EXPECT_GT(panel_.Nits(range.max_os_bl, 10).value(), 0.0);
-  ExpectSameConversions(range.max_os_bl);
-
-  EXPECT_EQ(panel_.DimmingScale(), 1.0);
-  ASSERT_TRUE(panel_.SetDimmingScale(0.25));
-  EXPECT_EQ(panel_.DimmingScale(), 0.25);
-  EXPECT_EQ(ByPayload<BLDimmingScale>(kBLDimmingScale)->scale, 0.25);
-  ASSERT_TRUE(panel_.SetDimming(false));
-  EXPECT_FALSE(panel_.Dimming().value());
-  EXPECT_EQ(panel_.DimmingScale(), 1.0);
-}
-
-TEST_P(TypedClient, HandlesShareTheEngineAndStayWhenTheyAreMovedFrom) {
-  Panel attached = Panel::Attach(panel_.Engine()).value();
-  const Panel moved = std::move(attached);  // NOLINT(performance-move-const-arg)
-  ASSERT_TRUE(panel_.SetDimmingScale(0.5));
-  for (const Panel* const panel :
-       {&moved, static_cast<const Panel*>(&attached)}) {  // NOLINT(bugprone-use-after-move): it copies
-    EXPECT_EQ(panel->DimmingScale(), 0.5);
-  }
-  panel_.Deinit();
+// A moved-from handle still has the engine.
+TEST_F(TypedClient, HandlesShareTheEngine) {
+  Client::Open(Calibration());
+  Panel panel = Panel::Attach(engine_).value();
+  const Panel moved = std::move(panel);  // NOLINT(performance-move-const-arg)
+  EXPECT_FALSE(moved.Dimming().value());
+  ASSERT_TRUE(panel.SetDimming(true));  // NOLINT(bugprone-use-after-move): it copies
+  EXPECT_TRUE(moved.Dimming().value());
+  ASSERT_TRUE(panel.SetDimmingScale(0.25));
+  EXPECT_EQ(moved.DimmingScale(), 0.25);
+  panel.Deinit();
   EXPECT_FALSE(moved.Gamma());
-  EXPECT_TRUE(panel_.Init());
+  EXPECT_TRUE(panel.Init());
   EXPECT_TRUE(moved.Gamma());
 }
 
@@ -159,21 +87,7 @@ class OneCode : public BackLightNitsIntf {
   int code_;
 };
 
-class TypedClientErrors : public Client {
- protected:
-  /// "<code> <operation>[ <level>]", or "done".
-  template <class T>
-  static std::string Failed(const client::Result<T>& result) {
-    if (result) {
-      return "done";
-    }
-    const client::Error& error = result.error();
-    return std::to_string(error.code) + " " + Words(error.operation) +
-           (error.level ? " " + std::to_string(*error.level) : "");
-  }
-};
-
-TEST_F(TypedClientErrors, CarryTheCodeAndTheOperation) {
+TEST_F(TypedClient, ErrorsCarryTheCodeAndTheOperation) {
   const auto engine = std::make_shared<OneCode>(-5);
   Panel panel = Panel::Attach(engine).value();
   EXPECT_EQ(Failed(panel.Init()), "-5 read the calibration file");
@@ -201,7 +115,7 @@ TEST_F(TypedClientErrors, CarryTheCodeAndTheOperation) {
   EXPECT_TRUE(engine->asked.empty());
 }
 
-TEST_F(TypedClientErrors, OfOpeningAndAttaching) {
+TEST_F(TypedClient, ErrorsOfOpeningAndAttaching) {
   EXPECT_EQ(Failed(Panel::Open("nowhere")), "-2 open the panel");
   WriteFile(FileName("wrong"), "<Calib_Data gamma='2.2' minimum_bl='1'/>");
   EXPECT_EQ(Failed(Panel::Open("wrong")), "-22 open the panel");
@@ -219,7 +133,7 @@ TEST_F(TypedClientErrors, OfOpeningAndAttaching) {
   EXPECT_EQ(Failed(parser.Nits(1, 10)), "-95 convert a level to nits 1");
 }
 
-TEST_F(TypedClientErrors, OfSamplingNameTheLevel) {
+TEST_F(TypedClient, ErrorsOfSamplingNameTheLevel) {
   Calibration calibration(10, 10);
   calibration.standard_100 = {};
   calibration.hbm_10 = {{4, 8.0}, {5, 0.0}};
@@ -250,7 +164,7 @@ TEST_F(TypedClientErrors, OfSamplingNameTheLevel) {
   }
 }
 
-TEST_F(TypedClientErrors, AreToldInWords) {
+TEST_F(TypedClient, ErrorsAreToldInWords) {
   const auto words = [](int code, Operation operation, std::optional<uint32_t> level = std::nullopt) {
     return Words(client::Error{code, operation, level});
   };
