@@ -9,33 +9,6 @@ using zarn::GenericPayload;
 static_assert(sizeof(GenericPayload) == 64);
 static_assert(offsetof(PayloadLayout, data) == 8 && offsetof(PayloadLayout, count) == 16);
 static_assert(offsetof(PayloadLayout, release) == 24 && offsetof(PayloadLayout, copied) == 56);
-
-// Clients are built separately: on LP64, every record stays as it is, field by field.
-template <class Record>
-constexpr bool HasSize(size_t size) {
-  return sizeof(Record) == size && offsetof(Record, size) == 0;
-}
-static_assert(HasSize<zarn::BLRange>(16) && offsetof(zarn::BLRange, minimum_bl) == 4);
-static_assert(offsetof(zarn::BLRange, max_bl) == 8 && offsetof(zarn::BLRange, max_os_bl) == 12);
-static_assert(HasSize<zarn::BLGamma>(16) && offsetof(zarn::BLGamma, gamma) == 8);
-static_assert(HasSize<zarn::BLPccThresh>(16) && offsetof(zarn::BLPccThresh, pcc_thresh) == 8);
-static_assert(HasSize<zarn::BLLinearTable>(32) && offsetof(zarn::BLLinearTable, entries) == 8);
-static_assert(sizeof(zarn::BlNitsPoint) == 16 && offsetof(zarn::BlNitsPoint, bl) == 0);
-static_assert(offsetof(zarn::BlNitsPoint, nits) == 8);
-static_assert(sizeof(zarn::BackLightCordinates) == 16 && offsetof(zarn::BackLightCordinates, x) == 0);
-static_assert(offsetof(zarn::BackLightCordinates, y) == 8);
-static_assert(HasSize<zarn::BackLightToNitsTable>(32) && offsetof(zarn::BackLightToNitsTable, percentage) == 4);
-static_assert(offsetof(zarn::BackLightToNitsTable, points) == 8);
-static_assert(HasSize<zarn::BlBackLight>(16) && offsetof(zarn::BlBackLight, percentage) == 4);
-static_assert(offsetof(zarn::BlBackLight, bl) == 8 && offsetof(zarn::BlBackLight, hdr) == 12);
-static_assert(HasSize<zarn::BlNitsValue>(32) && offsetof(zarn::BlNitsValue, percentage) == 4);
-static_assert(offsetof(zarn::BlNitsValue, bl) == 8 && offsetof(zarn::BlNitsValue, nits) == 16);
-static_assert(offsetof(zarn::BlNitsValue, hdr) == 24);
-static_assert(HasSize<zarn::BLDimmingStatus>(8) && offsetof(zarn::BLDimmingStatus, enabled) == 4);
-static_assert(HasSize<zarn::BLDimmingScale>(16) && offsetof(zarn::BLDimmingScale, scale) == 8);
-static_assert(HasSize<zarn::DimmingLuts>(32) && offsetof(zarn::DimmingLuts, bl_lut_sz) == 4);
-static_assert(offsetof(zarn::DimmingLuts, dimming_bl_lut) == 8 && offsetof(zarn::DimmingLuts, pcc_lut_sz) == 16);
-static_assert(offsetof(zarn::DimmingLuts, pcc_attn_lut) == 24);
 #endif
 
 /// Counts its living instances.
@@ -110,41 +83,28 @@ TEST(Payload, ChecksTheSizeAndThatARecordIsThere) {
   display::debug_handler_ = handler;
 }
 
-/// Whether these members of a new record are 0, false, null or empty.
+/// Whether a new record begins with its own size, and these members are 0, false, null or empty.
 template <class Record, class... Members>
 bool Empty(Members Record::*... members) {
   const Record record;
-  const auto is_empty = [](const auto& member) {
-    if constexpr (std::is_class_v<std::decay_t<decltype(member)>>) {
-      return member.empty();
-    } else {
-      return member == std::decay_t<decltype(member)>{};
-    }
-  };
-  return (is_empty(record.*members) && ...);
-}
-
-/// The same, and whether it begins with its own size.
-template <class Record, class... Members>
-bool EmptyWithSize(Members Record::*... members) {
-  return Record().size == sizeof(Record) && Empty(members...);
+  return record.size == sizeof(Record) && ((record.*members == Members{}) && ...);
 }
 
 TEST(Records, StartEmptyWithTheirOwnSize) {
   using namespace zarn;
-  EXPECT_TRUE(EmptyWithSize(&BLRange::minimum_bl, &BLRange::max_bl, &BLRange::max_os_bl));
-  EXPECT_TRUE(EmptyWithSize(&BLGamma::gamma));
-  EXPECT_TRUE(EmptyWithSize(&BLPccThresh::pcc_thresh));
-  EXPECT_TRUE(EmptyWithSize(&BLLinearTable::entries));
-  EXPECT_TRUE(Empty(&BlNitsPoint::bl, &BlNitsPoint::nits));
-  EXPECT_TRUE(Empty(&BackLightCordinates::x, &BackLightCordinates::y));
-  EXPECT_TRUE(EmptyWithSize(&BackLightToNitsTable::percentage, &BackLightToNitsTable::points));
-  EXPECT_TRUE(EmptyWithSize(&BlBackLight::percentage, &BlBackLight::bl, &BlBackLight::hdr));
-  EXPECT_TRUE(EmptyWithSize(&BlNitsValue::percentage, &BlNitsValue::bl, &BlNitsValue::nits, &BlNitsValue::hdr));
-  EXPECT_TRUE(EmptyWithSize(&BLDimmingStatus::enabled));
-  EXPECT_TRUE(EmptyWithSize(&BLDimmingScale::scale));
-  EXPECT_TRUE(EmptyWithSize(&DimmingLuts::bl_lut_sz, &DimmingLuts::dimming_bl_lut, &DimmingLuts::pcc_lut_sz,
-                            &DimmingLuts::pcc_attn_lut));
+  EXPECT_TRUE(Empty(&BLRange::minimum_bl, &BLRange::max_bl, &BLRange::max_os_bl));
+  EXPECT_TRUE(Empty(&BLGamma::gamma));
+  EXPECT_TRUE(Empty(&BLPccThresh::pcc_thresh));
+  EXPECT_TRUE(Empty(&BLLinearTable::entries));
+  EXPECT_TRUE(Empty(&BackLightToNitsTable::percentage) && BackLightToNitsTable().points.empty());
+  EXPECT_TRUE(Empty(&BlBackLight::percentage, &BlBackLight::bl, &BlBackLight::hdr));
+  EXPECT_TRUE(Empty(&BlNitsValue::percentage, &BlNitsValue::bl, &BlNitsValue::nits, &BlNitsValue::hdr));
+  EXPECT_TRUE(Empty(&BLDimmingStatus::enabled));
+  EXPECT_TRUE(Empty(&BLDimmingScale::scale));
+  EXPECT_TRUE(Empty(&DimmingLuts::bl_lut_sz, &DimmingLuts::dimming_bl_lut, &DimmingLuts::pcc_lut_sz,
+                    &DimmingLuts::pcc_attn_lut));
+  EXPECT_TRUE(BlNitsPoint().bl == 0 && BlNitsPoint().nits == 0.0);
+  EXPECT_TRUE(BackLightCordinates().x == 0.0 && BackLightCordinates().y == 0.0);
 }
 
 }  // namespace
