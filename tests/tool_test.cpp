@@ -162,45 +162,4 @@ TEST(Check, FreesEachFileBeforeTheNext) {
   EXPECT_LT(MostMemory(check + others + " || true"), one * 13 / 10);
 }
 
-/// The tool links parser and engine itself; its answers are those of the shared library, in every bit.
-TEST(Conversions, AreThoseOfTheSharedLibrary) {
-  const Workplace workplace;
-  std::filesystem::copy(BLNITS_TESTS "/../samples", ".");
-  for (const std::string panel : {"lcd_small", "oled_hbm", "oled_phone"}) {
-    const auto engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf(panel);
-    ASSERT_EQ(engine->Init(), 0);
-    for (const bool hdr : {false, true}) {
-      for (const uint32_t coverage : {1U, 10U, 37U, 55U, 100U}) {
-        SCOPED_TRACE(panel + " at " + std::to_string(coverage));
-        const std::string options =
-            " ./" + FileName(panel) + (hdr ? " --hdr" : "") + " -c " + std::to_string(coverage) + " < given > answers";
-        EXPECT_EQ(Shell("seq 0 255 > given; blnits nits" + options), "");
-        size_t count = 0;
-        for (std::ifstream answers("answers"); answers; ++count) {
-          const Holding<zarn::BlBackLight> in({sizeof(zarn::BlBackLight), coverage, static_cast<uint32_t>(count), hdr});
-          Holding<zarn::BlNitsValue> out;
-          std::string answer;
-          if (std::getline(answers, answer)) {
-            ASSERT_EQ(engine->ProcessOps(zarn::kBLToNits, in.payload, &out.payload), 0);
-            EXPECT_EQ(std::strtod(answer.c_str(), nullptr), out->nits);
-          }
-        }
-        EXPECT_EQ(count, 257U);
-        EXPECT_EQ(Shell("seq 0 0.7 900 > given; blnits level" + options), "");
-        std::ifstream given("given");
-        std::ifstream answers("answers");
-        std::string nits;
-        for (std::string answer; std::getline(answers, answer) && std::getline(given, nits);) {
-          const Holding<zarn::BlNitsValue> in(
-              {sizeof(zarn::BlNitsValue), coverage, 0, std::strtod(nits.c_str(), nullptr), hdr});
-          Holding<zarn::BlNitsValue> out;
-          ASSERT_EQ(engine->ProcessOps(zarn::kNitsToBL, in.payload, &out.payload), 0);
-          EXPECT_EQ(answer, std::to_string(out->bl));
-        }
-        EXPECT_FALSE(std::getline(given, nits));
-      }
-    }
-  }
-}
-
 }  // namespace
