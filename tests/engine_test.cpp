@@ -27,15 +27,8 @@ TEST(Factory, HandsOutOneEngineANameAndAnyNumberOfParsers) {
   EXPECT_NE(factory->CreateBackLightNitsParser("f"), factory->CreateBackLightNitsParser("f"));
 }
 
-/// What one client gets for a level at 10 %, or -1.
-double NitsFrom(BackLightNitsIntf& engine, uint32_t bl) {
-  const Holding<BlBackLight> in({sizeof(BlBackLight), 10, bl, false});
-  Holding<BlNitsValue> out;
-  return engine.ProcessOps(kBLToNits, in.payload, &out.payload) == 0 ? out->nits : -1.0;
-}
-
-// The threads make the first call of the entry point in this process, since each test has its own process, and the
-// first request for the panel.
+// The first call of the entry point in this process is theirs (each test has a process of its own), the first request
+// for the panel too.
 TEST(Threads, GetOneEngineAndConvertWithItWhileOthersReload) {
   const TemporaryFolder folder;
   Calibration brighter;
@@ -53,13 +46,13 @@ TEST(Threads, GetOneEngineAndConvertWithItWhileOthersReload) {
   for (size_t i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
       const auto engine = engines[i] = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("t");
-      const auto own = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("t" + std::to_string(i));
-      EXPECT_EQ(own->Init(), 0);
+      const auto own = client::Panel::Open("t" + std::to_string(i)).value();
+      const auto shared = client::Panel::Attach(engine).value();
       EXPECT_EQ(engine->Init(), 0);
       for (int turn = 0; turn < 100; ++turn) {
-        const double nits = NitsFrom(*engine, 150);
+        const double nits = shared.Nits(150, 10).value_or(-1.0);
         EXPECT_TRUE(nits == 100.0 || nits == 101.0 || nits == -1.0) << nits;
-        EXPECT_EQ(NitsFrom(*own, 150), 100.0);
+        EXPECT_EQ(own.Nits(150, 10), 100.0);
         if (i == 0) {
           write(turn % 2 == 0 ? brighter : Calibration(), "t");
           EXPECT_EQ(engine->Init(), 0);
@@ -95,36 +88,6 @@ TEST_F(Engine, RefusesInTheOrderStateOutputIdentifier) {
   expect(nullptr, "-22 | E engine::GetParameter: Implementation not initialized",
          "-22 | E engine::ProcessOps: Implementation not initialized",
          "-22 | E engine::SetParameter: Implementation not initialized");
-}
-
-TEST_F(Engine, NamesTheIdentifierThatHasNoHandler) {
-  Open(Calibration());
-  GenericPayload empty;
-  for (const int id : {-1, 0, 1, 2, 3, 4, 5, 6, 7, 11}) {
-    EXPECT_EQ(log_.With(engine_->SetParameter(BLNitsParams(id), empty)),
-              "-95 | E engine::SetParameter: setparameter not supported " + std::to_string(id));
-  }
-  for (const int id : {-1, 10, 11}) {
-    EXPECT_EQ(log_.With(engine_->GetParameter(BLNitsParams(id), &empty)),
-              "-95 | E engine::GetParameter: getparameter not supported " + std::to_string(id));
-  }
-  for (const int id : {-1, 2}) {
-    EXPECT_EQ(log_.With(engine_->ProcessOps(BLNitOps(id), empty, &empty)),
-              "-95 | E engine::ProcessOps: processops not supported " + std::to_string(id));
-  }
-}
-
-TEST_F(Engine, ForwardsCalibrationDataFromItsParser) {
-  Open(Calibration());
-  EXPECT_EQ(Got<BLGamma>(*engine_, kBLGamma)->gamma, 2.2);
-  EXPECT_EQ(Got<BLPccThresh>(*engine_, kBLPccThresh)->pcc_thresh, 0.5);
-  const auto range = Got<BLRange>(*engine_, kBLRange);
-  EXPECT_TRUE(range->minimum_bl == 1 && range->max_bl == 1023 && range->max_os_bl == 400);
-  const auto first = [this](BLNitsParams param) { return Got<BackLightToNitsTable>(*engine_, param)->points[0].nits; };
-  EXPECT_TRUE(first(kBLNitsMapping10Percent) == 50.0 && first(kBLNitsMapping100Percent) == 200.0);
-  EXPECT_TRUE(first(kBLHdrNitsMapping10Percent) == 60.0 && first(kBLHdrNitsMapping100Percent) == 210.0);
-  Holding<BLDimmingStatus> other;
-  EXPECT_EQ(Get(kBLRange, &other), "-22 | E parser::GetBlRange: get payload failed");
 }
 
 TEST_F(Engine, InitCanFailAndBeRepeated) {
