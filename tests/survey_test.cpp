@@ -15,23 +15,18 @@ using namespace blnits;
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// Up to `most` points. The choice is small: levels and luminances are often equal, falling or next to each other.
-Points AnyTable(std::mt19937* random, size_t most, const std::vector<uint32_t>& levels,
-                const std::vector<double>& nits) {
-  Points points((*random)() % (most + 1));
-  for (auto& [level, luminance] : points) {
-    level = levels[(*random)() % levels.size()];
-    luminance = nits[(*random)() % nits.size()];
-  }
-  return points;
-}
-
+/// A panel whose tables have up to `most` points. The choice is small: levels and luminances are often equal, falling or
+/// next to each other.
 Calibration AnyPanel(std::mt19937* random, uint32_t last, size_t most, const std::vector<uint32_t>& levels,
                      const std::vector<double>& nits) {
   Calibration calibration(1023, last);
   for (Points* const table :
        {&calibration.standard_10, &calibration.standard_100, &calibration.hbm_10, &calibration.hbm_100}) {
-    *table = AnyTable(random, most, levels, nits);
+    table->resize((*random)() % (most + 1));
+    for (auto& [level, luminance] : *table) {
+      level = levels[(*random)() % levels.size()];
+      luminance = nits[(*random)() % nits.size()];
+    }
   }
   return calibration;
 }
@@ -41,9 +36,9 @@ Panel Opened(const std::string& name, const Calibration& calibration, CapturedLo
   return {name, log};
 }
 
-/// An answer in every bit (all NaNs are equal), or no answer, and the log lines.
-template <class Number>
-std::string Told(const std::optional<Number>& answer, CapturedLog* log) {
+/// An answer in every bit, NaN apart, or none, and what was logged.
+template <class Answer>
+std::string Told(const Answer& answer, CapturedLog* log) {
   char number[40] = "refused";
   if (answer) {
     const auto value = static_cast<double>(*answer);
@@ -54,19 +49,6 @@ std::string Told(const std::optional<Number>& answer, CapturedLog* log) {
     told += std::string(" | ") + line.level + " " + line.text;
   }
   return told;
-}
-
-/// The interface's answers.
-std::optional<double> AskNits(zarn::BackLightNitsIntf* engine, uint32_t level, uint32_t coverage, bool hdr) {
-  const Holding<zarn::BlBackLight> in({sizeof(zarn::BlBackLight), coverage, level, hdr});
-  Holding<zarn::BlNitsValue> out;
-  return engine->ProcessOps(zarn::kBLToNits, in.payload, &out.payload) == 0 ? std::optional(out->nits) : std::nullopt;
-}
-
-std::optional<uint32_t> AskLevel(zarn::BackLightNitsIntf* engine, double nits, uint32_t coverage, bool hdr) {
-  const Holding<zarn::BlNitsValue> in({sizeof(zarn::BlNitsValue), coverage, 0, nits, hdr});
-  Holding<zarn::BlNitsValue> out;
-  return engine->ProcessOps(zarn::kNitsToBL, in.payload, &out.payload) == 0 ? std::optional(out->bl) : std::nullopt;
 }
 
 class Survey : public testing::Test {
@@ -85,18 +67,18 @@ TEST_F(Survey, PanelConvertsAsTheInterfaceDoes) {
     SCOPED_TRACE(round);
     const auto calibration = AnyPanel(&random, 20, 10, {0, 1, 2, 3, 5, 8, 9, 10, 15, 20, 30, 4294967295U}, nits);
     Panel panel = Opened("x.xml", calibration, &log_);
-    const auto engine = GetBackLightNitsFactoryIntf()->CreateBackLightNitsIntf("./x.xml");
-    ASSERT_EQ(engine->Init(), 0);
+    const auto engine = zarn::client::Panel::Open("./x.xml").value();
     for (const bool hdr : {false, true}) {
+      const auto mode = hdr ? zarn::client::Mode::kHighBrightness : zarn::client::Mode::kStandard;
       for (const uint32_t coverage : {0U, 1U, 10U, 11U, 55U, 99U, 100U, 101U}) {
         for (uint32_t level = 0; level <= 21; ++level) {
           log_.Take();
-          const auto expected = Told(AskNits(engine.get(), level, coverage, hdr), &log_);
+          const auto expected = Told(engine.Nits(level, coverage, mode), &log_);
           ASSERT_EQ(Told(panel.TryToNits(level, coverage, hdr), &log_), expected) << level << " at " << coverage;
         }
         for (const double luminance : wanted) {
           log_.Take();
-          const auto expected = Told(AskLevel(engine.get(), luminance, coverage, hdr), &log_);
+          const auto expected = Told(engine.Level(luminance, coverage, mode), &log_);
           ASSERT_EQ(Told(panel.TryToLevel(luminance, coverage, hdr), &log_), expected) << luminance << " " << coverage;
         }
       }
