@@ -15,21 +15,8 @@
 #include "captured_log.h"
 #include "holding.h"
 
-#if defined(__has_feature)
-#define BLNITS_HAS_FEATURE(feature) __has_feature(feature)
-#else
-#define BLNITS_HAS_FEATURE(feature) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || BLNITS_HAS_FEATURE(address_sanitizer)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
-#ifdef BLNITS_EMULATED
-constexpr bool kSlowed = true;
-#else
-constexpr bool kSlowed = kSanitized;  ///< The tests take many times as long as elsewhere.
-#endif
+constexpr bool kSanitized = BLNITS_SANITIZED;
+constexpr bool kSlowed = BLNITS_SANITIZED || BLNITS_EMULATED;  ///< The tests take many times as long as elsewhere.
 
 /// Captures the process's log during its lifetime.
 class LogLines {
