@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,14 @@ struct ConversionOptions {
   LutFiles luts;
 };
 
-/// Validators for the number of an option: finite and in decimal digits; NotNegative also refuses negative numbers.
+/// The names of what a conversion is given and what it results in.
+struct ConversionNames {
+  const char* given;   ///< heads the first column
+  const char* result;  ///< heads the second column
+  const char* what;    ///< a line of standard input holds
+};
+
+/// What an option's number must be: finite and in decimal digits; likewise and not negative.
 CLI::Validator Finite();
 CLI::Validator NotNegative();
 
@@ -49,17 +57,16 @@ void SwitchDimmingOn(const LutFiles& files, Panel* panel);
 /// Opens the panel, and switches dimming on if the options say so. \throws as Panel; Failure if a LUT file is wrong.
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log);
 
-/// Converts `given`, or the numbers on standard input if `given` is empty. Prints one line for each: the result, or
-/// with the table option input, result and coverage.
-/// \param given_name, result_name the headings of the columns. \param what describes a line of standard input.
+/// Converts `given`, or where there is nothing in it the numbers on standard input, and prints a line for each: the
+/// result, or with the table option what was given, the result and the coverage.
 template <class Given, class Convert>
-void PrintConversions(const ConversionOptions& options, const std::vector<Given>& given, const char* given_name,
-                      const char* result_name, const char* what, Convert convert) {
+void PrintConversions(const ConversionOptions& options, const std::vector<Given>& given, const ConversionNames& names,
+                      Convert convert) {
   const auto print_columns = [](const auto& first, const auto& second, const auto& third) {
     fmt::print("{:>20}  {:>20}  {:>10}\n", first, second, third);
   };
   if (options.table) {
-    print_columns(given_name, result_name, "coverage %");
+    print_columns(names.given, names.result, "coverage %");
   }
   const auto print = [&](Given number) {
     const auto result = convert(number);
@@ -70,11 +77,26 @@ void PrintConversions(const ConversionOptions& options, const std::vector<Given>
     }
   };
   if (given.empty()) {
-    ForEachLine<Given>(std::cin, "standard input", what, print);
+    ForEachLine<Given>(std::cin, "standard input", names.what, print);
   }
   for (const Given number : given) {
     print(number);
   }
+}
+
+/// Makes `command` a conversion by `convert`. \return the option for what is given.
+template <class Given, class Result>
+CLI::Option* AddConversion(CLI::App* command, CapturedLog* log, const char* option, const char* help,
+                           const ConversionNames& names, Result (Panel::*convert)(Given, uint32_t, bool)) {
+  auto options = std::make_shared<ConversionOptions>();
+  auto given = std::make_shared<std::vector<Given>>();
+  AddConversionOptions(command, options.get());
+  command->callback([=] {
+    Panel panel = OpenPanel(*options, log);
+    PrintConversions(*options, *given, names,
+                     [&](Given number) { return (panel.*convert)(number, options->coverage, options->hdr); });
+  });
+  return command->add_option(option, *given, help);
 }
 
 }  // namespace blnits
