@@ -112,7 +112,7 @@ TEST_F(SampledCurve, StaysWhatItWas) {
   EXPECT_EQ(moved.Nits(1), 0.5);
 }
 
-/// The definition, level by level.
+/// The nearest level as defined: compares every level.
 uint32_t NearestByDefinition(const std::vector<double>& nits, double question) {
   if (std::isnan(question)) {
     return NearestByDefinition(nits, kInfinity);
@@ -135,7 +135,7 @@ uint32_t NearestByDefinition(const std::vector<double>& nits, double question) {
   return to_below == to_above ? std::min(*below, *above) : to_below < to_above ? *below : *above;
 }
 
-// On a curve that never falls, the engine finds the same level in a dimming map.
+// On a curve that never falls, the engine must find the same level in a dimming map.
 TEST_F(SampledCurve, FindsTheNearestLevelOnAnyCurve) {
   const double extremes[] = {kInfinity, -kInfinity, 1.7e308, -1.7e308, -0.0, 5e-324, kNan};
   for (int turn = 0; turn < 400; ++turn) {
@@ -161,7 +161,7 @@ TEST_F(SampledCurve, FindsTheNearestLevelOnAnyCurve) {
   }
 }
 
-// By hand, for the definition itself.
+// Expected levels written by hand, which also test the definition above.
 TEST_F(SampledCurve, IsDefinedForEveryNumber) {
   const struct {
     std::vector<double> nits;
@@ -170,8 +170,8 @@ TEST_F(SampledCurve, IsDefinedForEveryNumber) {
       {{0.0, 1.0, 2.0, 4.0}, {{3.0, 2}, {3.1, 3}, {9.0, 3}, {-1.0, 0}, {kNan, 3}, {kInfinity, 3}, {-kInfinity, 0}}},
       {{0.0, 1.0, 1.0, 1.0, 5.0}, {{1.0, 3}, {2.9, 3}, {3.0, 3}, {0.9, 1}, {0.5, 0}}},    // a plateau
       {{4.0, 2.0, 1.0}, {{3.0, 0}, {2.9, 1}, {1.5, 1}, {1.4, 2}, {9.0, 0}, {kNan, 0}}},   // falling: the lower of two
-      {{kNan, 2.0, kNan, 1.0}, {{kNan, 1}, {1.5, 1}, {1.4, 3}, {-kInfinity, 3}}},         // holes
-      {{0.0, kInfinity, 7.0}, {{kInfinity, 1}, {1e300, 2}, {kNan, 1}, {-kInfinity, 0}}},  // infinite
+      {{kNan, 2.0, kNan, 1.0}, {{kNan, 1}, {1.5, 1}, {1.4, 3}, {-kInfinity, 3}}},         // NaN entries
+      {{0.0, kInfinity, 7.0}, {{kInfinity, 1}, {1e300, 2}, {kNan, 1}, {-kInfinity, 0}}},  // infinite entries
       {{}, {{1.0, 0}}},
   };
   for (const auto& [nits, levels] : curves) {
@@ -181,7 +181,7 @@ TEST_F(SampledCurve, IsDefinedForEveryNumber) {
   }
 }
 
-// The thread sanitizer sees what a reader writes.
+// The thread sanitizer reports a reader that writes.
 TEST_F(SampledCurve, IsReadByManyThreads) {
   const Curve shared({3.0, 1.0, 2.0});
   std::vector<std::future<void>> readers;

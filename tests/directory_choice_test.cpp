@@ -23,7 +23,7 @@ std::string InRoot(const std::string& folder, const std::function<std::string()>
       std::exit(0);
     }
     WriteFile("told", body());
-    // The way back: a coverage build writes what it has counted at the exit, where the build is.
+    // Leaves the new root again: a coverage build writes its counters at exit, into the build folder.
     std::exit(fchdir(root) == 0 && chroot(".") == 0 ? 0 : 1);
   }
   int status = -1;

@@ -1,5 +1,5 @@
-// A client whose static object uses an engine before main and after it: with the log handler that is there, with none,
-// and with its own.
+// A client whose static object calls an engine before and after main: with the library's log handler, with none, and with
+// its own.
 #include <cstdio>
 
 #include "backlight_nits_factory_intf.h"
@@ -21,7 +21,7 @@ class EarlyClient : public display::DebugHandler {
     Ask();
   }
 
-  /// Is refused, which logs an error.
+  /// The engine refuses the call and logs an error.
   void Ask() { engine_->GetParameter(zarn::kBLGamma, nullptr); }
 
   void Error(const char* /*format*/, ...) override { std::fputs("the client's handler\n", stderr); }

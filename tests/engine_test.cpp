@@ -27,8 +27,8 @@ TEST(Factory, HandsOutOneEngineANameAndAnyNumberOfParsers) {
   EXPECT_NE(factory->CreateBackLightNitsParser("f"), factory->CreateBackLightNitsParser("f"));
 }
 
-// The first call of the entry point in this process is theirs (each test has a process of its own), the first request
-// for the panel too.
+// The threads make the first call of the entry point in this process, since each test has its own process, and the
+// first request for the panel.
 TEST(Threads, GetOneEngineAndConvertWithItWhileOthersReload) {
   const TemporaryFolder folder;
   Calibration brighter;

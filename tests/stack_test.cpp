@@ -13,7 +13,7 @@ namespace {
 
 using namespace zarn;
 
-/// Bytes of stack that a thread takes which does nothing but `operation`, those of the thread itself included.
+/// The stack in bytes of a thread that runs only `operation`, including the thread's own overhead.
 size_t StackOf(const std::function<void()>& operation) {
   constexpr size_t kBytes = 1 << 20;
   constexpr char kPaint = 0x5a;

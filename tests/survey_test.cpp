@@ -36,7 +36,7 @@ Panel Opened(const std::string& name, const Calibration& calibration, CapturedLo
   return {name, log};
 }
 
-/// An answer in every bit, NaN apart, or none, and what was logged.
+/// An answer in every bit (all NaNs are equal), or no answer, and the log lines.
 template <class Answer>
 std::string Told(const Answer& answer, CapturedLog* log) {
   char number[40] = "refused";

@@ -29,14 +29,14 @@ struct ConversionOptions {
   LutFiles luts;
 };
 
-/// The names of what a conversion is given and what it results in.
+/// The texts in which two conversions differ.
 struct ConversionNames {
-  const char* given;   ///< heads the first column
-  const char* result;  ///< heads the second column
-  const char* what;    ///< a line of standard input holds
+  const char* given;   ///< heading of the first column
+  const char* result;  ///< heading of the second column
+  const char* what;    ///< what a line of standard input holds
 };
 
-/// What an option's number must be: finite and in decimal digits; likewise and not negative.
+/// Validators for the number of an option: finite and in decimal digits; NotNegative also refuses negative numbers.
 CLI::Validator Finite();
 CLI::Validator NotNegative();
 
@@ -57,8 +57,8 @@ void SwitchDimmingOn(const LutFiles& files, Panel* panel);
 /// Opens the panel, and switches dimming on if the options say so. \throws as Panel; Failure if a LUT file is wrong.
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log);
 
-/// Converts `given`, or where there is nothing in it the numbers on standard input, and prints a line for each: the
-/// result, or with the table option what was given, the result and the coverage.
+/// Converts `given`, or the numbers on standard input if `given` is empty. Prints one line for each: the result, or
+/// with the table option input, result and coverage.
 template <class Given, class Convert>
 void PrintConversions(const ConversionOptions& options, const std::vector<Given>& given, const ConversionNames& names,
                       Convert convert) {
@@ -84,7 +84,8 @@ void PrintConversions(const ConversionOptions& options, const std::vector<Given>
   }
 }
 
-/// Makes `command` a conversion by `convert`. \return the option for what is given.
+/// Adds the options of a conversion to `command`, and what it does: convert with `convert`. `log` outlives the command.
+/// \return the option that takes the input numbers.
 template <class Given, class Result>
 CLI::Option* AddConversion(CLI::App* command, CapturedLog* log, const char* option, const char* help,
                            const ConversionNames& names, Result (Panel::*convert)(Given, uint32_t, bool)) {
