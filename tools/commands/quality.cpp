@@ -236,9 +236,9 @@ void PrintJson(const Panel& panel, const QualityReport& report) {
       row["extrapolated_percent"] = *curve.extrapolated;
     }
     if (curve.jnd) {
-      row["jnd"] = {{"smallest", {{"jnd", curve.jnd->smallest}, {"from_level", curve.jnd->smallest_from}}},
-                    {"largest", {{"jnd", curve.jnd->largest}, {"from_level", curve.jnd->largest_from}}},
-                    {"standard_deviation", curve.jnd->deviation},
+      row["jnd"] = {{"smallest", {{"jnd", SixDecimals(curve.jnd->smallest)}, {"from_level", curve.jnd->smallest_from}}},
+                    {"largest", {{"jnd", SixDecimals(curve.jnd->largest)}, {"from_level", curve.jnd->largest_from}}},
+                    {"standard_deviation", SixDecimals(curve.jnd->deviation)},
                     {"distinct_steps", curve.jnd->distinct},
                     {"hidden_percent", curve.jnd->hidden_percent},
                     {"without_index", curve.jnd->without_index}};

@@ -1,7 +1,8 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <map>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -75,24 +76,25 @@ std::vector<double> LuminancesOf(Panel* panel, const StepsOptions& options) {
   return nits;
 }
 
-/// The ends of the slider, in nits. Without an option, the panel's own within the metric's range.
+bool Covers(const Metric& metric, double nits) { return nits >= metric.least && nits <= metric.most; }
+
+/// The ends of the slider, in nits. Without an option: the darkest and the brightest level that the metric covers.
 std::pair<double, double> EndsOf(const Panel& panel, const std::vector<double>& nits, const Metric& metric,
                                  const StepsOptions& options) {
-  const auto [darkest, brightest] = std::minmax_element(nits.begin(), nits.end());
-  const std::pair<double, double> ends = {options.min_nits.value_or(std::max(*darkest, metric.least)),
-                                          options.max_nits.value_or(std::min(*brightest, metric.most))};
-  for (const double end : {ends.first, ends.second}) {
-    if (!(end >= std::max(*darkest, metric.least) && end <= std::min(*brightest, metric.most))) {
-      throw Failure(
-          fmt::format("{}: found {} nits for an end of the slider, expected {} to {} nits: the panel shows {} "
-                      "to {} nits, and metric {} is defined from {} to {} nits",
-                      panel.File(), end, std::max(*darkest, metric.least), std::min(*brightest, metric.most), *darkest,
-                      *brightest, options.metric, metric.least, metric.most));
-    }
+  std::vector<double> covered;
+  std::copy_if(nits.begin(), nits.end(), std::back_inserter(covered),
+               [&](double each) { return Covers(metric, each); });
+  if (covered.empty()) {
+    throw Failure(fmt::format("{}: no level has a luminance from {} to {} nits, where metric {} is defined",
+                              panel.File(), metric.least, metric.most, options.metric));
   }
-  if (!(ends.first < ends.second)) {
-    throw Failure(fmt::format("{}: the slider begins at {} nits, expected less than its end, {} nits", panel.File(),
-                              ends.first, ends.second));
+  const auto [darkest, brightest] = std::minmax_element(covered.begin(), covered.end());
+  const std::pair<double, double> ends = {options.min_nits.value_or(*darkest), options.max_nits.value_or(*brightest)};
+  if (!(*darkest <= ends.first && ends.first < ends.second && ends.second <= *brightest)) {
+    throw Failure(
+        fmt::format("{}: found a slider from {} to {} nits, expected one that rises within {} to {} nits: the "
+                    "panel's levels where metric {} is defined",
+                    panel.File(), ends.first, ends.second, *darkest, *brightest, options.metric));
   }
   return ends;
 }
@@ -102,7 +104,7 @@ std::vector<SliderStep> StepsOf(const std::vector<double>& nits, const std::pair
                                 const Metric& metric, uint32_t count) {
   std::vector<double> on_metric;
   for (const double each : nits) {
-    on_metric.push_back(each >= metric.least && each <= metric.most ? metric.of_nits(each) : std::nan(""));
+    on_metric.push_back(Covers(metric, each) ? metric.of_nits(each) : std::nan(""));
   }
   const zarn::client::Curve curve(on_metric);
   const double first = metric.of_nits(ends.first);
@@ -143,8 +145,10 @@ void PrintJson(const Panel& panel, const std::vector<SliderStep>& steps, const M
       {"panel", panel.Name()},    {"file", panel.File()}, {"coverage", options.coverage},    {"hdr", options.hdr},
       {"metric", options.metric}, {"unit", metric.unit},  {"repeated", CountRepeated(steps)}};
   for (const SliderStep& step : steps) {
-    object["steps"].push_back(
-        {{"level", step.level}, {"nits", step.nits}, {"ideal_nits", step.ideal_nits}, {"residual", step.residual}});
+    object["steps"].push_back({{"level", step.level},
+                               {"nits", step.nits},
+                               {"ideal_nits", SixDecimals(step.ideal_nits)},
+                               {"residual", SixDecimals(step.residual)}});
   }
   fmt::print("{}\n", JsonLine(object));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -10,5 +11,8 @@ namespace blnits {
 inline std::string JsonLine(const nlohmann::ordered_json& object) {
   return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
 }
+
+/// A figure of vision with six decimals: the rest depends on the processor's logarithm. Any thread.
+inline double SixDecimals(double figure) { return std::round(figure * 1e6) / 1e6; }
 
 }  // namespace blnits
