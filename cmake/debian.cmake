@@ -39,4 +39,30 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library_package} ${same_version}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS gnuplot-nox)
 set(CPACK_COMPONENT_TOOL_DESCRIPTION
   "The command-line tool blnits, for those who measure panels: it makes,\nchecks, draws and compares calibration files.")
+
+if(BLNITS_C)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-backlight-nits)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "python3 (>= 3.9), python3-numpy, libbacklight-nits-c${PROJECT_VERSION_MAJOR} ${same_version}")
+  set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+    "The Python package backlight_nits, for colour scientists: levels and\nluminances of panels as NumPy arrays.")
+  # Python's compiled files belong to the package, but are made where it is installed.
+  file(WRITE ${PROJECT_BINARY_DIR}/debian/python/postinst "#!/bin/sh
+set -e
+if [ \"$1\" = configure ] && command -v py3compile >/dev/null; then
+  py3compile -p python3-backlight-nits
+fi
+")
+  file(WRITE ${PROJECT_BINARY_DIR}/debian/python/prerm "#!/bin/sh
+set -e
+if command -v py3clean >/dev/null; then
+  py3clean -p python3-backlight-nits
+fi
+")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_BINARY_DIR}/debian/python/postinst ${PROJECT_BINARY_DIR}/debian/python/prerm)
+endif()
 include(CPack)

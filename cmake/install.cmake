@@ -56,3 +56,13 @@ foreach(name IN LISTS packages)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endforeach()
+
+# Only for cpack: pip, not `cmake --install`, knows where the user's Python looks for packages.
+if(BLNITS_C)
+  set(python_folder lib/python3/dist-packages)
+  install(DIRECTORY python/backlight_nits DESTINATION ${python_folder} COMPONENT python EXCLUDE_FROM_ALL
+    FILES_MATCHING PATTERN *.py PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+  set(metadata ${PROJECT_BINARY_DIR}/backlight_nits-${PROJECT_VERSION}.egg-info)
+  file(WRITE ${metadata} "Metadata-Version: 2.1\nName: backlight-nits\nVersion: ${PROJECT_VERSION}\n")
+  install(FILES ${metadata} DESTINATION ${python_folder} COMPONENT python EXCLUDE_FROM_ALL)
+endif()
