@@ -3,7 +3,7 @@
     >>> from backlight_nits import Panel
     >>> panel = Panel("samples/backlight_calib_oled_phone.xml")
     >>> panel.nits(120, coverage=55)
-    239.17652941176473
+    239.1765
     >>> panel.curve(coverage=55).level(239.2)
     120
 
@@ -40,3 +40,7 @@ __all__ = [
     "Range",
     "RefusedError",
 ]
+
+# Tracebacks and help show the names that callers use.
+for _name in __all__:
+    globals()[_name].__module__ = __name__

@@ -2,6 +2,7 @@
 
 import copy
 import ctypes
+import doctest
 import gc
 import os
 import pickle
@@ -169,6 +170,14 @@ def test_version(monkeypatch):
         monkeypatch.setattr(backlight_nits._library, "_VERSION", needed)
         with pytest.raises(ImportError, match="version"):
             backlight_nits._library.load()
+
+
+def test_printed_examples(monkeypatch):
+    monkeypatch.chdir(ROOT)
+    page = (ROOT / "docs/python.md").read_text().replace("```", "")
+    for name, text in (("python.md", page), ("backlight_nits", backlight_nits.__doc__)):
+        examples = doctest.DocTestParser().get_doctest(text, {}, name, name, 0)
+        assert doctest.DocTestRunner().run(examples).failed == 0 and len(examples.examples) > 3
 
 
 @pytest.mark.parametrize("library, words", [("/none.so", "libbacklight-nits-c1"), ("libc.so.6", "bln_version")])
