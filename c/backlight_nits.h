@@ -114,7 +114,7 @@ typedef void (*bln_log_function)(void* user_data, bln_log_level level, const cha
 /**
  * Why the last call on this thread that did not return ::BLN_OK failed: "panel.xml:12: ..." for a faulty file.
  * \return UTF-8 of at most 1,023 bytes, without control characters; never null; empty before the first error. The text
- * is valid until the next call on the same thread. Do not free it.
+ * stays until the next call on the same thread that fails. Do not free it.
  */
 BLN_API const char* bln_last_error(void);
 
