@@ -41,12 +41,26 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION
   "The command-line tool blnits, for those who measure panels: it makes,\nchecks, draws and compares calibration files.")
 
 if(BLNITS_C)
+  get_target_property(c_soversion backlight_nits_c SOVERSION)
+  set(c_package libbacklight-nits-c${c_soversion})
+  list(APPEND CPACK_COMPONENTS_ALL c_library c_development)
+  set(CPACK_DEBIAN_C_LIBRARY_PACKAGE_NAME ${c_package})
+  set(CPACK_DEBIAN_C_LIBRARY_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_C_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/triggers)
+  set(CPACK_COMPONENT_C_LIBRARY_DESCRIPTION
+    "The C library, for programs in any language: levels and luminances of\npanels from calibration files, single, as arrays and as sampled curves.")
+  set(CPACK_DEBIAN_C_DEVELOPMENT_PACKAGE_NAME libbacklight-nits-c-dev)
+  set(CPACK_DEBIAN_C_DEVELOPMENT_PACKAGE_SECTION libdevel)
+  set(CPACK_DEBIAN_C_DEVELOPMENT_PACKAGE_DEPENDS "${c_package} ${same_version}")
+  set(CPACK_COMPONENT_C_DEVELOPMENT_DESCRIPTION
+    "The header of the C library, and what CMake and pkg-config need to link it.")
+
   list(APPEND CPACK_COMPONENTS_ALL python)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-backlight-nits)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-    "python3 (>= 3.9), python3-numpy, libbacklight-nits-c${PROJECT_VERSION_MAJOR} ${same_version}")
+    "python3 (>= 3.9), python3-numpy, ${c_package} ${same_version}")
   set(CPACK_COMPONENT_PYTHON_DESCRIPTION
     "The Python package backlight_nits, for colour scientists: levels and\nluminances of panels as NumPy arrays.")
   # Python's compiled files belong to the package, but are made where it is installed.

@@ -36,6 +36,22 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/backlight_nits-config-version.cmake
   DESTINATION ${package_folder} COMPONENT development)
 
+if(BLNITS_C)
+  # An export set of its own: the C library's development files need none of the C++ library's.
+  set(c_header_folder ${CMAKE_INSTALL_INCLUDEDIR}/backlight_nits_c)
+  set(c_package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/backlight_nits_c)
+  get_target_property(c_version backlight_nits_c VERSION)
+  install(TARGETS backlight_nits_c EXPORT backlight_nits_c
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT c_library NAMELINK_COMPONENT c_development
+    FILE_SET HEADERS DESTINATION ${c_header_folder} COMPONENT c_development)
+  install(EXPORT backlight_nits_c NAMESPACE backlight_nits:: DESTINATION ${c_package_folder} COMPONENT c_development
+    FILE backlight_nits_c-config.cmake)
+  write_basic_package_version_file(backlight_nits_c-config-version.cmake VERSION ${c_version}
+    COMPATIBILITY SameMajorVersion)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/backlight_nits_c-config-version.cmake
+    DESTINATION ${c_package_folder} COMPONENT c_development)
+endif()
+
 # A relative path, so that the installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 set(packages backlight_nits backlight_nits_client)
@@ -56,9 +72,12 @@ foreach(name IN LISTS packages)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endforeach()
-
-# Only for cpack: pip, not `cmake --install`, knows where the user's Python looks for packages.
 if(BLNITS_C)
+  configure_file(cmake/backlight-nits-c.pc.in backlight-nits-c.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/backlight-nits-c.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT c_development)
+
+  # Only for cpack: pip, not `cmake --install`, knows where the user's Python looks for packages.
   set(python_folder lib/python3/dist-packages)
   install(DIRECTORY python/backlight_nits DESTINATION ${python_folder} COMPONENT python EXCLUDE_FROM_ALL
     FILES_MATCHING PATTERN *.py PATTERN py.typed PATTERN __pycache__ EXCLUDE)

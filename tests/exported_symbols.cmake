@@ -1,7 +1,15 @@
-# Fails if the library exports anything except its entry point.
+# Fails if LIBRARY exports anything except EXPECTED: a function, or the functions that a header declares.
 execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY}
                 OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE " [^\n]*\n" ";" symbols "${symbols}")
-if(NOT symbols STREQUAL "GetBackLightNitsFactoryIntf;")
-  message(FATAL_ERROR "exported: ${symbols}")
+string(REGEX REPLACE ";$" "" symbols "${symbols}")
+if(EXISTS ${EXPECTED})
+  file(READ ${EXPECTED} header)
+  string(REGEX MATCHALL "\nBLN_API [a-z0-9_ *]+\\(" EXPECTED "${header}")
+  list(TRANSFORM EXPECTED REPLACE ".*[ *]([a-z0-9_]+)\\(" "\\1")
+endif()
+list(SORT symbols)
+list(SORT EXPECTED)
+if(NOT symbols STREQUAL "${EXPECTED}" OR symbols STREQUAL "")
+  message(FATAL_ERROR "exported: ${symbols}\nexpected: ${EXPECTED}")
 endif()
