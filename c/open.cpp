@@ -77,7 +77,7 @@ std::vector<std::string> PathsOf(const bln_context* context, const std::string& 
   std::vector<std::string> paths = {zarn::BackLightNitsParserImp(name).FileName()};
   if (context != nullptr) {
     for (const std::string& folder : context->folders) {
-      paths.push_back(folder + "/" + zarn::format::kFilePrefix + name + zarn::format::kFileSuffix);
+      paths.push_back(fmt::format("{}/{}{}{}", folder, zarn::format::kFilePrefix, name, zarn::format::kFileSuffix));
     }
   }
   return paths;

@@ -20,7 +20,8 @@ run_tests() {
   CTEST_PARALLEL_LEVEL=$(nproc) cmake --workflow --preset "$1"
 }
 
-# The C++ sources.
+# The C and C++ sources.
 sources() {
-  find interface client export parser engine common platform tools tests fuzz bench cmake -name '*.h' -o -name '*.cpp'
+  find interface client export parser engine common diagnosis c platform tools tests fuzz bench examples cmake \
+    -name '*.h' -o -name '*.cpp' -o -name '*.c'
 }
