@@ -35,6 +35,7 @@
 #define BLN_VERSION_PATCH 0
 
 #if defined(__GNUC__)
+/** Marks the functions that the library exports. */
 #define BLN_API __attribute__((visibility("default")))
 #else
 #define BLN_API
