@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <functional>
 #include <utility>
@@ -10,8 +11,10 @@
 #include "backlight_nits.h"
 #include "client.h"
 
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name): the system's functions
 extern "C" {
 void* __libc_malloc(size_t size);
+void* __libc_memalign(size_t alignment, size_t size);
 void __libc_free(void* memory);
 }
 
@@ -22,8 +25,8 @@ std::atomic<long> held{0};      // Allocations that are not freed yet.
 
 }  // namespace
 
-// The allocation functions of C++ and of the C library end up here.
-extern "C" void* malloc(size_t size) {
+// The allocation functions of C++ and of the C library end up here. clang would hide them.
+extern "C" __attribute__((visibility("default"))) void* malloc(size_t size) {
   if (allowed >= 0 && allowed-- == 0) {
     return nullptr;
   }
@@ -31,10 +34,18 @@ extern "C" void* malloc(size_t size) {
   held += memory != nullptr ? 1 : 0;
   return memory;
 }
-extern "C" void free(void* memory) {
+extern "C" __attribute__((visibility("default"))) void free(void* memory) {
   held -= memory != nullptr ? 1 : 0;
   __libc_free(memory);
 }
+
+// libc++ takes the memory of an exception from here. It has a reserve for the case that this fails.
+extern "C" __attribute__((visibility("default"))) int posix_memalign(void** memory, size_t alignment, size_t size) {
+  *memory = __libc_memalign(alignment, size);
+  held += *memory != nullptr ? 1 : 0;
+  return *memory != nullptr ? 0 : ENOMEM;
+}
+// NOLINTEND(bugprone-reserved-identifier, readability-inconsistent-declaration-parameter-name)
 
 namespace {
 

@@ -43,6 +43,7 @@ CurvePointer Sample(const bln_panel* panel, uint32_t coverage, bln_mode mode) {
 /// Below `limit`.
 uint32_t Any(std::mt19937* random, uint32_t limit) { return static_cast<uint32_t>((*random)() % limit); }
 
+// NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are what is compared
 bool SameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 client::Mode ModeOf(bln_mode mode) {
@@ -112,7 +113,7 @@ class CLibrary : public testing::Test {
 };
 
 TEST_F(CLibrary, GivesTheBitsOfTheDevicesLibrary) {
-  std::mt19937 random(1);
+  std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): the same in every run
   size_t calls = 0;
   const auto compare = [&](Both* both) {
     for (int round = 0; round < 50; ++round) {
