@@ -57,6 +57,12 @@ int main(int argc, char** argv) {
   std::signal(SIGXFSZ, SIG_IGN);  // A file beyond the user's size limit is then a write error, which is reported.
   try {
     return Run(argc, argv);
+  } catch (const blnits::Failure& failure) {
+    const int status = Say(failure.what());
+    for (const std::string& line : failure.more) {
+      Say(line);
+    }
+    return status;
   } catch (const std::exception& error) {
     return Say(error.what());
   }

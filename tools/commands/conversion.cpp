@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "support/csv.h"
+
 namespace blnits {
 namespace {
 

@@ -15,11 +15,13 @@
 #include "check/report.h"
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/readings_options.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
+#include "readings/by_table.h"
+#include "readings/readings.h"
 #include "support/failure.h"
 #include "support/fitting.h"
-#include "support/measurements.h"
 #include "support/memory_file.h"
 #include "support/output_file.h"
 
@@ -29,7 +31,9 @@ namespace {
 namespace format = zarn::format;
 
 struct ImportOptions {
-  std::map<zarn::BLNitsParams, std::string> tables;  ///< Paths of the measurements of each table; empty: not measured.
+  std::map<zarn::BLNitsParams, std::string> tables;  ///< Paths of the measurements of each table; empty: none.
+  std::string readings;                              ///< Path of the measurements of several tables; empty: none.
+  ReadingsOptions reading;                           ///< How these files are read.
   std::string linear;
   double gamma = 0.0;
   uint32_t minimum_bl = 0;
@@ -66,10 +70,41 @@ class Story {
 
 using Points = std::vector<zarn::BlNitsPoint>;
 
+/// The reading of one level, or the mean of several.
+struct Reading {
+  uint32_t level;
+  double nits;   ///< The mean.
+  size_t count;  ///< How many readings the mean has.
+  double least;  ///< The smallest reading, in nits.
+  double most;
+};
+
+std::string OptionOf(const MeasuredTable& table) { return fmt::format("--{}-{}", table.group, table.coverage); }
+
 std::string NameOfFile(const std::string& path) { return std::filesystem::path(path).filename().string(); }
 
 std::string Counted(size_t count, const char* what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+/// The readings by level; several readings of one level are averaged.
+std::vector<Reading> Averaged(std::vector<RawReading> raw) {
+  std::stable_sort(raw.begin(), raw.end(), [](const RawReading& a, const RawReading& b) { return a.level < b.level; });
+  std::vector<Reading> readings;
+  for (const RawReading& each : raw) {
+    if (readings.empty() || readings.back().level != each.level) {
+      readings.push_back({each.level, 0.0, 0, each.nits, each.nits});
+    }
+    Reading& reading = readings.back();
+    reading.nits += each.nits;  // The sum, until all are added.
+    ++reading.count;
+    reading.least = std::min(reading.least, each.nits);
+    reading.most = std::max(reading.most, each.nits);
+  }
+  for (Reading& reading : readings) {
+    reading.nits /= static_cast<double>(reading.count);
+  }
+  return readings;
 }
 
 void TellRepeated(const std::vector<Reading>& readings, const char* table, Story* story) {
@@ -126,9 +161,9 @@ Points Thin(const Points& points, const std::string& tolerance, const char* tabl
   return kept;
 }
 
-Points ReadTable(const std::string& file, const char* table, const ImportOptions& options, Story* story) {
-  std::vector<Reading> readings = ReadMeasurements(file);
-  story->Tell(fmt::format("{}: {} from {}", table, Counted(readings.size(), "level"), NameOfFile(file)));
+Points MakeTable(const TableReadings& measured, const char* table, const ImportOptions& options, Story* story) {
+  std::vector<Reading> readings = Averaged(measured.readings);
+  story->Tell(fmt::format("{}: {} from {}", table, Counted(readings.size(), "level"), NameOfFile(measured.from.path)));
   TellRepeated(readings, table, story);
   if (options.monotone) {
     MakeMonotone(&readings, table, story);
@@ -140,25 +175,53 @@ Points ReadTable(const std::string& file, const char* table, const ImportOptions
   return options.tolerance.empty() ? points : Thin(points, options.tolerance, table, story);
 }
 
+std::vector<GivenFile> GivenFiles(const ImportOptions& options) {
+  std::vector<GivenFile> files;
+  for (const MeasuredTable* const table : TablesAsRead()) {
+    files.push_back({options.tables.at(table->param), OptionOf(*table), table});
+  }
+  files.push_back({options.readings, "--readings", nullptr});
+  files.erase(std::remove_if(files.begin(), files.end(), [](const GivenFile& file) { return file.path.empty(); }),
+              files.end());
+  return files;
+}
+
+ReadingsByTable ReadFiles(const ImportOptions& options, Story* story) {
+  ReadingsByTable measured;
+  for (const GivenFile& given : GivenFiles(options)) {
+    const ReadingsFile file = ReadReadings(given.path, options.reading);
+    for (const std::string& note : file.notes) {
+      story->Tell(fmt::format("{}: {}", NameOfFile(given.path), note));
+    }
+    AddToTables(given, file, &measured);
+  }
+  if (measured.count(format::kStandard100.param) == 0) {
+    throw Failure(fmt::format("{}: found no readings of it, expected {} FILE or --readings FILE",
+                              FindTable(100, false)->name, OptionOf(*FindTable(100, false))));
+  }
+  return measured;
+}
+
 /// The table that replaces an unmeasured `table`: the full screen of the same operation if measured, otherwise the
 /// standard table of the same window.
-const MeasuredTable& Instead(const MeasuredTable& table, const ImportOptions& options) {
+const MeasuredTable& Instead(const MeasuredTable& table, const ReadingsByTable& measured) {
   const MeasuredTable& full = *FindTable(100, table.hdr);
-  return table.hdr && options.tables.at(full.param).empty() ? *FindTable(table.coverage, false) : full;
+  return table.hdr && measured.count(full.param) == 0 ? *FindTable(table.coverage, false) : full;
 }
 
 using Tables = std::map<zarn::BLNitsParams, Points>;
 
 Tables ReadTables(const ImportOptions& options, Story* story) {
+  const ReadingsByTable measured = ReadFiles(options, story);
   Tables tables;
   for (const MeasuredTable* const table : TablesAsRead()) {
-    const std::string& file = options.tables.at(table->param);
-    if (file.empty()) {
-      const MeasuredTable& instead = Instead(*table, options);
+    const auto found = measured.find(table->param);
+    if (found == measured.end()) {
+      const MeasuredTable& instead = Instead(*table, measured);
       story->Tell(fmt::format("{}: not measured, copied from {}", table->name, instead.name));
       tables[table->param] = tables[instead.param];
     } else {
-      tables[table->param] = ReadTable(file, table->name, options, story);
+      tables[table->param] = MakeTable(found->second, table->name, options, story);
     }
   }
   return tables;
@@ -250,7 +313,7 @@ void Write(const ImportOptions& options, std::FILE* told, std::ostream& file) {
 }
 
 void CheckOutput(const ImportOptions& options) {
-  std::vector<std::string> inputs = {options.linear};
+  std::vector<std::string> inputs = {options.linear, options.readings, options.reading.levels};
   for (const auto& [table, file] : options.tables) {
     inputs.push_back(file);
   }
@@ -301,14 +364,18 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
   auto* const command = app->add_subcommand("import", "Make a calibration file from measurements, and check it");
   auto options = std::make_shared<ImportOptions>();
   for (const MeasuredTable* const table : TablesAsRead()) {
-    const bool required = table->param == format::kStandard100.param;
     command
-        ->add_option(fmt::format("--{}-{}", table->group, table->coverage), options->tables[table->param],
-                     fmt::format("CSV file, level,nits: {}{}", table->name,
-                                 required ? "" : "; default: a copy of another table"))
-        ->required(required)
+        ->add_option(
+            OptionOf(*table), options->tables[table->param],
+            fmt::format("File of readings: {}{}", table->name,
+                        table->param == format::kStandard100.param ? "" : "; default: a copy of another table"))
         ->type_name("FILE");
   }
+  command
+      ->add_option("--readings", options->readings,
+                   "File of readings of several tables, told apart by its columns coverage and mode")
+      ->type_name("FILE");
+  AddReadingsOptions(command, &options->reading);
   command->add_option("--linear", options->linear, "CSV file, linearized level,panel level; default: a straight line")
       ->type_name("FILE");
   const auto level = CLI::Range(0, INT32_MAX).description("");
@@ -349,11 +416,14 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
       ->required()
       ->type_name("FILE");
   command->footer(
-      "CSV files may have a header, which names the columns, and comments after '#'. Readings of the same level\n"
-      "are averaged.\n"
+      HelpOnReadingKinds() +
+      "Readings of the same level are averaged.\n"
       "Example: blnits import --standard-100 full.csv --standard-10 window.csv --minimum-bl 1 --max-bl 4095\n"
       "           --max-os-bl 255 --gamma 2.2 --date 2026-11-23 --monotone -o backlight_calib_mine.xml");
-  command->callback([options, log] { Run(*options, log); });
+  command->callback([options, log] {
+    options->reading.top_level = options->max_os_bl;
+    Run(*options, log);
+  });
 }
 
 }  // namespace blnits

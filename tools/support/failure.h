@@ -2,6 +2,9 @@
 
 #include <exception>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace blnits {
 
@@ -9,6 +12,11 @@ namespace blnits {
 /// complete line for the user. Exit status 2.
 struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
+  /// \param first the line of what(). \param others further lines for the user.
+  Failure(const std::string& first, std::vector<std::string> others)
+      : std::runtime_error(first), more(std::move(others)) {}
+
+  std::vector<std::string> more;  ///< Lines after what().
 };
 
 /// The subcommand worked and its answer is negative; it has printed everything. Exit status 1.
