@@ -27,7 +27,7 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "blnits " BLNITS_VERSION);
   app.footer(
-      "Exit status: 0 for success; 1 when check finds an error or diff exceeds a limit; 2 for wrong usage, a refused\n"
+      "Exit status: 0 for success; 1 when check finds an error, or diff or verify exceeds a limit; 2 for wrong usage, a refused\n"
       "file or level, or output that cannot be written.\n"
       "Each subcommand has a --help with an example. Begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
@@ -39,6 +39,7 @@ int Run(int argc, char** argv) {
   blnits::AddQualityCommand(&app, &log);
   blnits::AddStepsCommand(&app, &log);
   blnits::AddDiffCommand(&app, &log);
+  blnits::AddVerifyCommand(&app, &log);
   blnits::AddImportCommand(&app, &log);
   blnits::AddManualCommand(&app);
   blnits::AddHelpCommand(&app);

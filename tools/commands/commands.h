@@ -18,6 +18,7 @@ void AddLevelCommand(CLI::App* app, CapturedLog* log);
 void AddLinearCommand(CLI::App* app, CapturedLog* log);
 void AddShowCommand(CLI::App* app, CapturedLog* log);
 void AddStepsCommand(CLI::App* app, CapturedLog* log);
+void AddVerifyCommand(CLI::App* app, CapturedLog* log);
 
 /// Covers all subcommands that `app` has when it runs.
 void AddManualCommand(CLI::App* app);

@@ -282,25 +282,8 @@ Plot PlotOf(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
            {"second - first", options.logarithmic ? "%" : "nits", false, LinesOf(differences, {})}}};
 }
 
-PictureFormat FormatOf(const CurveOptions& options) {
-  const auto ends = [&](const std::string& end) {
-    return options.output.size() >= end.size() &&
-           options.output.compare(options.output.size() - end.size(), end.size(), end) == 0;
-  };
-  if (options.output.empty() && options.format.empty()) {
-    return PictureFormat::kText;
-  }
-  if (options.format == "png" || (options.format.empty() && ends(".png"))) {
-    return PictureFormat::kPng;
-  }
-  if (options.format == "svg" || options.output == "-" || ends(".svg")) {
-    return PictureFormat::kSvg;
-  }
-  throw Failure(fmt::format("{}: the name must end with .svg or .png, or --format must be given", options.output));
-}
-
 void DrawCurves(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
-  const PictureFormat format = FormatOf(options);
+  const PictureFormat format = PictureFormatOf(options.output, options.format);
   const Plot plot = PlotOf(panels, options);
   if (format == PictureFormat::kText) {
     fmt::print("{}", Drawn(plot, format));

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <set>
 
+#include "support/failure.h"
 #include "support/gnuplot.h"
 #include "support/terminal.h"
 
@@ -243,6 +244,22 @@ void SetTitle(const std::string& title, std::string* svg) {
 }
 
 }  // namespace
+
+PictureFormat PictureFormatOf(const std::string& output, const std::string& format) {
+  const auto ends = [&](const std::string& end) {
+    return output.size() >= end.size() && output.compare(output.size() - end.size(), end.size(), end) == 0;
+  };
+  if (output.empty() && format.empty()) {
+    return PictureFormat::kText;
+  }
+  if (format == "png" || (format.empty() && ends(".png"))) {
+    return PictureFormat::kPng;
+  }
+  if (format == "svg" || output == "-" || ends(".svg")) {
+    return PictureFormat::kSvg;
+  }
+  throw Failure(fmt::format("{}: the name must end with .svg or .png, or --format must be given", output));
+}
 
 std::string Drawn(const Plot& plot, PictureFormat format) {
   std::string picture = RunGnuplot(ScriptOf(plot, DeviceFor(format, plot.panes.size()), format));

@@ -34,6 +34,10 @@ struct Plot {
 
 enum class PictureFormat { kText, kSvg, kPng };
 
+/// The format of a picture file by its name or by `format` ("svg", "png" or empty). Without both: kText.
+/// \throws Failure if neither tells.
+PictureFormat PictureFormatOf(const std::string& output, const std::string& format);
+
 /// The bytes of a picture file; for kText the characters for this process's terminal, in its size and colours.
 /// \throws Failure if gnuplot is missing or fails.
 std::string Drawn(const Plot& plot, PictureFormat format);
