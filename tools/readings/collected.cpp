@@ -71,7 +71,7 @@ void Collected::Add(size_t line, double level, double nits, const Circumstances&
   }
   const double whole = std::round(scaled);
   rounding_ = std::max(rounding_, std::abs(scaled - whole));
-  file_.readings.push_back({static_cast<uint32_t>(whole), nits, circumstances.coverage, circumstances.hbm, line});
+  file_.readings.push_back({static_cast<uint32_t>(whole), circumstances.coverage, circumstances.hbm, nits, line});
 }
 
 void Collected::AddInOrder(size_t line, double nits, const Circumstances& circumstances) {

@@ -12,9 +12,9 @@ namespace blnits {
 /// One reading of an instrument, or one point of another device's file.
 struct RawReading {
   uint32_t level;                    ///< Client level, at most INT32_MAX: after the scale, rounded to a whole one.
-  double nits;                       ///< Finite.
   std::optional<uint32_t> coverage;  ///< In per cent, 1 to 100; empty if the file does not tell it.
   std::optional<bool> hbm;           ///< Whether it is high brightness; empty if the file does not tell it.
+  double nits;                       ///< Finite.
   size_t line;                       ///< In the file, from 1.
 };
 

@@ -15,7 +15,7 @@ class Troubles {
   /// \param source the file's name in messages.
   explicit Troubles(std::string source) : source_(std::move(source)) {}
 
-  /// Adds what was found on a line and what was expected. \throws Failure with all of them beyond kLimit.
+  /// Adds what was found on a line and what was expected. Messages have the order of the lines. \throws Failure with all of them beyond kLimit.
   void Add(size_t line, const std::string& text);
 
   /// \throws Failure with all of them if there are any.
@@ -23,7 +23,7 @@ class Troubles {
 
  private:
   std::string source_;
-  std::vector<std::string> lines_;
+  std::vector<std::pair<size_t, std::string>> faults_;  ///< Each with its line.
 };
 
 }  // namespace blnits
