@@ -365,10 +365,10 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
   auto options = std::make_shared<ImportOptions>();
   for (const MeasuredTable* const table : TablesAsRead()) {
     command
-        ->add_option(
-            OptionOf(*table), options->tables[table->param],
-            fmt::format("File of readings: {}{}", table->name,
-                        table->param == format::kStandard100.param ? "" : "; default: a copy of another table"))
+        ->add_option(OptionOf(*table), options->tables[table->param],
+                     fmt::format("File of readings: {}{}", table->name,
+                                 table->param == format::kStandard100.param ? "; needed unless --readings has it"
+                                                                            : "; default: a copy of another table"))
         ->type_name("FILE");
   }
   command

@@ -53,10 +53,10 @@ void Collected::SetTransition(double transition) {
   file_.split = true;
 }
 
-std::optional<double> Collected::Level(size_t line, const std::string& text) {
+std::optional<double> Collected::Level(size_t line, const std::string& text, const std::string& found) {
   const std::optional<double> level = LevelIn(text, scaled_);
   if (!level) {
-    Refuse(line, fmt::format("found \"{}\", expected {}", Shown(text), WhatLevelsAre(text, scaled_)));
+    Refuse(line, fmt::format("found \"{}\", expected {}", Shown(found), WhatLevelsAre(text, scaled_)));
   }
   return level;
 }

@@ -39,8 +39,8 @@ class Collected {
 
   void Note(std::string note) { file_.notes.push_back(std::move(note)); }
 
-  /// The level in `text`, in the file's scale; refuses other text.
-  std::optional<double> Level(size_t line, const std::string& text);
+  /// The level in `text`, in the file's scale; refuses other text. \param found the text as the file has it.
+  std::optional<double> Level(size_t line, const std::string& text, const std::string& found);
 
   /// Takes a reading. `level` is in the file's scale.
   void Add(size_t line, double level, double nits, const Circumstances& circumstances = {});

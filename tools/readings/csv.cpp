@@ -100,7 +100,7 @@ class CsvReadings {
 
   std::optional<double> TakeLevel() {
     const std::string& field = table_.Field(kLevel);
-    return IsMarkedAsBefore(field) ? collected_.Level(table_.Line(), Decimal(field)) : std::nullopt;
+    return IsMarkedAsBefore(field) ? collected_.Level(table_.Line(), Decimal(field), field) : std::nullopt;
   }
 
   std::optional<double> TakeNits() {

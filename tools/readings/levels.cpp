@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
+#include <system_error>
 
 #include "foreign_text.h"
 #include "support/csv.h"
@@ -91,6 +93,10 @@ std::string WhatLevelsAre(const std::string& text, bool scaled) {
 
 std::vector<double> LevelsOf(const std::string& text, bool scaled, size_t most) {
   const auto range = RangeIn(text, scaled);
+  std::error_code error;
+  if (!range && text.find("..") != std::string::npos && !std::filesystem::exists(text, error)) {
+    throw Failure(fmt::format("--levels: found \"{}\", expected FIRST..LAST, FIRST..LAST:STEP or a file", Shown(text)));
+  }
   return range ? LevelsIn(*range, text, most) : LevelsInFile(text, scaled, most);
 }
 

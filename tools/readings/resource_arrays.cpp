@@ -41,14 +41,14 @@ void ReadResourceArrays(const CalibrationSource& file, Collected* collected) {
   const size_t count = CountItems(levels);
   if (count == 0 || CountItems(luminances) != count) {
     collected->Refuse(LineOf(luminances),
-                      fmt::format("found {} items in {} and {} in {}, expected as many, and not none",
+                      fmt::format("found {} items in {} and {} in {}, expected equal numbers above 0",
                                   CountItems(luminances), kNits, count, kLevels));
     return;
   }
   const auto* luminance = luminances.FirstChildElement("item");
   for (const auto* item = levels.FirstChildElement("item"); item != nullptr;
        item = item->NextSiblingElement("item"), luminance = luminance->NextSiblingElement("item")) {
-    const auto level = collected->Level(LineOf(*item), TextOf(*item));
+    const auto level = collected->Level(LineOf(*item), TextOf(*item), TextOf(*item));
     const auto nits = DecimalIn(*luminance, "a luminance in nits", collected);
     if (level && nits) {
       collected->Add(LineOf(*item), *level, *nits);
