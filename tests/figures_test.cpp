@@ -42,10 +42,12 @@ TEST(Figures, HaveThePublishedValues) {
 }
 
 TEST(Figures, ComeBack) {
-  for (double index = 1.5; index < 1023; index += 0.5) {
+  for (int half = 3; half < 2046; ++half) {
+    const double index = half / 2.0;
     EXPECT_NEAR(JndIndexOfNits(NitsOfJndIndex(index)).value(), index, 1e-9);
   }
-  for (double nits = 0.001; nits < 10000; nits *= 1.01) {
+  for (int power = -300; power < 400; ++power) {
+    const double nits = std::pow(10.0, power / 100.0);
     EXPECT_NEAR(NitsOfPq(PqOfNits(nits)) / nits, 1.0, 1e-11);
     EXPECT_NEAR(RelativeOfLightness(LightnessOf(nits / 10000)) * 10000 / nits, 1.0, 1e-12);
   }

@@ -28,9 +28,10 @@ std::optional<double> JndIndexOfNits(double nits) {
   }
   double below = 1.0;
   double above = 1024.0;
-  // Until the interval cannot become smaller.
-  for (double middle = 512.0; middle > below && middle < above; middle = below + (above - below) / 2.0) {
+  double middle = 512.0;
+  while (middle > below && middle < above) {  // until the interval cannot become smaller
     (NitsOfJndIndex(middle) <= nits ? below : above) = middle;
+    middle = below + (above - below) / 2.0;
   }
   return below;
 }
