@@ -118,7 +118,7 @@ void Collected::TellScale() {
   if (scale_.from != scale_.to) {
     Note(fmt::format("scale: {} is level {}", scale_.from, scale_.to));
   }
-  constexpr double kVisible = 1e-6;
+  constexpr double kVisible = 0.001;
   if (rounding_ > kVisible) {
     Note(fmt::format("levels are rounded to whole ones, by at most {:.3g}", rounding_));
   }

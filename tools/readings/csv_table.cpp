@@ -115,7 +115,7 @@ void CsvTable::Locate() {
   }
   places_.assign(columns_.size(), kNowhere);
   fields_ = rows_.Fields().size();
-  if (rows_.IsHeader()) {
+  if (rows_.IsHeader() || HasName(rows_.Fields())) {
     header_ = rows_.Fields();
     LocateByHeader();
   } else {
@@ -125,6 +125,16 @@ void CsvTable::Locate() {
   if (fields_ != needed_) {
     expected_ = fmt::format("{} as in line {}", fields_, Line());
   }
+}
+
+// A header may have a number, such as a date, among its names.
+bool CsvTable::HasName(const std::vector<std::string>& fields) const {
+  return std::any_of(fields.begin(), fields.end(), [&](const std::string& field) {
+    return std::any_of(columns_.begin(), columns_.end(), [&](const Column& column) {
+      const std::string name = Normal(HeadingOf(field).name);
+      return std::find(column.names.begin(), column.names.end(), name) != column.names.end();
+    });
+  });
 }
 
 // The chosen columns first: the others are looked for in the rest.

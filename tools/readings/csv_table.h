@@ -54,6 +54,7 @@ class CsvTable {
 
   bool Located() const { return !places_.empty(); }
   void Locate();
+  bool HasName(const std::vector<std::string>& fields) const;
   void LocateByHeader();
   void LocateByOrder();
   size_t PlaceOfChosen(const Column& column) const;

@@ -10,7 +10,7 @@ namespace blnits {
 
 void Troubles::Add(size_t line, const std::string& text) {
   if (faults_.size() == kLimit) {
-    constexpr size_t kLast = static_cast<size_t>(-1);
+    constexpr auto kLast = static_cast<size_t>(-1);
     faults_.emplace_back(kLast,
                          fmt::format("{}: the rest of the file is not examined after {} faults", source_, kLimit));
     Check();
