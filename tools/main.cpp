@@ -27,8 +27,8 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "blnits " BLNITS_VERSION);
   app.footer(
-      "Exit status: 0 for success; 1 when check finds an error, or diff or verify exceeds a limit; 2 for wrong usage, a refused\n"
-      "file or level, or output that cannot be written.\n"
+      "Exit status: 0 for success; 1 when check finds an error, or diff or verify exceeds a limit; 2 for wrong usage,\n"
+      "a refused file or level, or output that cannot be written.\n"
       "Each subcommand has a --help with an example. Begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
