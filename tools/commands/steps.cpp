@@ -102,10 +102,9 @@ std::pair<double, double> EndsOf(const Panel& panel, const std::vector<double>& 
 // The nearest level on the metric is at most half a step between two levels away.
 std::vector<SliderStep> StepsOf(const std::vector<double>& nits, const std::pair<double, double>& ends,
                                 const Metric& metric, uint32_t count) {
-  std::vector<double> on_metric;
-  for (const double each : nits) {
-    on_metric.push_back(Covers(metric, each) ? metric.of_nits(each) : std::nan(""));
-  }
+  std::vector<double> on_metric(nits.size());
+  std::transform(nits.begin(), nits.end(), on_metric.begin(),
+                 [&](double each) { return Covers(metric, each) ? metric.of_nits(each) : std::nan(""); });
   const zarn::client::Curve curve(on_metric);
   const double first = metric.of_nits(ends.first);
   const double last = metric.of_nits(ends.second);

@@ -90,13 +90,11 @@ std::optional<double> LimitOf(const VerifyOptions& options, Unit unit) {
 
 // Without a JND index there is no error in JND, and nothing to judge.
 bool IsBeyond(const Residual& residual, const VerifyOptions& options) {
-  for (const Unit unit : {kNits, kPercent, kJnd}) {
+  const auto exceeds = [&](Unit unit) {
     const std::optional<double> limit = LimitOf(options, unit);
-    if (limit && (std::isnan(residual.calibrated) || std::abs(residual.errors[unit]) > *limit)) {
-      return true;
-    }
-  }
-  return false;
+    return limit && (std::isnan(residual.calibrated) || std::abs(residual.errors[unit]) > *limit);
+  };
+  return exceeds(kNits) || exceeds(kPercent) || exceeds(kJnd);
 }
 
 double JndBetween(double calibrated, double read) {
