@@ -17,7 +17,7 @@ struct Argument {
 inline bln_status CheckNotNull(const char* function, std::initializer_list<Argument> arguments) {
   for (const Argument& argument : arguments) {
     if (argument.pointer == nullptr) {
-      return Fail(BLN_INVALID_ARGUMENT, "{}: {} is null", function, argument.name);
+      return Fail(BLN_INVALID_ARGUMENT, "%s: %s is null", function, argument.name);
     }
   }
   return BLN_OK;
@@ -32,7 +32,7 @@ inline Argument Array(const char* name, const void* pointer, size_t count) {
 inline bln_status CheckMode(const char* function, bln_mode mode) {
   return mode == BLN_STANDARD || mode == BLN_HIGH_BRIGHTNESS
              ? BLN_OK
-             : Fail(BLN_INVALID_ARGUMENT, "{}: mode is {}, expected BLN_STANDARD (0) or BLN_HIGH_BRIGHTNESS (1)",
+             : Fail(BLN_INVALID_ARGUMENT, "%s: mode is %d, expected BLN_STANDARD (0) or BLN_HIGH_BRIGHTNESS (1)",
                     function, mode);
 }
 

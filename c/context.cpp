@@ -44,7 +44,7 @@ bln_status bln_context_add_folder(bln_context* context, const char* folder) {
     return status;
   }
   if (*folder == '\0') {
-    return Fail(BLN_INVALID_ARGUMENT, "{}: folder is empty", __func__);
+    return Fail(BLN_INVALID_ARGUMENT, "%s: folder is empty", __func__);
   }
   return Guarded([&] {
     context->folders.emplace_back(folder);
@@ -58,7 +58,7 @@ bln_status bln_context_add_xdg_folders(bln_context* context, const char* subfold
     return status;
   }
   if (*subfolder == '\0' || *subfolder == '/') {
-    return Fail(BLN_INVALID_ARGUMENT, "{}: subfolder must be a relative path, not empty", __func__);
+    return Fail(BLN_INVALID_ARGUMENT, "%s: subfolder must be a relative path, not empty", __func__);
   }
   const char* const set = std::getenv("XDG_DATA_DIRS");
   const char* const data_dirs = set != nullptr && *set != '\0' ? set : "/usr/local/share:/usr/share";

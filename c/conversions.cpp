@@ -15,9 +15,9 @@ using blnits::Read;
 namespace {
 
 bln_status CheckCoverage(const bln_panel* panel, uint32_t coverage) {
-  return coverage >= 1 && coverage <= 100
-             ? BLN_OK
-             : Fail(BLN_REFUSED, "{}: coverage is {}, expected 1 to 100 per cent", Printable(panel->file), coverage);
+  return coverage >= 1 && coverage <= 100 ? BLN_OK
+                                          : Fail(BLN_REFUSED, "%s: coverage is %u, expected 1 to 100 per cent",
+                                                 Printable(panel->file).c_str(), coverage);
 }
 
 constexpr const char* kFaultyTable =
@@ -25,15 +25,15 @@ constexpr const char* kFaultyTable =
 
 bln_status FailToConvert(const bln_panel* panel, uint32_t level, size_t element) {
   const auto range = Read<zarn::BLRange>(panel, zarn::kBLRange);
-  return level > range.max_os_bl
-             ? Fail(BLN_REFUSED, "{}: level {} (element {}) is above the highest client level, {}",
-                    Printable(panel->file), level, element, range.max_os_bl)
-             : Fail(BLN_REFUSED, "{}: level {} (element {}): {}", Printable(panel->file), level, element, kFaultyTable);
+  return level > range.max_os_bl ? Fail(BLN_REFUSED, "%s: level %u (element %zu) is above the highest client level, %u",
+                                        Printable(panel->file).c_str(), level, element, range.max_os_bl)
+                                 : Fail(BLN_REFUSED, "%s: level %u (element %zu): %s", Printable(panel->file).c_str(),
+                                        level, element, kFaultyTable);
 }
 
 bln_status FailToConvert(const bln_panel* panel, double nits, size_t element) {
   const bool dimming = Read<zarn::BLDimmingStatus>(panel, zarn::kBLDimmingStatus).enabled;
-  return Fail(BLN_REFUSED, "{}: {} nits (element {}): {}", Printable(panel->file), nits, element,
+  return Fail(BLN_REFUSED, "%s: %g nits (element %zu): %s", Printable(panel->file).c_str(), nits, element,
               dimming ? "dimming is on but no LUTs are set" : kFaultyTable);
 }
 

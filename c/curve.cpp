@@ -27,8 +27,8 @@ bln_status Sample(const bln_panel* panel, uint32_t coverage, bln_mode mode, bln_
   const auto range = Read<zarn::BLRange>(panel, zarn::kBLRange);
   // The same limit as for linearized levels: the file alone decides the memory.
   if (range.max_os_bl > zarn::format::kLastLinearizedLevel) {
-    return Fail(BLN_REFUSED, "{}: the highest client level is {}, and a curve has at most level {}",
-                Printable(panel->file), range.max_os_bl, zarn::format::kLastLinearizedLevel);
+    return Fail(BLN_REFUSED, "%s: the highest client level is %u, and a curve has at most level %u",
+                Printable(panel->file).c_str(), range.max_os_bl, zarn::format::kLastLinearizedLevel);
   }
   std::vector<uint32_t> levels(size_t{range.max_os_bl} + 1);
   std::iota(levels.begin(), levels.end(), 0U);

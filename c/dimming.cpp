@@ -1,3 +1,4 @@
+#include <cinttypes>
 #include <limits>
 
 #include "arguments.h"
@@ -30,8 +31,8 @@ bln_status SetLuts(const char* function, bln_panel* panel, const uint32_t* panel
   constexpr uint64_t kMost = std::numeric_limits<uint32_t>::max();
   if (panel_level_count != needed || attenuation_count != needed_attenuation || needed > kMost ||
       needed_attenuation > kMost) {
-    return Fail(BLN_INVALID_ARGUMENT, "{}: found {} panel levels and {} factors, expected {} and {}", function,
-                panel_level_count, attenuation_count, needed, needed_attenuation);
+    return Fail(BLN_INVALID_ARGUMENT, "%s: found %zu panel levels and %zu factors, expected %" PRIu64 " and %" PRIu64,
+                function, panel_level_count, attenuation_count, needed, needed_attenuation);
   }
   zarn::DimmingLuts luts;
   luts.bl_lut_sz = static_cast<uint32_t>(panel_level_count);
@@ -40,8 +41,8 @@ bln_status SetLuts(const char* function, bln_panel* panel, const uint32_t* panel
   luts.pcc_attn_lut = const_cast<double*>(attenuation);
   return Write(panel, zarn::kBLDimmingLuts, luts) == 0
              ? BLN_OK
-             : Fail(BLN_REFUSED, "{}: a measured table does not allow interpolation at a dimmed level",
-                    Printable(panel->file));
+             : Fail(BLN_REFUSED, "%s: a measured table does not allow interpolation at a dimmed level",
+                    Printable(panel->file).c_str());
 }
 
 }  // namespace

@@ -56,8 +56,8 @@ bln_status FailToLoad(const std::string& file) {
   const std::vector<blnits::LoadTrouble> troubles = blnits::LoadTroubles(source);
   const blnits::LoadTrouble& first = troubles.front();
   const bln_status status = source.Load().fault == zarn::LoadFault::kUnreadable ? BLN_NOT_FOUND : BLN_BAD_FILE;
-  const std::string line = first.line > 0 ? fmt::format(":{}", first.line) : "";
-  return Fail(status, "{}{}: {}", Printable(file), line, first.text);
+  const std::string line = first.line > 0 ? ":" + std::to_string(first.line) : "";
+  return Fail(status, "%s%s: %s", Printable(file).c_str(), line.c_str(), first.text.c_str());
 }
 
 bln_status OpenFile(const bln_context* context, std::string path, bln_panel** panel) {
@@ -77,7 +77,7 @@ std::vector<std::string> PathsOf(const bln_context* context, const std::string& 
   std::vector<std::string> paths = {zarn::BackLightNitsParserImp(name).FileName()};
   if (context != nullptr) {
     for (const std::string& folder : context->folders) {
-      paths.push_back(fmt::format("{}/{}{}{}", folder, zarn::format::kFilePrefix, name, zarn::format::kFileSuffix));
+      paths.push_back(folder + "/" + zarn::format::kFilePrefix + name + zarn::format::kFileSuffix);
     }
   }
   return paths;
@@ -93,8 +93,8 @@ bln_status OpenPanel(const bln_context* context, const std::string& name, bln_pa
   for (const std::string& path : paths) {
     searched += (searched.empty() ? "" : ", ") + Printable(path);
   }
-  return Fail(BLN_NOT_FOUND, "panel {}: there is no calibration file that can be read; searched: {}", Printable(name),
-              searched);
+  return Fail(BLN_NOT_FOUND, "panel %s: there is no calibration file that can be read; searched: %s",
+              Printable(name).c_str(), searched.c_str());
 }
 
 }  // namespace
@@ -105,8 +105,9 @@ bln_status bln_panel_open(const bln_context* context, const char* name, bln_pane
     return status;
   }
   if (*name == '\0' || std::string_view(name).find('/') != std::string_view::npos) {
-    return Fail(BLN_INVALID_ARGUMENT, "{}: the panel's name must not be empty and have no slash; for a path, use {}",
-                __func__, "bln_panel_open_file");
+    return Fail(BLN_INVALID_ARGUMENT,
+                "%s: the panel's name must not be empty and have no slash; for a path, use bln_panel_open_file",
+                __func__);
   }
   return Guarded([&] { return OpenPanel(context, name, panel); });
 }

@@ -31,7 +31,7 @@ bln_status ReadNumber(const char* function, const bln_panel* panel,
 bln_status CheckRoom(const char* function, bool wanted, size_t capacity, size_t count) {
   return !wanted || capacity >= count
              ? BLN_OK
-             : Fail(BLN_TOO_SMALL, "{}: the arrays have {} elements, expected {}", function, capacity, count);
+             : Fail(BLN_TOO_SMALL, "%s: the arrays have %zu elements, expected %zu", function, capacity, count);
 }
 
 }  // namespace
@@ -70,7 +70,7 @@ bln_status bln_panel_table(const bln_panel* panel, bln_pattern pattern, bln_mode
     return status;
   }
   if (pattern != BLN_ONE_TENTH && pattern != BLN_FULL_SCREEN) {
-    return Fail(BLN_INVALID_ARGUMENT, "{}: pattern is {}, expected BLN_ONE_TENTH (10) or BLN_FULL_SCREEN (100)",
+    return Fail(BLN_INVALID_ARGUMENT, "%s: pattern is %d, expected BLN_ONE_TENTH (10) or BLN_FULL_SCREEN (100)",
                 function, pattern);
   }
   const auto* const table = blnits::FindTable(static_cast<uint32_t>(pattern), mode == BLN_HIGH_BRIGHTNESS);
@@ -97,9 +97,9 @@ bln_status bln_panel_linear_table(const bln_panel* panel, uint32_t* panel_levels
     const auto entries = Read<zarn::BLLinearTable>(panel, zarn::kBLLinearTable).entries;
     if (entries.empty()) {
       return Fail(BLN_REFUSED,
-                  "{}: the linear table has fewer than two pairs, does not rise strictly, does not begin at 0 or ends "
-                  "above {}",
-                  Printable(panel->file), zarn::format::kLastLinearizedLevel);
+                  "%s: the linear table has fewer than two pairs, does not rise strictly, does not begin at 0 or ends "
+                  "above %u",
+                  Printable(panel->file).c_str(), zarn::format::kLastLinearizedLevel);
     }
     *count = entries.size();
     const bln_status room = CheckRoom(function, panel_levels != nullptr, capacity, entries.size());

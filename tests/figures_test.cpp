@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 #include "figures/gsdf.h"
 #include "figures/lightness.h"
@@ -51,7 +52,7 @@ TEST(Figures, ComeBack) {
     EXPECT_NEAR(NitsOfPq(PqOfNits(nits)) / nits, 1.0, 1e-11);
     EXPECT_NEAR(RelativeOfLightness(LightnessOf(nits / 10000)) * 10000 / nits, 1.0, 1e-12);
   }
-  for (const double nits : {-1.0, 0.0, 0.0499, 4000.1, std::nan(""), 1.0 / 0.0}) {
+  for (const double nits : {-1.0, 0.0, 0.0499, 4000.1, std::nan(""), std::numeric_limits<double>::infinity()}) {
     EXPECT_FALSE(JndIndexOfNits(nits).has_value());
   }
   EXPECT_TRUE(JndIndexOfNits(0.05) && JndIndexOfNits(4000.0));
