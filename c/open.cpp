@@ -76,8 +76,10 @@ std::vector<std::string> PathsOf(const bln_context* context, const std::string& 
   const blnits::Logging logging(LogOf(context));
   std::vector<std::string> paths = {zarn::BackLightNitsParserImp(name).FileName()};
   if (context != nullptr) {
+    const std::string file_name = zarn::format::kFilePrefix + name + zarn::format::kFileSuffix;
     for (const std::string& folder : context->folders) {
-      paths.push_back(folder + "/" + zarn::format::kFilePrefix + name + zarn::format::kFileSuffix);
+      paths.push_back(folder);
+      paths.back().append("/").append(file_name);
     }
   }
   return paths;
