@@ -193,8 +193,9 @@ void AddCurves() {
   add("nits to level, curve", "library", curve_level);
   add("nits to level, curve", "array", [](auto& c, auto& r) { return LevelIn(c.all.array, r.nits); });
   add("nits to level, curve", "engine, maps", [](auto& c, auto& r) { return c.dimmed.Level({55, 0, r.nits}); });
-  add("level to nits, curve", "threads", curve_nits)->ThreadRange(1, 2)->UseRealTime();
-  add("nits to level, curve", "threads", curve_level)->ThreadRange(1, 2)->UseRealTime();
+  // Long enough that starting the threads does not count.
+  add("level to nits, curve", "threads", curve_nits)->ThreadRange(1, 2)->UseRealTime()->MinTime(0.4);
+  add("nits to level, curve", "threads", curve_level)->ThreadRange(1, 2)->UseRealTime()->MinTime(0.4);
 
   add("sampling, tables", "library", [](auto& c, auto&) { return c.all.plain.client.Sample(55)->Size(); });
   add("sampling, maps", "library", [](auto& c, auto&) { return c.all.dimmed.client.Sample(55)->Size(); });
@@ -211,7 +212,11 @@ void AddCurves() {
 
 void AddThreads() {
   const auto add = [](const char* who, auto answer) {
-    Add("level to nits, tables", who, answer)->Args({32, 255})->ThreadRange(1, kMaxThreads)->UseRealTime();
+    Add("level to nits, tables", who, answer)
+        ->Args({32, 255})
+        ->ThreadRange(1, kMaxThreads)
+        ->UseRealTime()
+        ->MinTime(0.4);
   };
   add("threads, one engine", [](auto& c, auto& r) { return c.plain.Nits(r); });
   add("threads, an engine each", [](auto& c, auto& r) { return c.own.Nits(r); });
