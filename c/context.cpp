@@ -6,9 +6,7 @@
 #include "arguments.h"
 #include "last_error.h"
 
-using blnits::CheckNotNull;
-using blnits::Fail;
-using blnits::Guarded;
+using namespace blnits;
 
 namespace {
 

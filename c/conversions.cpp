@@ -3,14 +3,7 @@
 #include "last_error.h"
 #include "panel.h"
 
-using blnits::Array;
-using blnits::CheckMode;
-using blnits::CheckNotNull;
-using blnits::Fail;
-using blnits::Guarded;
-using blnits::Logging;
-using blnits::Printable;
-using blnits::Read;
+using namespace blnits;
 
 namespace {
 

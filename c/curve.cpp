@@ -13,13 +13,7 @@ struct bln_curve {
   zarn::client::Curve curve;
 };
 
-using blnits::Array;
-using blnits::CheckMode;
-using blnits::CheckNotNull;
-using blnits::Fail;
-using blnits::Guarded;
-using blnits::Printable;
-using blnits::Read;
+using namespace blnits;
 
 namespace {
 

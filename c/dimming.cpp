@@ -6,12 +6,7 @@
 #include "last_error.h"
 #include "panel.h"
 
-using blnits::CheckNotNull;
-using blnits::Fail;
-using blnits::Guarded;
-using blnits::Logging;
-using blnits::Printable;
-using blnits::Read;
+using namespace blnits;
 
 namespace {
 

@@ -16,10 +16,7 @@
 #include "panel.h"
 #include "path_factory.h"
 
-using blnits::CheckNotNull;
-using blnits::Fail;
-using blnits::Guarded;
-using blnits::Printable;
+using namespace blnits;
 
 bln_panel::bln_panel(std::string path, const blnits::LogTarget& target)
     : file(std::move(path)), log(target), engine(zarn::EngineNameOf(file)) {}

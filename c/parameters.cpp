@@ -7,12 +7,7 @@
 #include "named_tables.h"
 #include "panel.h"
 
-using blnits::CheckMode;
-using blnits::CheckNotNull;
-using blnits::Fail;
-using blnits::Guarded;
-using blnits::Printable;
-using blnits::Read;
+using namespace blnits;
 
 namespace {
 

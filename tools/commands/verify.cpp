@@ -38,7 +38,8 @@ struct VerifyOptions {
 
 /// The units of an error. All three are of the reading minus the calibration.
 enum Unit { kNits, kPercent, kJnd, kUnits };
-constexpr const char* kUnitNames[kUnits] = {"nits", "percent", "jnd"};
+constexpr const char* kUnitNames[kUnits] = {"nits", "percent", "jnd"};  ///< In JSON,
+constexpr const char* kSigns[kUnits] = {"nits", "%", "JND"};            ///< and for people.
 
 /// One reading beside the calibration.
 struct Residual {
@@ -166,7 +167,6 @@ void PrintText(const Panel& panel, const ReadingsFile& file, const Verdict& verd
   PrintResiduals(verdict, options);
   fmt::print("\n{:<34}{:>12}{:>10}{:>10}{:>12}{:>12}{:>10}\n", "reading - calibration", "largest", "at level",
              "coverage", "mean", "rms", "readings");
-  constexpr const char* kSigns[kUnits] = {"nits", "%", "JND"};
   for (const Unit unit : {kNits, kPercent, kJnd}) {
     PrintSummary("all", verdict.all[unit], kSigns[unit]);
     PrintSummary("between 10 and 100 %", verdict.between[unit], kSigns[unit]);
@@ -176,7 +176,7 @@ void PrintText(const Panel& panel, const ReadingsFile& file, const Verdict& verd
                100.0 * verdict.between[kNits].squares / verdict.all[kNits].squares);
   }
   if (verdict.refused > 0) {
-    fmt::print("the device refuses the levels of {} readings\n", verdict.refused);
+    fmt::print("readings whose level the device refuses: {}\n", verdict.refused);
   }
   if (options.max_nits || options.max_percent || options.max_jnd) {
     fmt::print("{} of {} readings beyond the limit\n", verdict.beyond, verdict.residuals.size());
@@ -240,7 +240,6 @@ std::map<std::pair<bool, uint32_t>, PlotPoints> SeriesOf(const Verdict& verdict,
 
 PlotPane PaneOf(const Verdict& verdict, Unit unit, const VerifyOptions& options) {
   constexpr const char* kColours[] = {"#08306b", "#7f2704", "#00441b", "#3f007d", "#6baed6", "#fd8d3c"};
-  constexpr const char* kSigns[kUnits] = {"nits", "%", "JND"};
   PlotPane pane = {"reading - calibration", kSigns[unit], false, {}};
   double last = 0.0;
   for (const auto& [of, points] : SeriesOf(verdict, unit)) {
