@@ -72,23 +72,22 @@ std::vector<std::string> RuleNames() {
 }  // namespace
 
 void AddCheckCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command =
-      app->add_subcommand("check", "Find the faults of calibration files, and show what the device does with them");
+  const Subcommand command(app, "check",
+                           "Find the faults of calibration files, and show what the device does with them");
   auto options = std::make_shared<CheckOptions>();
-  command->add_option("FILE", options->files, "Calibration files, of any name");
-  command->add_flag("--strict", options->strict, "Exit with status 1 on warnings, too");
-  command->add_option("--disable", options->disabled, "Do not apply this rule; may be repeated")
-      ->allow_extra_args(false)
-      ->check(CLI::IsMember(RuleNames()).description(""))
-      ->type_name("RULE");
+  command.Add("FILE", &options->files, "Calibration files, of any name");
+  command.AddFlag("--strict", &options->strict, "Exit with status 1 on warnings, too");
+  command.Add("--disable", &options->disabled, "Do not apply this rule; may be repeated")
+      .OneEachTime()
+      .OneOfMany(RuleNames())
+      .Takes("RULE");
   AddFormatOption(command, &options->format);
-  command->add_option("--limit", options->limit, "How many findings of a rule to print for each file; 0: all")
-      ->capture_default_str();
-  command->add_flag("--list-rules", options->list_rules, "List the rules and exit");
-  command->footer(
+  command.Add("--limit", &options->limit, "How many findings of a rule to print for each file; 0: all").ShowDefault();
+  command.AddFlag("--list-rules", &options->list_rules, "List the rules and exit");
+  command.Footer(
       "Findings: FILE:LINE: error|warning|note: TEXT [RULE]. Exit status: 0 without an error, otherwise 1.\n"
       "Example: blnits check --strict samples/*.xml");
-  command->callback([options, log] { Run(*options, log); });
+  command.Action([options, log] { Run(*options, log); });
 }
 
 }  // namespace blnits

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
+#include "commands/subcommand.h"
 #include "support/captured_log.h"
 
 namespace blnits {

@@ -1,7 +1,5 @@
 #include "commands/conversion.h"
 
-#include <cstdlib>
-
 #include "support/csv.h"
 
 namespace blnits {
@@ -18,51 +16,39 @@ std::vector<Number> ReadLut(const std::string& path, const char* what, const cha
   return numbers;
 }
 
-CLI::Validator Number(const char* expected, bool negative) {
-  return {[=](const std::string& text) {
-            const bool fits = IsNumber(text) && (negative || std::strtod(text.c_str(), nullptr) >= 0.0);
-            return fits ? std::string() : fmt::format("found \"{}\", expected {}", text, expected);
-          },
-          ""};
-}
-
 }  // namespace
 
-CLI::Validator Finite() { return Number("a number", true); }
-
-CLI::Validator NotNegative() { return Number("a number that is not negative", false); }
-
-void AddPanelArgument(CLI::App* command, std::string* panel) {
-  command->add_option("PANEL", *panel, "Panel's name, or path to its backlight_calib_<panel>.xml")->required();
+void AddPanelArgument(const Subcommand& command, std::string* panel) {
+  command.Add("PANEL", panel, "Panel's name, or path to its backlight_calib_<panel>.xml").Required();
 }
 
-void AddFormatOption(CLI::App* command, std::string* format) {
-  command->add_option("--format", *format, "text, or json: one object on each line")
-      ->check(CLI::IsMember({"text", "json"}))
-      ->type_name("FORMAT")
-      ->capture_default_str();
+void AddFormatOption(const Subcommand& command, std::string* format) {
+  command.Add("--format", format, "text, or json: one object on each line")
+      .OneOf({"text", "json"})
+      .Takes("FORMAT")
+      .ShowDefault();
 }
 
-void AddLutOptions(CLI::App* command, LutFiles* luts) {
-  auto* const dimming =
-      command->add_option("--dimming-lut", luts->dimming,
-                          "Switch dimming on with the LUT of this file: a dimmed panel level for each "
-                          "panel level 0 to max_bl, one on each line or the last column of a CSV file");
-  auto* const attenuation = command->add_option("--attenuation", luts->attenuation,
-                                                "File of the attenuation LUT: a factor for each client level 0 to "
-                                                "max_os_bl, in the same format");
-  dimming->needs(attenuation);
-  attenuation->needs(dimming);
+void AddLutOptions(const Subcommand& command, LutFiles* luts) {
+  const Option dimming = command.Add("--dimming-lut", &luts->dimming,
+                                     "Switch dimming on with the LUT of this file: a dimmed panel level for each "
+                                     "panel level 0 to max_bl, one on each line or the last column of a CSV file");
+  const Option attenuation = command.Add("--attenuation", &luts->attenuation,
+                                         "File of the attenuation LUT: a factor for each client level 0 to "
+                                         "max_os_bl, in the same format");
+  dimming.Needs(attenuation);
+  attenuation.Needs(dimming);
 }
 
-void AddConversionOptions(CLI::App* command, ConversionOptions* options) {
+void AddConversionOptions(const Subcommand& command, ConversionOptions* options) {
   AddPanelArgument(command, &options->panel);
-  command->add_option("-c,--coverage", options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
-      ->check(CLI::Range(uint32_t{0}, UINT32_MAX, "PERCENT"))
-      ->capture_default_str();
-  command->add_flag("--hdr", options->hdr, "Use the high-brightness curves");
-  command->add_flag("--table", options->table, "Print input, result and coverage in columns");
-  command->add_flag("--dimming", options->dimming, "Switch dimming on; if no LUTs are set, every level has 0 nits");
+  command.Add("-c,--coverage", &options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
+      .Between(0, UINT32_MAX)
+      .Takes("PERCENT")
+      .ShowDefault();
+  command.AddFlag("--hdr", &options->hdr, "Use the high-brightness curves");
+  command.AddFlag("--table", &options->table, "Print input, result and coverage in columns");
+  command.AddFlag("--dimming", &options->dimming, "Switch dimming on; if no LUTs are set, every level has 0 nits");
   AddLutOptions(command, &options->luts);
 }
 

@@ -2,12 +2,12 @@
 
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "commands/subcommand.h"
 #include "panel/panel.h"
 #include "support/numbers.h"
 
@@ -36,20 +36,16 @@ struct ConversionNames {
   const char* what;    ///< what a line of standard input holds
 };
 
-/// Validators for the number of an option: finite and in decimal digits; NotNegative also refuses negative numbers.
-CLI::Validator Finite();
-CLI::Validator NotNegative();
-
 /// Adds the positional argument PANEL to a subcommand.
-void AddPanelArgument(CLI::App* command, std::string* panel);
+void AddPanelArgument(const Subcommand& command, std::string* panel);
 
 /// Adds "--format": "text" for people, "json" for machines.
-void AddFormatOption(CLI::App* command, std::string* format);
+void AddFormatOption(const Subcommand& command, std::string* format);
 
 /// Adds "--dimming-lut" and "--attenuation".
-void AddLutOptions(CLI::App* command, LutFiles* luts);
+void AddLutOptions(const Subcommand& command, LutFiles* luts);
 
-void AddConversionOptions(CLI::App* command, ConversionOptions* options);
+void AddConversionOptions(const Subcommand& command, ConversionOptions* options);
 
 /// Switches dimming on, with the LUTs of the files if there are files. \throws Failure if a file is wrong.
 void SwitchDimmingOn(const LutFiles& files, Panel* panel);
@@ -87,17 +83,17 @@ void PrintConversions(const ConversionOptions& options, const std::vector<Given>
 /// Adds the options of a conversion to `command`, and what it does: convert with `convert`. `log` outlives the command.
 /// \return the option that takes the input numbers.
 template <class Given, class Result>
-CLI::Option* AddConversion(CLI::App* command, CapturedLog* log, const char* option, const char* help,
-                           const ConversionNames& names, Result (Panel::*convert)(Given, uint32_t, bool)) {
+Option AddConversion(const Subcommand& command, CapturedLog* log, const char* option, const char* help,
+                     const ConversionNames& names, Result (Panel::*convert)(Given, uint32_t, bool)) {
   auto options = std::make_shared<ConversionOptions>();
   auto given = std::make_shared<std::vector<Given>>();
   AddConversionOptions(command, options.get());
-  command->callback([=] {
+  command.Action([=] {
     Panel panel = OpenPanel(*options, log);
     PrintConversions(*options, *given, names,
                      [&](Given number) { return (panel.*convert)(number, options->coverage, options->hdr); });
   });
-  return command->add_option(option, *given, help);
+  return command.Add(option, given.get(), help);
 }
 
 }  // namespace blnits

@@ -312,36 +312,34 @@ void Run(const CurveOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddCurveCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("curve", "Draw the luminance of a panel's levels");
+  const Subcommand command(app, "curve", "Draw the luminance of a panel's levels");
   auto options = std::make_shared<CurveOptions>();
   AddPanelArgument(command, &options->panel);
-  command->add_option("--compare", options->compared, "A second panel in the same picture")->type_name("PANEL");
+  command.Add("--compare", &options->compared, "A second panel in the same picture").Takes("PANEL");
   command
-      ->add_option("-c,--coverage", options->coverages,
-                   "Coverages to draw: shares of the screen that are lit, 1 to 100 per cent")
-      ->check(CLI::Range(1, 100).description(""))
-      ->type_name("PERCENT")
-      ->capture_default_str();
-  command->add_flag("--log", options->logarithmic, "Use a logarithmic axis of luminance; show differences in per cent");
-  command->add_flag("--relative", options->relative, "Show levels in per cent of each panel's range");
-  auto* const output =
-      command
-          ->add_option("-o,--output", options->output,
-                       "The picture's file, .svg or .png; -: standard output. Default: draw in the terminal")
-          ->type_name("FILE");
-  auto* const format =
-      command->add_option("--format", options->format, "svg or png, if the file's name has no such ending")
-          ->check(CLI::IsMember({"svg", "png"}).description(""))
-          ->type_name("FORMAT");
+      .Add("-c,--coverage", &options->coverages,
+           "Coverages to draw: shares of the screen that are lit, 1 to 100 per cent")
+      .Between(1, 100)
+      .Takes("PERCENT")
+      .ShowDefault();
+  command.AddFlag("--log", &options->logarithmic, "Use a logarithmic axis of luminance; show differences in per cent");
+  command.AddFlag("--relative", &options->relative, "Show levels in per cent of each panel's range");
+  const Option output = command
+                            .Add("-o,--output", &options->output,
+                                 "The picture's file, .svg or .png; -: standard output. Default: draw in the terminal")
+                            .Takes("FILE");
+  const Option format = command.Add("--format", &options->format, "svg or png, if the file's name has no such ending")
+                            .OneOfMany({"svg", "png"})
+                            .Takes("FORMAT");
   command
-      ->add_flag("--csv", options->csv,
-                 "Print the numbers in nits instead: every client level up to 65,535, and the measured levels above")
-      ->excludes(output)
-      ->excludes(format);
-  command->footer(
+      .AddFlag("--csv", &options->csv,
+               "Print the numbers in nits instead: every client level up to 65,535, and the measured levels above")
+      .Excludes(output)
+      .Excludes(format);
+  command.Footer(
       "Marks are measured points; dashed lines are extrapolated. Needs gnuplot (Debian's package gnuplot-nox).\n"
       "Example: blnits curve samples/backlight_calib_oled_hbm.xml --coverage 10 100 --log -o hbm.svg");
-  command->callback([options, log] { Run(*options, log); });
+  command.Action([options, log] { Run(*options, log); });
 }
 
 }  // namespace blnits

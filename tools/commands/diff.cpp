@@ -233,26 +233,25 @@ void Run(const DiffOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddDiffCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("diff", "Compare the attributes and tables of two calibrations");
+  const Subcommand command(app, "diff", "Compare the attributes and tables of two calibrations");
   auto options = std::make_shared<DiffOptions>();
-  command->add_option("A", options->a, "Panel's name, or path to its file")->required();
-  command->add_option("B", options->b, "The panel to compare with A; differences in per cent are relative to A")
-      ->required();
-  command->add_option("--max-nits", options->max_nits, "Exit with status 1 if a table differs by more nits")
-      ->check(NotNegative())
-      ->type_name("NITS");
+  command.Add("A", &options->a, "Panel's name, or path to its file").Required();
+  command.Add("B", &options->b, "The panel to compare with A; differences in per cent are relative to A").Required();
+  command.Add("--max-nits", &options->max_nits, "Exit with status 1 if a table differs by more nits")
+      .NotNegative()
+      .Takes("NITS");
   command
-      ->add_option("--max-percent", options->max_percent,
-                   "Exit with status 1 if a table differs by more per cent, at levels where A is not dark")
-      ->check(NotNegative())
-      ->type_name("PERCENT");
+      .Add("--max-percent", &options->max_percent,
+           "Exit with status 1 if a table differs by more per cent, at levels where A is not dark")
+      .NotNegative()
+      .Takes("PERCENT");
   AddFormatOption(command, &options->format);
-  command->footer(
+  command.Footer(
       "Compares the client levels that both have: each up to 65,535, and above that each measured point of both with\n"
       "the levels next to it, which have the largest differences. A level that only one of the two refuses fails\n"
       "every limit.\n"
       "Example: blnits diff samples/backlight_calib_oled_phone.xml revised.xml --max-percent 2");
-  command->callback([options, log] { Run(*options, log); });
+  command.Action([options, log] { Run(*options, log); });
 }
 
 }  // namespace blnits

@@ -361,66 +361,59 @@ void Run(const ImportOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddImportCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("import", "Make a calibration file from measurements, and check it");
+  const Subcommand command(app, "import", "Make a calibration file from measurements, and check it");
   auto options = std::make_shared<ImportOptions>();
   for (const MeasuredTable* const table : TablesAsRead()) {
     command
-        ->add_option(OptionOf(*table), options->tables[table->param],
-                     fmt::format("File of readings: {}{}", table->name,
-                                 table->param == format::kStandard100.param ? "; needed unless --readings has it"
-                                                                            : "; default: a copy of another table"))
-        ->type_name("FILE");
+        .Add(OptionOf(*table), &options->tables[table->param],
+             fmt::format("File of readings: {}{}", table->name,
+                         table->param == format::kStandard100.param ? "; needed unless --readings has it"
+                                                                    : "; default: a copy of another table"))
+        .Takes("FILE");
   }
   command
-      ->add_option("--readings", options->readings,
-                   "File of readings of several tables, told apart by its columns coverage and mode")
-      ->type_name("FILE");
+      .Add("--readings", &options->readings,
+           "File of readings of several tables, told apart by its columns coverage and mode")
+      .Takes("FILE");
   AddReadingsOptions(command, &options->reading);
-  command->add_option("--linear", options->linear, "CSV file, linearized level,panel level; default: a straight line")
-      ->type_name("FILE");
-  const auto level = CLI::Range(0, INT32_MAX).description("");
-  command->add_option("--minimum-bl", options->minimum_bl, "Lowest panel level")
-      ->required()
-      ->check(level)
-      ->type_name("LEVEL");
-  command->add_option("--max-bl", options->max_bl, "Highest panel level")->required()->check(level)->type_name("LEVEL");
-  command->add_option("--max-os-bl", options->max_os_bl, "Highest client level")
-      ->required()
-      ->check(level)
-      ->type_name("LEVEL");
-  command->add_option("--gamma", options->gamma, "Gamma of the panel")
-      ->required()
-      ->check(NotNegative())
-      ->type_name("NUMBER");
-  command->add_option("--pcc-thresh", options->pcc_thresh, "Threshold of the colour-correction attenuation")
-      ->check(NotNegative())
-      ->type_name("FACTOR");
-  command->add_option("--date", options->date, "Date of the measurement, for the comment in the file")
-      ->type_name("TEXT");
-  command->add_flag("--monotone", options->monotone,
-                    "Repair falling readings by the smallest change, and report every change");
+  command.Add("--linear", &options->linear, "CSV file, linearized level,panel level; default: a straight line")
+      .Takes("FILE");
+  command.Add("--minimum-bl", &options->minimum_bl, "Lowest panel level")
+      .Required()
+      .Between(0, INT32_MAX)
+      .Takes("LEVEL");
+  command.Add("--max-bl", &options->max_bl, "Highest panel level").Required().Between(0, INT32_MAX).Takes("LEVEL");
+  command.Add("--max-os-bl", &options->max_os_bl, "Highest client level")
+      .Required()
+      .Between(0, INT32_MAX)
+      .Takes("LEVEL");
+  command.Add("--gamma", &options->gamma, "Gamma of the panel").Required().NotNegative().Takes("NUMBER");
+  command.Add("--pcc-thresh", &options->pcc_thresh, "Threshold of the colour-correction attenuation")
+      .NotNegative()
+      .Takes("FACTOR");
+  command.Add("--date", &options->date, "Date of the measurement, for the comment in the file").Takes("TEXT");
+  command.AddFlag("--monotone", &options->monotone,
+                  "Repair falling readings by the smallest change, and report every change");
   command
-      ->add_option("--tolerance", options->tolerance,
-                   "Drop points that interpolation between the others reproduces within this many nits or, with a %\n"
-                   "after the number, within this share of their luminance: 0.2%")
-      ->check(CLI::Validator(
-          [](const std::string& text) {
-            return NotNegative()(text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0)));
-          },
-          ""))
-      ->type_name("NITS|PERCENT");
+      .Add("--tolerance", &options->tolerance,
+           "Drop points that interpolation between the others reproduces within this many nits or, with a %\n"
+           "after the number, within this share of their luminance: 0.2%")
+      .Check([](const std::string& text) {
+        return WhatIsWrong(text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0)), false);
+      })
+      .Takes("NITS|PERCENT");
   command
-      ->add_option("-o,--output", options->output,
-                   "The calibration file, backlight_calib_<panel>.xml; -: standard output, and the report goes to "
-                   "standard error")
-      ->required()
-      ->type_name("FILE");
-  command->footer(
+      .Add("-o,--output", &options->output,
+           "The calibration file, backlight_calib_<panel>.xml; -: standard output, and the report goes to "
+           "standard error")
+      .Required()
+      .Takes("FILE");
+  command.Footer(
       HelpOnReadingKinds() +
       "Readings of the same level are averaged.\n"
       "Example: blnits import --standard-100 full.csv --standard-10 window.csv --minimum-bl 1 --max-bl 4095\n"
       "           --max-os-bl 255 --gamma 2.2 --date 2026-11-23 --monotone -o backlight_calib_mine.xml");
-  command->callback([options, log] {
+  command.Action([options, log] {
     options->reading.top_level = options->max_os_bl;
     Run(*options, log);
   });

@@ -4,12 +4,12 @@
 namespace blnits {
 
 void AddLevelCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("level", "Convert luminance in nits to client backlight levels");
+  const Subcommand command(app, "level", "Convert luminance in nits to client backlight levels");
   AddConversion(command, log, "-n,--nits", "Luminances. Default: read them from standard input, one on each line",
                 {"nits", "level", "a luminance in nits"}, &Panel::ToLevel)
-      ->check(Finite())
-      ->type_name("NITS");
-  command->footer("Example: blnits level samples/backlight_calib_lcd_small.xml --nits 10 97 413 --coverage 55");
+      .Finite()
+      .Takes("NITS");
+  command.Footer("Example: blnits level samples/backlight_calib_lcd_small.xml --nits 10 97 413 --coverage 55");
 }
 
 }  // namespace blnits

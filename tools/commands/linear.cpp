@@ -6,11 +6,11 @@
 namespace blnits {
 
 void AddLinearCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("linear", "Print the dense linear table as CSV");
+  const Subcommand command(app, "linear", "Print the dense linear table as CSV");
   auto argument = std::make_shared<std::string>();
   AddPanelArgument(command, argument.get());
-  command->footer("Example: blnits linear samples/backlight_calib_lcd_small.xml");
-  command->callback([argument, log] {
+  command.Footer("Example: blnits linear samples/backlight_calib_lcd_small.xml");
+  command.Action([argument, log] {
     Panel panel(*argument, log);
     fmt::print("linearized_bl,panel_bl\n");
     for (const auto& [linear, panel_level] : panel.Get<zarn::BLLinearTable>(zarn::kBLLinearTable).entries) {

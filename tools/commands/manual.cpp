@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 

@@ -271,12 +271,12 @@ void Run(const QualityOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddQualityCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("quality", "Judge a calibration by its round trips, steps and plateaus");
+  const Subcommand command(app, "quality", "Judge a calibration by its round trips, steps and plateaus");
   auto options = std::make_shared<QualityOptions>();
   AddPanelArgument(command, &options->panel);
   AddLutOptions(command, &options->luts);
   AddFormatOption(command, &options->format);
-  command->footer(fmt::format(
+  command.Footer(fmt::format(
       "Examines every client level up to 65,535 at coverages 10, 55 and 100 %; with LUTs also dimmed. Above that, it\n"
       "examines each measured point and the levels next to it, which have the largest steps. A step is the change\n"
       "to the next level, from level {} on, in per cent of the luminance before it. A plateau is a run of levels\n"
@@ -285,7 +285,7 @@ void AddQualityCommand(CLI::App* app, CapturedLog* log) {
       "a JND index from 0.05 to 4,000 nits. A hidden level differs by less than 1 JND from each neighbour.\n"
       "Example: blnits quality samples/backlight_calib_oled_phone.xml",
       kFirstJumpLevel));
-  command->callback([options, log] { Run(*options, log); });
+  command.Action([options, log] { Run(*options, log); });
 }
 
 }  // namespace blnits

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
+#include "commands/subcommand.h"
 #include "readings/readings.h"
 
 namespace blnits {
 
 /// Adds the options that say how files of measurements are read. `top_level` stays the caller's.
-void AddReadingsOptions(CLI::App* command, ReadingsOptions* options);
+void AddReadingsOptions(const Subcommand& command, ReadingsOptions* options);
 
 /// The kinds of files, one on each line, for the end of a subcommand's help.
 std::string HelpOnReadingKinds();

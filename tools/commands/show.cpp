@@ -45,11 +45,11 @@ void Run(const std::string& argument, CapturedLog* log) {
 }  // namespace
 
 void AddShowCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("show", "Show what a panel's calibration holds");
+  const Subcommand command(app, "show", "Show what a panel's calibration holds");
   auto panel = std::make_shared<std::string>();
   AddPanelArgument(command, panel.get());
-  command->footer("Example: blnits show samples/backlight_calib_lcd_small.xml");
-  command->callback([panel, log] { Run(*panel, log); });
+  command.Footer("Example: blnits show samples/backlight_calib_lcd_small.xml");
+  command.Action([panel, log] { Run(*panel, log); });
 }
 
 }  // namespace blnits

@@ -167,38 +167,39 @@ void Run(const StepsOptions& options, CapturedLog* log) {
 }  // namespace
 
 void AddStepsCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("steps", "Choose the levels of a slider whose steps look equal");
+  const Subcommand command(app, "steps", "Choose the levels of a slider whose steps look equal");
   auto options = std::make_shared<StepsOptions>();
   AddPanelArgument(command, &options->panel);
-  command->add_option("--count", options->count, "Number of positions, 2 to 65,536")
-      ->check(CLI::Range(uint32_t{2}, uint32_t{65536}, "COUNT"))
-      ->capture_default_str();
+  command.Add("--count", &options->count, "Number of positions, 2 to 65,536")
+      .Between(2, 65536)
+      .Takes("COUNT")
+      .ShowDefault();
   command
-      ->add_option(
-          "--metric", options->metric,
-          "Scale on which the steps are equal: gsdf (JND of DICOM), pq (SMPTE ST 2084), lstar (CIE lightness)\n"
-          "or linear (nits)")
-      ->check(CLI::IsMember({"gsdf", "pq", "lstar", "linear"}))
-      ->type_name("METRIC")
-      ->capture_default_str();
-  command->add_option("--min-nits", options->min_nits, "Luminance of the first position; default: the darkest level")
-      ->check(NotNegative())
-      ->type_name("NITS");
-  command->add_option("--max-nits", options->max_nits, "Luminance of the last position; default: the brightest level")
-      ->check(NotNegative())
-      ->type_name("NITS");
-  command->add_option("-c,--coverage", options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
-      ->check(CLI::Range(uint32_t{1}, uint32_t{100}, "PERCENT"))
-      ->capture_default_str();
-  command->add_flag("--hdr", options->hdr, "Use the high-brightness curves");
+      .Add("--metric", &options->metric,
+           "Scale on which the steps are equal: gsdf (JND of DICOM), pq (SMPTE ST 2084), lstar (CIE lightness)\n"
+           "or linear (nits)")
+      .OneOf({"gsdf", "pq", "lstar", "linear"})
+      .Takes("METRIC")
+      .ShowDefault();
+  command.Add("--min-nits", &options->min_nits, "Luminance of the first position; default: the darkest level")
+      .NotNegative()
+      .Takes("NITS");
+  command.Add("--max-nits", &options->max_nits, "Luminance of the last position; default: the brightest level")
+      .NotNegative()
+      .Takes("NITS");
+  command.Add("-c,--coverage", &options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
+      .Between(1, 100)
+      .Takes("PERCENT")
+      .ShowDefault();
+  command.AddFlag("--hdr", &options->hdr, "Use the high-brightness curves");
   AddFormatOption(command, &options->format);
-  command->footer(
+  command.Footer(
       "Each position gets the level that is nearest to the ideal one on the scale: the residual is at most half a "
       "step\n"
       "between two levels. Metric gsdf is defined from 0.05 to 4,000 nits: without --min-nits, darker levels are left\n"
       "out. Metric lstar takes the brightest level for white.\n"
       "Example: blnits steps samples/backlight_calib_oled_phone.xml --count 10 --min-nits 2");
-  command->callback([options, log] { Run(*options, log); });
+  command.Action([options, log] { Run(*options, log); });
 }
 
 }  // namespace blnits

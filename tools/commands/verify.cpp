@@ -291,40 +291,41 @@ void Run(const VerifyOptions& options, CapturedLog* log) {
   }
 }
 
-void AddLimit(CLI::App* command, const char* name, std::optional<double>* limit, const char* unit) {
-  command->add_option(name, *limit, fmt::format("Exit with status 1 if a reading differs by more {}", unit))
-      ->check(NotNegative())
-      ->type_name("NUMBER");
+void AddLimit(const Subcommand& command, const char* name, std::optional<double>* limit, const char* unit) {
+  command.Add(name, limit, fmt::format("Exit with status 1 if a reading differs by more {}", unit))
+      .NotNegative()
+      .Takes("NUMBER");
 }
 
 }  // namespace
 
 void AddVerifyCommand(CLI::App* app, CapturedLog* log) {
-  auto* const command = app->add_subcommand("verify", "Compare fresh readings with a calibration");
+  const Subcommand command(app, "verify", "Compare fresh readings with a calibration");
   auto options = std::make_shared<VerifyOptions>();
   AddPanelArgument(command, &options->panel);
-  command->add_option("READINGS", options->file, "File of the readings")->required();
+  command.Add("READINGS", &options->file, "File of the readings").Required();
   command
-      ->add_option("-c,--coverage", options->coverage,
-                   "Share of the screen that was lit, 1 to 100 per cent, for readings whose file does not tell it")
-      ->check(CLI::Range(uint32_t{1}, uint32_t{100}, "PERCENT"))
-      ->capture_default_str();
-  command->add_flag("--hdr", options->hdr, "The readings are of high brightness, if their file does not tell it");
+      .Add("-c,--coverage", &options->coverage,
+           "Share of the screen that was lit, 1 to 100 per cent, for readings whose file does not tell it")
+      .Between(1, 100)
+      .Takes("PERCENT")
+      .ShowDefault();
+  command.AddFlag("--hdr", &options->hdr, "The readings are of high brightness, if their file does not tell it");
   AddReadingsOptions(command, &options->readings);
   AddLimit(command, "--max-nits", &options->max_nits, "nits");
   AddLimit(command, "--max-percent", &options->max_percent, "per cent of the calibrated luminance");
   AddLimit(command, "--max-jnd", &options->max_jnd, "just-noticeable differences (DICOM)");
   AddFormatOption(command, &options->format);
   command
-      ->add_option("-o,--output", options->output,
-                   "Picture of the errors over the level, with the limits: a name that ends with .svg or .png")
-      ->type_name("FILE");
-  command->footer(
+      .Add("-o,--output", &options->output,
+           "Picture of the errors over the level, with the limits: a name that ends with .svg or .png")
+      .Takes("FILE");
+  command.Footer(
       "A reading whose level the device refuses is beyond every limit. An error in JND needs luminances from 0.05 to\n"
       "4,000 nits. An error in per cent needs a calibrated luminance other than 0.\n" +
       HelpOnReadingKinds() +
       "Example: blnits verify samples/backlight_calib_oled_phone.xml fresh.csv --max-percent 3 -o errors.svg");
-  command->callback([options, log] { Run(*options, log); });
+  command.Action([options, log] { Run(*options, log); });
 }
 
 }  // namespace blnits
