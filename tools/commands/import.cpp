@@ -20,6 +20,7 @@
 #include "panel/survey.h"
 #include "readings/by_table.h"
 #include "readings/readings.h"
+#include "support/comment.h"
 #include "support/failure.h"
 #include "support/fitting.h"
 #include "support/memory_file.h"
@@ -227,20 +228,11 @@ Tables ReadTables(const ImportOptions& options, Story* story) {
   return tables;
 }
 
-/// Text as an XML comment can hold it.
-std::string InComment(const std::string& text) {
-  std::string safe;
-  for (const char c : Printable(text)) {
-    safe += !safe.empty() && safe.back() == '-' && c == '-' ? " -" : std::string(1, c);
-  }
-  return safe;
-}
-
 void WriteComment(const ImportOptions& options, const Story& story, std::ostream& file) {
   file << "<!--\n  Made by blnits import from measurements";
-  file << InComment(options.date.empty() ? "" : " of " + options.date) << ".\n";
+  file << InXmlComment(options.date.empty() ? "" : " of " + options.date) << ".\n";
   for (const std::string& line : story.Kept()) {
-    file << "  " << InComment(line) << "\n";
+    file << "  " << InXmlComment(line) << "\n";
   }
   file << "-->\n";
 }
@@ -317,12 +309,7 @@ void CheckOutput(const ImportOptions& options) {
   for (const auto& [table, file] : options.tables) {
     inputs.push_back(file);
   }
-  for (const std::string& input : inputs) {
-    std::error_code error;
-    if (std::filesystem::equivalent(input, options.output, error)) {
-      throw Failure(fmt::format("{}: is an input and would be overwritten; give --output another name", input));
-    }
-  }
+  KeepInputs(inputs, options.output);
 }
 
 // Never writes a file that the device would refuse for its size. A file below that limit has fewer nodes than the

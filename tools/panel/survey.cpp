@@ -13,6 +13,10 @@ std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table
   return panel->Get<zarn::BackLightToNitsTable>(table.param).points;
 }
 
+bool IsRead(const MeasuredTable& table, uint32_t coverage, bool hdr) {
+  return table.hdr == hdr && (table.coverage == 10 ? coverage < 100 : coverage > 10);
+}
+
 uint32_t HighestLevel(const std::vector<zarn::BlNitsPoint>& points) {
   uint32_t highest = 0;
   for (const auto& point : points) {
@@ -145,9 +149,8 @@ std::vector<Curve> SurveyCurves(Panel* panel, const std::vector<uint32_t>& cover
 std::vector<bool> Extrapolated(Panel* panel, const Curve& curve, const std::vector<uint32_t>& levels) {
   std::vector<bool> extrapolated(levels.size(), false);
   for (const MeasuredTable& table : kMeasuredTables) {
-    const bool read = table.coverage == 10 ? curve.coverage < 100 : curve.coverage > 10;
     const auto points = PointsOf(panel, table);
-    if (table.hdr != curve.hdr || !read || points.empty()) {
+    if (!IsRead(table, curve.coverage, curve.hdr) || points.empty()) {
       continue;
     }
     const uint32_t last = HighestLevel(points);

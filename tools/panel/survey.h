@@ -13,6 +13,9 @@ namespace blnits {
 /// The points of one table, in the order of the file. \throws Failure.
 std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table);
 
+/// Whether the device reads the table to convert at a coverage in per cent. Any thread.
+bool IsRead(const MeasuredTable& table, uint32_t coverage, bool hdr);
+
 /// The highest level of `points`, in any order; 0 if there are none.
 uint32_t HighestLevel(const std::vector<zarn::BlNitsPoint>& points);
 

@@ -244,6 +244,15 @@ void WriteWhole(const std::string& path, const std::function<void(std::ostream& 
   }
 }
 
+void KeepInputs(const std::vector<std::string>& inputs, const std::string& output) {
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (std::filesystem::equivalent(input, output, error)) {
+      throw Failure(fmt::format("{}: is an input and would be overwritten; give --output another name", input));
+    }
+  }
+}
+
 bool IsRegularOutput(const std::string& path) {
   const auto status = StatusOf(path);
   return path != "-" && (!status || S_ISREG(status->st_mode));

@@ -3,6 +3,7 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace blnits {
 
@@ -19,6 +20,9 @@ namespace blnits {
 /// \param write receives the stream to write to, once it is known that `path` is writable. Its exceptions pass through.
 /// \throws Failure that names `path` and the reason if `path` cannot be written.
 void WriteWhole(const std::string& path, const std::function<void(std::ostream& text)>& write);
+
+/// \throws Failure if `output` is the same file as one of `inputs`. Any thread.
+void KeepInputs(const std::vector<std::string>& inputs, const std::string& output);
 
 /// Whether WriteWhole makes or replaces a regular file at `path`, which can be read afterwards.
 bool IsRegularOutput(const std::string& path);
