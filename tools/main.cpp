@@ -41,6 +41,7 @@ int Run(int argc, char** argv) {
   blnits::AddDiffCommand(&app, &log);
   blnits::AddVerifyCommand(&app, &log);
   blnits::AddImportCommand(&app, &log);
+  blnits::AddExportCommand(&app, &log);
   blnits::AddManualCommand(&app);
   blnits::AddHelpCommand(&app);
   int status = 0;

@@ -10,6 +10,7 @@ namespace blnits {
 void AddCheckCommand(CLI::App* app, CapturedLog* log);
 void AddCurveCommand(CLI::App* app, CapturedLog* log);
 void AddDiffCommand(CLI::App* app, CapturedLog* log);
+void AddExportCommand(CLI::App* app, CapturedLog* log);
 void AddImportCommand(CLI::App* app, CapturedLog* log);
 void AddQualityCommand(CLI::App* app, CapturedLog* log);
 void AddNitsCommand(CLI::App* app, CapturedLog* log);

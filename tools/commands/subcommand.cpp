@@ -44,6 +44,8 @@ Option Option::Check(std::function<std::string(const std::string& value)> wrong)
 
 Option Option::OneEachTime() const { return Option(option_->allow_extra_args(false)); }
 
+bool Option::IsGiven() const { return option_->count() > 0; }
+
 Option Option::Needs(Option other) const { return Option(option_->needs(other.option_)); }
 
 Option Option::Excludes(Option other) const { return Option(option_->excludes(other.option_)); }

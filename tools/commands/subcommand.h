@@ -49,6 +49,9 @@ class Option {
   /// A list that takes one value each time, not all that follow.
   Option OneEachTime() const;
 
+  /// Whether the command line has it. Known in the action.
+  bool IsGiven() const;
+
   /// Only together with, or never together with the other one.
   Option Needs(Option other) const;
   Option Excludes(Option other) const;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -38,6 +39,12 @@ bool ParseNumber(const std::string& text, double* number) {
 bool IsNumber(const std::string& text) {
   double number = 0.0;
   return ParseNumber(text, &number);
+}
+
+std::string DecimalText(double number) {
+  std::array<char, 512> text = {};  // The longest has 324 zeros and 17 digits after the point.
+  const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+  return {text.data(), end};
 }
 
 template <class Number>

@@ -14,6 +14,9 @@ bool ParseNumber(const std::string& text, double* number);
 /// Whether `text` is a finite decimal number and nothing else.
 bool IsNumber(const std::string& text);
 
+/// The shortest decimal text that reads back as the same number, without an exponent. \param number finite.
+std::string DecimalText(double number);
+
 /// Calls `use` with each number of a stream, one on each line. Skips blank lines. `Number` is uint32_t or double.
 /// \param source name of the stream in messages. \param what description of a line, such as "a backlight level".
 /// \throws Failure that names source and line if a line is not a number, finite, in range and, for levels, whole.
