@@ -2,12 +2,14 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "commands/command_line.h"
 #include "commands/commands.h"
 #include "foreign_text.h"
 #include "support/captured_log.h"
 #include "support/failure.h"
+#include "support/json_errors.h"
 
 namespace {
 
@@ -15,10 +17,22 @@ namespace {
 constexpr int kNegative = 1;
 constexpr int kTrouble = 2;
 
-int Say(const std::string& trouble) {
+// A subcommand prints its own JSON last and only if all is well, so these errors are the only object.
+int Say(const std::vector<std::string>& troubles, bool json) {
+  if (json && std::ferror(stdout) == 0) {
+    std::puts(blnits::JsonErrors(troubles).c_str());
+  }
   std::fflush(stdout);
-  std::fprintf(stderr, "blnits: %s\n", blnits::Printable(trouble).c_str());
+  for (const std::string& trouble : troubles) {
+    std::fprintf(stderr, "blnits: %s\n", blnits::Printable(trouble).c_str());
+  }
   return kTrouble;
+}
+
+std::vector<std::string> LinesOf(const blnits::Failure& failure) {
+  std::vector<std::string> lines = {failure.what()};
+  lines.insert(lines.end(), failure.more.begin(), failure.more.end());
+  return lines;
 }
 
 int Run(int argc, char** argv) {
@@ -46,26 +60,30 @@ int Run(int argc, char** argv) {
   blnits::AddHelpCommand(&app);
   int status = 0;
   try {
-    status = blnits::RunCommandLine(&app, argc, argv) ? 0 : kTrouble;
+    blnits::RunCommandLine(&app, argc, argv);
   } catch (const blnits::Negative&) {
     status = kNegative;
   }
-  return std::fflush(stdout) == 0 ? status : Say("standard output cannot be written");
+  if (std::fflush(stdout) != 0) {
+    throw blnits::Failure("standard output cannot be written");
+  }
+  return status;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   std::signal(SIGXFSZ, SIG_IGN);  // A file beyond the user's size limit is then a write error, which is reported.
+  const bool json = blnits::AsksForJson(argc, argv);
   try {
     return Run(argc, argv);
-  } catch (const blnits::Failure& failure) {
-    const int status = Say(failure.what());
-    for (const std::string& line : failure.more) {
-      Say(line);
-    }
+  } catch (const blnits::WrongUsage& mistake) {
+    const int status = Say({mistake.what()}, json);
+    std::fputs("Run with --help for more information.\n", stderr);
     return status;
+  } catch (const blnits::Failure& failure) {
+    return Say(LinesOf(failure), json);
   } catch (const std::exception& error) {
-    return Say(error.what());
+    return Say({error.what()}, json);
   }
 }

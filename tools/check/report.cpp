@@ -3,6 +3,7 @@
 #include <fmt/color.h>
 
 #include "foreign_text.h"
+#include "support/json.h"
 #include "support/terminal.h"
 
 namespace blnits {
@@ -31,6 +32,19 @@ void PrintReport(const std::string& file, const CheckReport& report, std::FILE* 
   fmt::print(stream, "{}: {}: {}, {}, {}\n", name, report.loads ? "loads" : "does not load",
              Counted(report.Count(Severity::kError), "error"), Counted(report.Count(Severity::kWarning), "warning"),
              Counted(report.Count(Severity::kNote), "note"));
+}
+
+nlohmann::ordered_json ToJson(const std::string& file, const CheckReport& report) {
+  nlohmann::ordered_json findings = nlohmann::ordered_json::array();
+  for (const auto& [line, rule, text] : report.findings) {
+    findings.push_back({{"line", line}, {"severity", NameOf(rule->severity)}, {"rule", rule->name}, {"text", text}});
+  }
+  return {{"file", file},
+          {"loads", report.loads},
+          {"errors", report.Count(Severity::kError)},
+          {"warnings", report.Count(Severity::kWarning)},
+          {"notes", report.Count(Severity::kNote)},
+          {"findings", findings}};
 }
 
 }  // namespace blnits

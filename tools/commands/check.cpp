@@ -17,45 +17,59 @@ struct CheckOptions {
   bool list_rules = false;
 };
 
-void PrintJson(const std::string& file, const CheckReport& report) {
-  nlohmann::ordered_json findings = nlohmann::ordered_json::array();
-  for (const auto& [line, rule, text] : report.findings) {
-    findings.push_back({{"line", line}, {"severity", NameOf(rule->severity)}, {"rule", rule->name}, {"text", text}});
-  }
-  const nlohmann::ordered_json object = {{"file", file},
-                                         {"loads", report.loads},
-                                         {"errors", report.Count(Severity::kError)},
-                                         {"warnings", report.Count(Severity::kWarning)},
-                                         {"notes", report.Count(Severity::kNote)},
-                                         {"findings", findings}};
-  fmt::print("{}\n", JsonLine(object));
+nlohmann::ordered_json ReportOf(bool passes, const nlohmann::ordered_json& files) {
+  auto report = JsonReport("check");
+  report["passes"] = passes;
+  report["files"] = files;
+  return report;
 }
 
-void ListRules() {
+nlohmann::ordered_json RulesReport() {
+  auto report = JsonReport("rules");
+  for (const Rule& rule : kRules) {
+    report["rules"].push_back({{"rule", rule.name}, {"severity", NameOf(rule.severity)}, {"text", rule.summary}});
+  }
+  return report;
+}
+
+void ListRules(bool json) {
+  if (json) {
+    fmt::print("{}\n", JsonLine(RulesReport()));
+    return;
+  }
   for (const Rule& rule : kRules) {
     fmt::print("{:<18} {:<8} {}\n", rule.name, NameOf(rule.severity), rule.summary);
   }
 }
 
+bool Passes(const CheckReport& report, bool strict) {
+  return report.Count(Severity::kError) == 0 && !(strict && report.Count(Severity::kWarning) > 0);
+}
+
 void Run(const CheckOptions& options, CapturedLog* log) {
+  const bool json = options.format == "json";
   if (options.list_rules) {
-    ListRules();
+    ListRules(json);
     return;
   }
   if (options.files.empty()) {
     throw Failure("check: FILE is required");
   }
-  bool fine = true;
+  bool passes = true;
+  auto files = nlohmann::ordered_json::array();
   for (const std::string& file : options.files) {
     const CheckReport report = Check(file, options.disabled, options.limit, log);
-    if (options.format == "json") {
-      PrintJson(file, report);
+    if (json) {
+      files.push_back(ToJson(file, report));
     } else {
       PrintReport(file, report);
     }
-    fine = fine && report.Count(Severity::kError) == 0 && !(options.strict && report.Count(Severity::kWarning) > 0);
+    passes = passes && Passes(report, options.strict);
   }
-  if (!fine) {
+  if (json) {
+    fmt::print("{}\n", JsonLine(ReportOf(passes, files)));
+  }
+  if (!passes) {
     throw Negative();
   }
 }

@@ -3,13 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "foreign_text.h"
-#include "support/failure.h"
 #include "support/nearest_name.h"
 
 namespace blnits {
@@ -101,7 +98,15 @@ void AddHelpCommand(CLI::App* app) {
   });
 }
 
-bool RunCommandLine(CLI::App* app, int argc, char** argv) {
+bool AsksForJson(int argc, char** argv) {
+  const Words words(argv, argv + argc);
+  const auto end = std::find(words.begin(), words.end(), "--");
+  const Words two_words = {"--format", "json"};
+  return std::search(words.begin(), end, two_words.begin(), two_words.end()) != end ||
+         std::find(words.begin(), end, "--format=json") != end;
+}
+
+void RunCommandLine(CLI::App* app, int argc, char** argv) {
   Words words = WordsOf(*app, argc, argv);
   std::reverse(words.begin(), words.end());  // CLI11 expects reverse order.
   try {
@@ -109,11 +114,8 @@ bool RunCommandLine(CLI::App* app, int argc, char** argv) {
   } catch (const CLI::Success& asked) {
     app->exit(asked);  // prints help or version
   } catch (const CLI::ParseError& error) {
-    std::fflush(stdout);
-    fmt::print(stderr, "blnits: {}\nRun with --help for more information.\n", Printable(WordsFor(*app, error)));
-    return false;
+    throw WrongUsage(WordsFor(*app, error));
   }
-  return true;
 }
 
 }  // namespace blnits

@@ -1,6 +1,7 @@
 #include "commands/conversion.h"
 
 #include "support/csv.h"
+#include "support/json.h"
 
 namespace blnits {
 namespace {
@@ -16,6 +17,20 @@ std::vector<Number> ReadLut(const std::string& path, const char* what, const cha
   return numbers;
 }
 
+bool IsDimmed(const ConversionOptions& options) { return options.dimming || !options.luts.dimming.empty(); }
+
+nlohmann::ordered_json ReportOf(const Panel& panel, const char* name, const ConversionOptions& options,
+                                const std::vector<Conversion>& conversions) {
+  auto report = JsonReportOn(panel, name);
+  report.update(JsonTable(options.hdr, options.coverage));
+  report["dimmed"] = IsDimmed(options);
+  auto& list = report["conversions"] = nlohmann::ordered_json::array();
+  for (const auto& [level, nits] : conversions) {
+    list.push_back({{"level", level}, {"nits", nits}});
+  }
+  return report;
+}
+
 }  // namespace
 
 void AddPanelArgument(const Subcommand& command, std::string* panel) {
@@ -23,7 +38,7 @@ void AddPanelArgument(const Subcommand& command, std::string* panel) {
 }
 
 void AddFormatOption(const Subcommand& command, std::string* format) {
-  command.Add("--format", format, "text, or json: one object on each line")
+  command.Add("--format", format, "text, or json: one object on one line")
       .OneOf({"text", "json"})
       .Takes("FORMAT")
       .ShowDefault();
@@ -50,6 +65,7 @@ void AddConversionOptions(const Subcommand& command, ConversionOptions* options)
   command.AddFlag("--table", &options->table, "Print input, result and coverage in columns");
   command.AddFlag("--dimming", &options->dimming, "Switch dimming on; if no LUTs are set, every level has 0 nits");
   AddLutOptions(command, &options->luts);
+  AddFormatOption(command, &options->format);
 }
 
 void SwitchDimmingOn(const LutFiles& files, Panel* panel) {
@@ -64,10 +80,22 @@ void SwitchDimmingOn(const LutFiles& files, Panel* panel) {
 
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log) {
   Panel panel(options.panel, log);
-  if (options.dimming || !options.luts.dimming.empty()) {
+  if (IsDimmed(options)) {
     SwitchDimmingOn(options.luts, &panel);
   }
   return panel;
+}
+
+nlohmann::ordered_json JsonReportOn(const Panel& panel, const char* name) {
+  auto report = JsonReport(name);
+  report["panel"] = panel.Name();
+  report["file"] = panel.File();
+  return report;
+}
+
+void PrintJson(const Panel& panel, const char* name, const ConversionOptions& options,
+               const std::vector<Conversion>& conversions) {
+  fmt::print("{}\n", JsonLine(ReportOf(panel, name, options, conversions)));
 }
 
 }  // namespace blnits

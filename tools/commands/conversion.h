@@ -2,8 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -27,12 +29,13 @@ struct ConversionOptions {
   bool table = false;
   bool dimming = false;
   LutFiles luts;
+  std::string format = "text";
 };
 
 /// The texts in which two conversions differ.
 struct ConversionNames {
   const char* given;   ///< heading of the first column
-  const char* result;  ///< heading of the second column
+  const char* result;  ///< heading of the second column, and name of the subcommand
   const char* what;    ///< what a line of standard input holds
 };
 
@@ -53,8 +56,33 @@ void SwitchDimmingOn(const LutFiles& files, Panel* panel);
 /// Opens the panel, and switches dimming on if the options say so. \throws as Panel; Failure if a LUT file is wrong.
 Panel OpenPanel(const ConversionOptions& options, CapturedLog* log);
 
-/// Converts `given`, or the numbers on standard input if `given` is empty. Prints one line for each: the result, or
-/// with the table option input, result and coverage.
+/// The beginning of a JSON report on one panel. \param name of the report, such as "nits".
+nlohmann::ordered_json JsonReportOn(const Panel& panel, const char* name);
+
+/// Calls `use` with each of the given numbers, or with those on standard input if none is given.
+template <class Given, class Use>
+void ForEachGiven(const std::vector<Given>& given, const ConversionNames& names, Use use) {
+  if (given.empty()) {
+    ForEachLine<Given>(std::cin, "standard input", names.what, use);
+  }
+  std::for_each(given.begin(), given.end(), use);
+}
+
+/// A number and its conversion, whichever of the two was given.
+struct Conversion {
+  Conversion(uint32_t its_level, double its_nits) : level(its_level), nits(its_nits) {}
+  Conversion(double its_nits, uint32_t its_level) : level(its_level), nits(its_nits) {}
+
+  uint32_t level;
+  double nits;
+};
+
+/// Prints conversions as a JSON report. \param name of the report: the subcommand's.
+void PrintJson(const Panel& panel, const char* name, const ConversionOptions& options,
+               const std::vector<Conversion>& conversions);
+
+/// Converts the given numbers and prints one line for each: the result, or with the table option input, result and
+/// coverage.
 template <class Given, class Convert>
 void PrintConversions(const ConversionOptions& options, const std::vector<Given>& given, const ConversionNames& names,
                       Convert convert) {
@@ -64,20 +92,14 @@ void PrintConversions(const ConversionOptions& options, const std::vector<Given>
   if (options.table) {
     print_columns(names.given, names.result, "coverage %");
   }
-  const auto print = [&](Given number) {
+  ForEachGiven(given, names, [&](Given number) {
     const auto result = convert(number);
     if (options.table) {
       print_columns(number, result, options.coverage);
     } else {
       fmt::print("{}\n", result);
     }
-  };
-  if (given.empty()) {
-    ForEachLine<Given>(std::cin, "standard input", names.what, print);
-  }
-  for (const Given number : given) {
-    print(number);
-  }
+  });
 }
 
 /// Adds the options of a conversion to `command`, and what it does: convert with `convert`. `log` outlives the command.
@@ -90,8 +112,14 @@ Option AddConversion(const Subcommand& command, CapturedLog* log, const char* op
   AddConversionOptions(command, options.get());
   command.Action([=] {
     Panel panel = OpenPanel(*options, log);
-    PrintConversions(*options, *given, names,
-                     [&](Given number) { return (panel.*convert)(number, options->coverage, options->hdr); });
+    const auto result = [&](Given number) { return (panel.*convert)(number, options->coverage, options->hdr); };
+    if (options->format == "json") {
+      std::vector<Conversion> conversions;
+      ForEachGiven(*given, names, [&](Given number) { conversions.emplace_back(number, result(number)); });
+      PrintJson(panel, names.result, *options, conversions);
+    } else {
+      PrintConversions(*options, *given, names, result);
+    }
   });
   return command.Add(option, given.get(), help);
 }

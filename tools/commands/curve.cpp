@@ -8,6 +8,8 @@
 #include "commands/conversion.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
+#include "support/failure.h"
+#include "support/json.h"
 #include "support/output_file.h"
 #include "support/plot.h"
 
@@ -38,13 +40,19 @@ std::string LabelOf(const Panel& panel, const std::vector<DrawnPanel>& all) {
   return std::count_if(all.begin(), all.end(), same) > 1 ? panel.File() : panel.Name();
 }
 
-// If a panel does not have a level or refuses it, the fields are empty.
-void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* panels) {
+/// The client levels of all panels.
+std::vector<uint32_t> LevelsOf(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* panels) {
   std::vector<Panel*> surveyed;
+  surveyed.reserve(panels->size());
   for (DrawnPanel& drawn : *panels) {
     surveyed.push_back(&drawn.panel);
   }
-  const auto levels = SurveyLevels(surveyed, coverages);
+  return SurveyLevels(surveyed, coverages);
+}
+
+// If a panel does not have a level or refuses it, the fields are empty.
+void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* panels) {
+  const auto levels = LevelsOf(coverages, panels);
   std::vector<Curve> curves;
   fmt::print("client level");
   for (DrawnPanel& drawn : *panels) {
@@ -65,6 +73,25 @@ void PrintCsv(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* p
   if (!AreAll(levels)) {
     fmt::print(stderr, "blnits: {}\n", LeftOut(levels));
   }
+}
+
+// If a panel does not have a level or refuses it, its luminance is null.
+nlohmann::ordered_json ReportOf(const std::vector<uint32_t>& coverages, std::vector<DrawnPanel>* panels) {
+  auto report = JsonReport("curve");
+  const auto levels = LevelsOf(coverages, panels);
+  report["last_level"] = levels.back();
+  report["examined_levels"] = levels.size();
+  report["levels"] = levels;
+  for (DrawnPanel& drawn : *panels) {
+    nlohmann::ordered_json panel = {
+        {"panel", drawn.panel.Name()}, {"file", drawn.panel.File()}, {"last_level", drawn.levels.back()}};
+    for (const Curve& curve : SurveyCurves(&drawn.panel, coverages, levels)) {
+      auto& object = panel["curves"][JsonKeyOf(curve.hdr, curve.coverage)] = JsonTable(curve.hdr, curve.coverage);
+      object["nits"] = curve.nits;
+    }
+    report["panels"].push_back(panel);
+  }
+  return report;
 }
 
 /// A label that fits into a picture.
@@ -293,6 +320,10 @@ void DrawCurves(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
 }
 
 void Run(const CurveOptions& options, CapturedLog* log) {
+  const bool json = options.format == "json";
+  if (json && !options.output.empty()) {
+    throw Failure("--format json excludes --output: the numbers go to standard output");
+  }
   std::vector<DrawnPanel> panels;
   for (const std::string& argument : {options.panel, options.compared}) {
     if (!argument.empty()) {
@@ -302,7 +333,9 @@ void Run(const CurveOptions& options, CapturedLog* log) {
       panels.push_back({std::move(panel), std::move(levels), std::move(curves)});
     }
   }
-  if (options.csv) {
+  if (json) {
+    fmt::print("{}\n", JsonLine(ReportOf(options.coverages, &panels)));
+  } else if (options.csv) {
     PrintCsv(options.coverages, &panels);
   } else {
     DrawCurves(&panels, options);
@@ -328,8 +361,10 @@ void AddCurveCommand(CLI::App* app, CapturedLog* log) {
                             .Add("-o,--output", &options->output,
                                  "The picture's file, .svg or .png; -: standard output. Default: draw in the terminal")
                             .Takes("FILE");
-  const Option format = command.Add("--format", &options->format, "svg or png, if the file's name has no such ending")
-                            .OneOfMany({"svg", "png"})
+  const Option format = command
+                            .Add("--format", &options->format,
+                                 "svg or png, if the file's name has no such ending; json: the numbers, as one object")
+                            .OneOfMany({"svg", "png", "json"})
                             .Takes("FORMAT");
   command
       .AddFlag("--csv", &options->csv,

@@ -45,6 +45,8 @@ class Spread {
 
 struct TableDifference {
   std::string table;
+  bool hdr;
+  uint32_t coverage;  ///< In per cent.
   Spread nits;
   Spread percent;        ///< In per cent of A, at levels where A is not 0.
   uint64_t refused = 0;  ///< Number of levels that exactly one of the two devices refuses.
@@ -102,8 +104,7 @@ std::optional<LinearDifference> CompareLinearTables(Panel* a, Panel* b) {
 }
 
 TableDifference CompareCurves(const Curve& a, const Curve& b, const std::vector<uint32_t>& levels) {
-  TableDifference difference;
-  difference.table = NameOf(a);
+  TableDifference difference = {NameOf(a), a.hdr, a.coverage, {}, {}, 0};
   for (size_t i = 0; i < levels.size(); ++i) {
     if (!std::isfinite(a.nits[i]) || !std::isfinite(b.nits[i])) {
       continue;
@@ -142,6 +143,11 @@ bool HasGate(const DiffOptions& options) {
 bool Passes(const TableDifference& table, const DiffOptions& options) {
   return !HasGate(options) ||
          (table.nits.largest <= options.max_nits && table.percent.largest <= options.max_percent && table.refused == 0);
+}
+
+bool Passes(const Difference& difference, const DiffOptions& options) {
+  return std::all_of(difference.tables.begin(), difference.tables.end(),
+                     [&](const TableDifference& table) { return Passes(table, options); });
 }
 
 void PrintLastLevels(const char* what, const LastLevels& last) {
@@ -187,45 +193,60 @@ void PrintText(const Difference& difference, const DiffOptions& options) {
   }
 }
 
-nlohmann::ordered_json ToJson(const Spread& spread, bool all) {
-  using Json = nlohmann::ordered_json;
-  return spread.Empty()
-             ? Json()
-             : Json{{"largest", spread.largest}, {"at", spread.at}, {"rms", all ? Json(spread.Rms()) : Json()}};
+using Json = nlohmann::ordered_json;
+
+/// \param kind of the levels: "level" or "linearized_level". \param all whether every level was examined.
+Json ToJson(const Spread& spread, const char* kind, bool all) {
+  if (spread.Empty()) {
+    return {};
+  }
+  return {{"largest", spread.largest}, {"at", {{kind, spread.at}}}, {"rms", all ? Json(spread.Rms()) : Json()}};
 }
 
-void PrintJson(const Difference& difference, const DiffOptions& options) {
-  nlohmann::ordered_json object = {
-      {"a", options.a}, {"b", options.b}, {"attributes", nlohmann::ordered_json::object()}, {"linear_table", nullptr}};
-  for (const auto& [name, a, b] : difference.attributes) {
-    object["attributes"][name] = {a, b};
-  }
-  if (difference.linear) {
-    object["linear_table"] = ToJson(difference.linear->spread, true);
-    object["linear_table"]["last_levels"] = {difference.linear->last.a, difference.linear->last.b};
-  }
+Json ToJson(const LinearDifference& linear) {
+  return {{"difference_panel_levels", ToJson(linear.spread, "linearized_level", true)},
+          {"last_linearized_level", {{"a", linear.last.a}, {"b", linear.last.b}}}};
+}
+
+Json ToJson(const TableDifference& table, bool all, const DiffOptions& options) {
+  Json object = JsonTable(table.hdr, table.coverage);
+  object["difference_nits"] = ToJson(table.nits, "level", all);
+  object["difference_percent"] = ToJson(table.percent, "level", all);
+  object["refused_levels"] = table.refused;
+  object["passes"] = Passes(table, options);
+  return object;
+}
+
+Json ReportOf(const Panel& a, const Panel& b, const Difference& difference, const DiffOptions& options) {
   const auto& levels = difference.levels;
-  object["last_levels"] = {difference.last.a, difference.last.b};
-  object["last_level"] = levels.back();
-  object["levels"] = levels.size();
-  for (const TableDifference& table : difference.tables) {
-    object["tables"].push_back({{"table", table.table},
-                                {"nits", ToJson(table.nits, AreAll(levels))},
-                                {"percent", ToJson(table.percent, AreAll(levels))},
-                                {"refused", table.refused},
-                                {"passes", Passes(table, options)}});
+  Json report = JsonReport("diff");
+  report["a"] = {{"panel", a.Name()}, {"file", a.File()}, {"last_level", difference.last.a}};
+  report["b"] = {{"panel", b.Name()}, {"file", b.File()}, {"last_level", difference.last.b}};
+  report["attributes"] = Json::object();
+  for (const auto& [name, of_a, of_b] : difference.attributes) {
+    report["attributes"][name] = {{"a", of_a}, {"b", of_b}};
   }
-  fmt::print("{}\n", JsonLine(object));
+  report["linear_table"] = difference.linear ? ToJson(*difference.linear) : Json();
+  report["last_level"] = levels.back();
+  report["examined_levels"] = levels.size();
+  report["limits"] = {{"max_nits", options.max_nits}, {"max_percent", options.max_percent}};  // Infinity becomes null.
+  report["passes"] = Passes(difference, options);
+  for (const TableDifference& table : difference.tables) {
+    report["tables"][JsonKeyOf(table.hdr, table.coverage)] = ToJson(table, AreAll(levels), options);
+  }
+  return report;
 }
 
 void Run(const DiffOptions& options, CapturedLog* log) {
   Panel a(options.a, log);
   Panel b(options.b, log);
   const Difference difference = Compare(&a, &b);
-  (options.format == "json" ? PrintJson : PrintText)(difference, options);
-  const bool passes = std::all_of(difference.tables.begin(), difference.tables.end(),
-                                  [&](const TableDifference& table) { return Passes(table, options); });
-  if (!passes) {
+  if (options.format == "json") {
+    fmt::print("{}\n", JsonLine(ReportOf(a, b, difference, options)));
+  } else {
+    PrintText(difference, options);
+  }
+  if (!Passes(difference, options)) {
     throw Negative();
   }
 }

@@ -77,7 +77,7 @@ Exported PwmTree(Panel* panel, const ExportOptions& options) {
           {{"index", options.index},
            {"levels", fmt::format("{}", count)},
            {"default", fmt::format("index {}", backlight.default_level)}},
-          {{"index", options.index}, {"levels", count}, {"default_level", backlight.default_level}},
+          {{"index", options.index}, {"entries", count}, {"default_index", backlight.default_level}},
           backlight.warnings};
 }
 
@@ -97,12 +97,13 @@ void PrintText(const Panel& panel, const Exported& exported, const ExportOptions
   }
 }
 
-void PrintJson(const Panel& panel, const Exported& exported, const ExportOptions& options, std::FILE* told) {
-  auto object = JsonReport("export");
-  object.update({{"panel", panel.Name()}, {"file", panel.File()}, {"to", options.to}, {"output_file", options.output}});
-  object.update(exported.object);
-  object["warnings"] = exported.warnings;
-  fmt::print(told, "{}\n", JsonLine(object));
+nlohmann::ordered_json ReportOf(const Panel& panel, const Exported& exported, const ExportOptions& options) {
+  auto report = JsonReportOn(panel, "export");
+  report["to"] = options.to;
+  report["output_file"] = options.output;
+  report.update(exported.object);
+  report["warnings"] = exported.warnings;
+  return report;
 }
 
 void Run(const ExportOptions& options, CapturedLog* log) {
@@ -111,7 +112,11 @@ void Run(const ExportOptions& options, CapturedLog* log) {
   const Exported exported = options.to == kDisplayConfig ? DisplayConfig(&panel, options) : PwmTree(&panel, options);
   WriteWhole(options.output, [&](std::ostream& file) { file << exported.text; });
   std::FILE* const told = options.output == "-" ? stderr : stdout;
-  (options.format == "json" ? PrintJson : PrintText)(panel, exported, options, told);
+  if (options.format == "json") {
+    fmt::print(told, "{}\n", JsonLine(ReportOf(panel, exported, options)));
+  } else {
+    PrintText(panel, exported, options, told);
+  }
 }
 
 /// The options that hold for one kind of file only, or for one kind of index.

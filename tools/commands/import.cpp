@@ -23,6 +23,7 @@
 #include "support/comment.h"
 #include "support/failure.h"
 #include "support/fitting.h"
+#include "support/json.h"
 #include "support/memory_file.h"
 #include "support/output_file.h"
 
@@ -45,11 +46,13 @@ struct ImportOptions {
   bool monotone = false;
   std::string tolerance;  ///< "0.5" (nits) or "0.2%"; empty: no tolerance.
   std::string output;
+  std::string format = "text";
 };
 
 /// Records what was done to the measurements.
 class Story {
  public:
+  /// \param told stream to print to; null: none.
   explicit Story(std::FILE* told) : told_(told) {}
 
   /// Prints a line and keeps it for the file's comment.
@@ -58,14 +61,22 @@ class Story {
     Keep(std::move(line));
   }
   /// Prints one of many changes; the file's comment gets only a summary.
-  void Detail(const std::string& line) { fmt::print(told_, "{}\n", Printable(line)); }
+  void Detail(const std::string& line) {
+    lines_.push_back(line);
+    if (told_ != nullptr) {
+      fmt::print(told_, "{}\n", Printable(line));
+    }
+  }
   /// Keeps a summary for the file's comment without printing it.
   void Keep(std::string line) { kept_.push_back(std::move(line)); }
 
+  /// Every line that was told or a detail.
+  const std::vector<std::string>& Lines() const { return lines_; }
   const std::vector<std::string>& Kept() const { return kept_; }
 
  private:
   std::FILE* told_;
+  std::vector<std::string> lines_;
   std::vector<std::string> kept_;
 };
 
@@ -270,26 +281,24 @@ std::string Attribute(const char* name, Number number) {
   return fmt::format(R"( {}="{}")", name, number);
 }
 
-/// \param told stream for the report of what was done to the measurements.
-void Write(const ImportOptions& options, std::FILE* told, std::ostream& file) {
-  Story story(told);
-  const auto tables = ReadTables(options, &story);
+void Write(const ImportOptions& options, Story* story, std::ostream& file) {
+  const auto tables = ReadTables(options, story);
   std::vector<std::pair<uint32_t, uint32_t>> pairs = {{0, 0}, {options.max_bl, options.max_bl}};
   if (options.linear.empty()) {
-    story.Tell("linear table: not measured, a straight line");
+    story->Tell("linear table: not measured, a straight line");
   } else {
     pairs = ReadLevelPairs(options.linear);
-    story.Tell(fmt::format("linear table: {} from {}", Counted(pairs.size(), "pair"), NameOfFile(options.linear)));
+    story->Tell(fmt::format("linear table: {} from {}", Counted(pairs.size(), "pair"), NameOfFile(options.linear)));
   }
   if (options.monotone) {
-    story.Keep("option: monotone");
+    story->Keep("option: monotone");
   }
   if (!options.tolerance.empty()) {
-    story.Keep(
+    story->Keep(
         fmt::format("option: tolerance {}{}", options.tolerance, options.tolerance.back() == '%' ? "" : " nits"));
   }
   file << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-  WriteComment(options, story, file);
+  WriteComment(options, *story, file);
   file << "<" << format::kRoot << Attribute(format::kGamma.name, options.gamma)
        << Attribute(format::kMinimumBl.name, options.minimum_bl) << Attribute(format::kMaxBl.name, options.max_bl)
        << Attribute(format::kMaxOsBl.name, options.max_os_bl)
@@ -314,9 +323,9 @@ void CheckOutput(const ImportOptions& options) {
 
 // Never writes a file that the device would refuse for its size. A file below that limit has fewer nodes than the
 // device's limit.
-std::string TextOf(const ImportOptions& options, std::FILE* told) {
+std::string TextOf(const ImportOptions& options, Story* story) {
   std::ostringstream file;
-  Write(options, told, file);
+  Write(options, story, file);
   std::string text = file.str();
   if (text.size() > format::kMaxFileBytes) {
     throw Failure(
@@ -332,14 +341,29 @@ CheckReport CheckCopy(const std::string& text, CapturedLog* log) {
   return Check(MemoryFile(text).Path(), {"file-name"}, kUsualLimit, log);
 }
 
+nlohmann::ordered_json ReportOf(const ImportOptions& options, const Story& story, const CheckReport& check) {
+  auto report = JsonReport("import");
+  report["file"] = options.output;
+  report["passes"] = check.Count(Severity::kError) == 0;
+  report["actions"] = story.Lines();
+  report["check"] = ToJson(options.output, check);
+  return report;
+}
+
 void Run(const ImportOptions& options, CapturedLog* log) {
   CheckOutput(options);
   std::FILE* const told = options.output == "-" ? stderr : stdout;
   const bool readable = IsRegularOutput(options.output);
-  const std::string text = TextOf(options, told);
+  const bool json = options.format == "json";
+  Story story(json ? nullptr : told);
+  const std::string text = TextOf(options, &story);
   WriteWhole(options.output, [&](std::ostream& file) { file << text; });
   const CheckReport report = readable ? Check(options.output, {}, kUsualLimit, log) : CheckCopy(text, log);
-  PrintReport(options.output == "-" ? "standard output" : options.output, report, told);
+  if (json) {
+    fmt::print(told, "{}\n", JsonLine(ReportOf(options, story, report)));
+  } else {
+    PrintReport(options.output == "-" ? "standard output" : options.output, report, told);
+  }
   if (report.Count(Severity::kError) > 0) {
     throw Negative();
   }
@@ -395,6 +419,7 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
            "standard error")
       .Required()
       .Takes("FILE");
+  AddFormatOption(command, &options->format);
   command.Footer(
       HelpOnReadingKinds() +
       "Readings of the same level are averaged.\n"

@@ -44,6 +44,8 @@ struct Plateaus {
 /// The quality of one curve. A value is empty if it would need levels that were not examined.
 struct Quality {
   std::string curve;
+  bool hdr = false;
+  uint32_t coverage = 0;  ///< In per cent.
   bool dimmed = false;
   std::optional<Returns> returns;
   std::optional<Step> step;
@@ -121,6 +123,8 @@ void LookAt(Panel* panel, bool dimmed, QualityReport* report) {
   for (const Curve& curve : SurveyCurves(panel, {10, 55, 100}, levels)) {
     Quality quality;
     quality.curve = NameOf(curve);
+    quality.hdr = curve.hdr;
+    quality.coverage = curve.coverage;
     quality.dimmed = dimmed;
     if (AreAll(levels)) {
       quality.returns = LookAtReturns(panel, curve, levels);
@@ -209,50 +213,54 @@ void PrintText(const Panel& panel, const QualityReport& report) {
   }
 }
 
-void PrintJson(const Panel& panel, const QualityReport& report) {
-  using Json = nlohmann::ordered_json;
-  Json object = {{"panel", panel.Name()},          {"file", panel.File()},    {"last_level", report.levels.back()},
-                 {"levels", report.levels.size()}, {"curves", Json::array()}, {"seams", Json::array()}};
-  for (const Quality& curve : report.curves) {
-    Json row = {{"curve", curve.curve}, {"dimmed", curve.dimmed},     {"not_back", nullptr},
-                {"worst", nullptr},     {"refused", nullptr},         {"largest_step", nullptr},
-                {"plateaus", nullptr},  {"longest_plateau", nullptr}, {"extrapolated_percent", nullptr},
-                {"jnd", nullptr}};
-    if (curve.returns) {
-      row["not_back"] = curve.returns->not_back;
-      row["refused"] = curve.returns->refused;
-    }
-    if (curve.returns && curve.returns->not_back > 0) {
-      row["worst"] = {{"level", curve.returns->worst}, {"as", curve.returns->worst_as}};
-    }
-    if (curve.step) {
-      row["largest_step"] = {{"percent", curve.step->percent}, {"from_level", curve.step->from}};
-    }
-    if (curve.plateaus) {
-      row["plateaus"] = curve.plateaus->count;
-      row["longest_plateau"] = curve.plateaus->longest;
-    }
-    if (curve.extrapolated) {
-      row["extrapolated_percent"] = *curve.extrapolated;
-    }
-    if (curve.jnd) {
-      row["jnd"] = {{"smallest", {{"jnd", SixDecimals(curve.jnd->smallest)}, {"from_level", curve.jnd->smallest_from}}},
-                    {"largest", {{"jnd", SixDecimals(curve.jnd->largest)}, {"from_level", curve.jnd->largest_from}}},
-                    {"standard_deviation", SixDecimals(curve.jnd->deviation)},
-                    {"distinct_steps", curve.jnd->distinct},
-                    {"hidden_percent", curve.jnd->hidden_percent},
-                    {"without_index", curve.jnd->without_index}};
-    }
-    object["curves"].push_back(row);
+using Json = nlohmann::ordered_json;
+
+Json ToJson(const JndSteps& jnd) {
+  return {{"smallest_step", {{"jnd", SixDecimals(jnd.smallest)}, {"from_level", jnd.smallest_from}}},
+          {"largest_step", {{"jnd", SixDecimals(jnd.largest)}, {"from_level", jnd.largest_from}}},
+          {"standard_deviation_jnd", SixDecimals(jnd.deviation)},
+          {"distinct_steps", jnd.distinct},
+          {"hidden_percent", jnd.hidden_percent},
+          {"levels_without_index", jnd.without_index}};
+}
+
+Json ToJson(const Quality& quality) {
+  Json object = JsonTable(quality.hdr, quality.coverage);
+  const auto& returns = quality.returns;
+  const auto& step = quality.step;
+  const auto& plateaus = quality.plateaus;
+  object["changed_levels"] = returns ? Json(returns->not_back) : Json();
+  object["worst_round_trip"] = Json();
+  if (returns && returns->not_back > 0) {
+    object["worst_round_trip"] = {{"level", returns->worst}, {"back_level", returns->worst_as}};
   }
-  for (const Seam& seam : report.seams) {
-    object["seams"].push_back({{"coverage", seam.coverage},
+  object["refused_levels"] = returns ? Json(returns->refused) : Json();
+  object["largest_step"] = step ? Json{{"percent", step->percent}, {"from_level", step->from}} : Json();
+  object["plateaus"] = plateaus ? Json(plateaus->count) : Json();
+  object["longest_plateau_levels"] = plateaus ? Json(plateaus->longest) : Json();
+  object["extrapolated_percent"] = quality.extrapolated ? Json(*quality.extrapolated) : Json();
+  object["jnd"] = quality.jnd ? ToJson(*quality.jnd) : Json();
+  return object;
+}
+
+Json ReportOf(const Panel& panel, const QualityReport& quality) {
+  Json report = JsonReportOn(panel, "quality");
+  report["last_level"] = quality.levels.back();
+  report["examined_levels"] = quality.levels.size();
+  report["curves"] = Json::object();
+  report["dimmed_curves"] = Json();
+  for (const Quality& curve : quality.curves) {
+    report[curve.dimmed ? "dimmed_curves" : "curves"][JsonKeyOf(curve.hdr, curve.coverage)] = ToJson(curve);
+  }
+  report["seams"] = Json::array();
+  for (const Seam& seam : quality.seams) {
+    report["seams"].push_back({{"coverage", seam.coverage},
                                {"level", seam.level},
                                {"standard_nits", seam.standard},
                                {"hbm_nits", seam.hbm},
                                {"percent", PercentOf(seam)}});
   }
-  fmt::print("{}\n", JsonLine(object));
+  return report;
 }
 
 void Run(const QualityOptions& options, CapturedLog* log) {
@@ -265,7 +273,11 @@ void Run(const QualityOptions& options, CapturedLog* log) {
     SwitchDimmingOn(options.luts, &panel);
     LookAt(&panel, true, &report);
   }
-  (options.format == "json" ? PrintJson : PrintText)(panel, report);
+  if (options.format == "json") {
+    fmt::print("{}\n", JsonLine(ReportOf(panel, report)));
+  } else {
+    PrintText(panel, report);
+  }
 }
 
 }  // namespace

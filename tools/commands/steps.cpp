@@ -14,6 +14,14 @@ struct StepsOptions : Slider {
   std::string format = "text";
 };
 
+/// The key of a residual in the metric's unit.
+const char* ResidualKeyOf(const std::string& metric) {
+  return metric == "gsdf"    ? "residual_jnd"
+         : metric == "pq"    ? "residual_pq"
+         : metric == "lstar" ? "residual_lstar"
+                             : "residual_nits";
+}
+
 void PrintText(const std::vector<SliderStep>& steps, const char* unit) {
   fmt::print("{:>6}{:>10}{:>14}{:>14}{:>14}\n", "step", "level", "nits", "ideal nits",
              fmt::format("residual {}", unit));
@@ -27,25 +35,25 @@ void PrintText(const std::vector<SliderStep>& steps, const char* unit) {
   }
 }
 
-void PrintJson(const Panel& panel, const std::vector<SliderStep>& steps, const StepsOptions& options) {
-  nlohmann::ordered_json object = {{"panel", panel.Name()},           {"file", panel.File()},
-                                   {"coverage", options.coverage},    {"hdr", options.hdr},
-                                   {"metric", options.metric},        {"unit", UnitOf(options.metric)},
-                                   {"repeated", CountRepeated(steps)}};
+nlohmann::ordered_json ReportOf(const Panel& panel, const std::vector<SliderStep>& steps, const StepsOptions& options) {
+  auto report = JsonReportOn(panel, "steps");
+  report.update(JsonTable(options.hdr, options.coverage));
+  report["metric"] = options.metric;
+  report["repeated_steps"] = CountRepeated(steps);
   for (const SliderStep& step : steps) {
-    object["steps"].push_back({{"level", step.level},
+    report["steps"].push_back({{"level", step.level},
                                {"nits", step.nits},
                                {"ideal_nits", SixDecimals(step.ideal_nits)},
-                               {"residual", SixDecimals(step.residual)}});
+                               {ResidualKeyOf(options.metric), SixDecimals(step.residual)}});
   }
-  fmt::print("{}\n", JsonLine(object));
+  return report;
 }
 
 void Run(const StepsOptions& options, CapturedLog* log) {
   Panel panel(options.panel, log);
   const auto steps = StepsOf(&panel, options);
   if (options.format == "json") {
-    PrintJson(panel, steps, options);
+    fmt::print("{}\n", JsonLine(ReportOf(panel, steps, options)));
   } else {
     PrintText(steps, UnitOf(options.metric));
   }

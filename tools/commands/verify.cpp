@@ -41,6 +41,8 @@ enum Unit { kNits, kPercent, kJnd, kUnits };
 constexpr const char* kUnitNames[kUnits] = {"nits", "percent", "jnd"};  ///< In JSON,
 constexpr const char* kSigns[kUnits] = {"nits", "%", "JND"};            ///< and for people.
 
+std::string ErrorIn(Unit unit) { return std::string("error_") + kUnitNames[unit]; }
+
 /// One reading beside the calibration.
 struct Residual {
   RawReading reading;
@@ -133,8 +135,6 @@ Verdict Judge(const ReadingsFile& file, const VerifyOptions& options, Panel* pan
   return verdict;
 }
 
-const char* ModeNameOf(bool hdr) { return hdr ? "hbm" : "standard"; }
-
 std::string Fixed(double number, int decimals) {
   return std::isnan(number) ? "-" : fmt::format("{:.{}f}", number, decimals);
 }
@@ -144,7 +144,7 @@ void PrintResiduals(const Verdict& verdict, const VerifyOptions& options) {
              "calibrated", "error nits", "error %", "JND");
   for (const Residual& residual : verdict.residuals) {
     fmt::print("{:>10}{:>8} %{:>10}{:>14.4f}{:>14}{:>12}{:>10}{:>10}{}\n", residual.reading.level, residual.coverage,
-               ModeNameOf(residual.hdr), residual.reading.nits, Fixed(residual.calibrated, 4),
+               JsonModeOf(residual.hdr), residual.reading.nits, Fixed(residual.calibrated, 4),
                Fixed(residual.errors[kNits], 4), Fixed(residual.errors[kPercent], 3), Fixed(residual.errors[kJnd], 3),
                IsBeyond(residual, options) ? "  beyond the limit" : "");
   }
@@ -185,43 +185,52 @@ void PrintText(const Panel& panel, const ReadingsFile& file, const Verdict& verd
 
 using Json = nlohmann::ordered_json;
 
-Json OrNull(double number) { return std::isfinite(number) ? Json(SixDecimals(number)) : Json(); }
-
 Json ToJson(const Summary& summary) {
   if (summary.count == 0) {
     return {};
   }
+  Json place = {{"level", summary.at->reading.level}};
+  place.update(JsonTable(summary.at->hdr, summary.at->coverage));
   return {{"largest", SixDecimals(summary.largest)},
-          {"at", {{"level", summary.at->reading.level}, {"coverage", summary.at->coverage}, {"hdr", summary.at->hdr}}},
+          {"at", place},
           {"mean", SixDecimals(summary.Mean())},
           {"rms", SixDecimals(summary.Rms())},
           {"readings", summary.count}};
 }
 
-void PrintJson(const Panel& panel, const ReadingsFile& file, const Verdict& verdict, const VerifyOptions& options) {
-  Json object = {{"panel", panel.Name()},    {"file", panel.File()},      {"readings_file", options.file},
-                 {"kind", file.kind},        {"notes", file.notes},       {"refused", verdict.refused},
-                 {"limits", Json::object()}, {"beyond", verdict.beyond},  {"passes", verdict.beyond == 0},
-                 {"all", Json::object()},    {"between", Json::object()}, {"readings", Json::array()}};
+Json ToJson(const Residual& residual, const VerifyOptions& options) {
+  Json object = JsonTable(residual.hdr, residual.coverage);
+  object["line"] = residual.reading.line;
+  object["level"] = residual.reading.level;
+  object["nits"] = residual.reading.nits;
+  object["calibrated_nits"] = SixDecimals(residual.calibrated);
+  for (const Unit unit : {kNits, kPercent, kJnd}) {
+    object[ErrorIn(unit)] = SixDecimals(residual.errors[unit]);
+  }
+  object["beyond_limit"] = IsBeyond(residual, options);
+  return object;
+}
+
+Json ReportOf(const Panel& panel, const ReadingsFile& file, const Verdict& verdict, const VerifyOptions& options) {
+  Json report = JsonReportOn(panel, "verify");
+  report["readings_file"] = options.file;
+  report["kind"] = file.kind;
+  report["notes"] = file.notes;
   for (const Unit unit : {kNits, kPercent, kJnd}) {
     const std::optional<double> limit = LimitOf(options, unit);
-    object["limits"][kUnitNames[unit]] = limit ? Json(*limit) : Json();
-    object["all"][kUnitNames[unit]] = ToJson(verdict.all[unit]);
-    object["between"][kUnitNames[unit]] = ToJson(verdict.between[unit]);
+    report["limits"][std::string("max_") + kUnitNames[unit]] = limit ? Json(*limit) : Json();
+  }
+  report["passes"] = verdict.beyond == 0;
+  report["readings_beyond_limit"] = verdict.beyond;
+  report["refused_readings"] = verdict.refused;
+  for (const Unit unit : {kNits, kPercent, kJnd}) {
+    report["all"][ErrorIn(unit)] = ToJson(verdict.all[unit]);
+    report["between"][ErrorIn(unit)] = ToJson(verdict.between[unit]);
   }
   for (const Residual& residual : verdict.residuals) {
-    object["readings"].push_back({{"line", residual.reading.line},
-                                  {"level", residual.reading.level},
-                                  {"coverage", residual.coverage},
-                                  {"hdr", residual.hdr},
-                                  {"nits", residual.reading.nits},
-                                  {"calibrated_nits", OrNull(residual.calibrated)},
-                                  {"error_nits", OrNull(residual.errors[kNits])},
-                                  {"error_percent", OrNull(residual.errors[kPercent])},
-                                  {"error_jnd", OrNull(residual.errors[kJnd])},
-                                  {"beyond", IsBeyond(residual, options)}});
+    report["readings"].push_back(ToJson(residual, options));
   }
-  fmt::print("{}\n", JsonLine(object));
+  return report;
 }
 
 /// The residuals of one coverage and mode, by rising level.
@@ -244,7 +253,7 @@ PlotPane PaneOf(const Verdict& verdict, Unit unit, const VerifyOptions& options)
   double last = 0.0;
   for (const auto& [of, points] : SeriesOf(verdict, unit)) {
     const std::vector<bool> solid(points.size(), false);
-    pane.lines.push_back({fmt::format("{}, {} %", ModeNameOf(of.first), of.second),
+    pane.lines.push_back({fmt::format("{}, {} %", JsonModeOf(of.first), of.second),
                           kColours[pane.lines.size() % std::size(kColours)], false, points, solid, points});
     last = std::max(last, points.back().first);
   }
@@ -272,6 +281,13 @@ Plot PlotOf(const Panel& panel, const Verdict& verdict, const VerifyOptions& opt
   return plot;
 }
 
+void Draw(const Panel& panel, const Verdict& verdict, const VerifyOptions& options) {
+  if (!options.output.empty()) {
+    const std::string picture = Drawn(PlotOf(panel, verdict, options), PictureFormatOf(options.output, ""));
+    WriteWhole(options.output, [&](std::ostream& stream) { stream << picture; });
+  }
+}
+
 void Run(const VerifyOptions& options, CapturedLog* log) {
   if (options.output == "-") {
     throw Failure("--output: found -, expected a file's name: the report goes to standard output");
@@ -281,10 +297,12 @@ void Run(const VerifyOptions& options, CapturedLog* log) {
   readings.top_level = panel.Get(zarn::format::kMaxOsBl);
   const ReadingsFile file = ReadReadings(options.file, readings);
   const Verdict verdict = Judge(file, options, &panel);
-  (options.format == "json" ? PrintJson : PrintText)(panel, file, verdict, options);
-  if (!options.output.empty()) {
-    const std::string picture = Drawn(PlotOf(panel, verdict, options), PictureFormatOf(options.output, ""));
-    WriteWhole(options.output, [&](std::ostream& stream) { stream << picture; });
+  if (options.format == "json") {
+    Draw(panel, verdict, options);
+    fmt::print("{}\n", JsonLine(ReportOf(panel, file, verdict, options)));
+  } else {
+    PrintText(panel, file, verdict, options);
+    Draw(panel, verdict, options);
   }
   if (verdict.beyond > 0) {
     throw Negative();
