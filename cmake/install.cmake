@@ -17,6 +17,7 @@ set_target_properties(backlight_nits PROPERTIES INSTALL_RPATH "$ORIGIN")
 if(BLNITS_TOOL)
   set_target_properties(blnits PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS blnits RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  install(DIRECTORY docs/schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/backlight-nits COMPONENT tool)
   if(TARGET blnits_manual)
     install(FILES ${PROJECT_BINARY_DIR}/tools/blnits.1
       DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
