@@ -54,6 +54,7 @@ int Run(int argc, char** argv) {
   blnits::AddStepsCommand(&app, &log);
   blnits::AddDiffCommand(&app, &log);
   blnits::AddVerifyCommand(&app, &log);
+  blnits::AddPlanCommand(&app, &log);
   blnits::AddImportCommand(&app, &log);
   blnits::AddExportCommand(&app, &log);
   blnits::AddManualCommand(&app);

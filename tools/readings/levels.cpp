@@ -91,6 +91,15 @@ std::string WhatLevelsAre(const std::string& text, bool scaled) {
   return decimal ? "a whole level; for levels of another scale give --scale" : "a level";
 }
 
+RangeOfLevels RangeOf(const std::string& text, const char* option) {
+  const auto range = RangeIn(text, false);
+  if (!range || text.find(':') != std::string::npos || !(range->first < range->last)) {
+    throw Failure(
+        fmt::format("{}: found \"{}\", expected FIRST..LAST, two whole levels that rise", option, Shown(text)));
+  }
+  return {static_cast<uint32_t>(range->first), static_cast<uint32_t>(range->last)};
+}
+
 std::vector<double> LevelsOf(const std::string& text, bool scaled, size_t most) {
   const auto range = RangeIn(text, scaled);
   std::error_code error;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,15 @@ std::optional<double> LevelIn(const std::string& text, bool scaled);
 
 /// What LevelIn() expects, for a message about `text`.
 std::string WhatLevelsAre(const std::string& text, bool scaled);
+
+/// Whole levels, first below last.
+struct RangeOfLevels {
+  uint32_t first;
+  uint32_t last;
+};
+
+/// The range "FIRST..LAST". \throws Failure that names `option` if it is none or does not rise.
+RangeOfLevels RangeOf(const std::string& text, const char* option);
 
 /// The levels of "FIRST..LAST", "FIRST..LAST:STEP" or a file with one level on each line. A range may fall.
 /// \throws Failure if there are none or more than `most`, or if one is not a level.

@@ -1,0 +1,131 @@
+#include "panel/plan.h"
+
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+#include "commands/commands.h"
+#include "commands/conversion.h"
+#include "foreign_text.h"
+#include "panel/survey.h"
+#include "readings/levels.h"
+#include "support/failure.h"
+#include "support/json.h"
+
+namespace blnits {
+namespace {
+
+struct PlanOptions {
+  std::string panel;  ///< Or a range of levels.
+  uint32_t count = 0;
+  uint32_t coverage = 100;
+  bool hdr = false;
+  std::string format = "text";
+};
+
+/// A plan, and the panel that it is for.
+struct PlanReport {
+  Plan plan;
+  std::string name;  ///< Empty: the plan is for a range of levels.
+  std::string file;
+};
+
+bool IsRange(const std::string& text) {
+  std::error_code error;
+  return text.find("..") != std::string::npos && text.find('/') == std::string::npos &&
+         !std::filesystem::exists(text, error);
+}
+
+PlanReport ForRange(const PlanOptions& options) {
+  const RangeOfLevels range = RangeOf(options.panel, "PANEL");
+  return {{PlannedLevels(range.first, range.last, options.count), {}, {}}, "", ""};
+}
+
+// Level 0 is dark by definition: the device needs no reading of it.
+PlanReport ForPanel(const PlanOptions& options, CapturedLog* log) {
+  Panel panel(options.panel, log);
+  std::vector<zarn::BlNitsPoint> curve;
+  for (const uint32_t level : SurveyLevels({&panel}, {options.coverage})) {
+    const auto nits = panel.TryToNits(level, options.coverage, options.hdr);
+    if (level > 0 && nits && std::isfinite(*nits)) {
+      curve.push_back({level, *nits});
+    }
+  }
+  if (curve.empty()) {
+    throw Failure(fmt::format("{}: no level above 0 has a luminance; blnits check gives the reason", panel.File()));
+  }
+  return {PlanFor(curve, options.count), panel.Name(), panel.File()};
+}
+
+void PrintText(const PlanReport& report, const PlanOptions& options) {
+  const Plan& plan = report.plan;
+  if (!report.file.empty()) {
+    fmt::print("# {} levels for {}, {}, {} % of the screen\n", plan.levels.size(), Printable(report.file),
+               JsonModeOf(options.hdr), options.coverage);
+    fmt::print("# largest error of straight lines between them: {:.3f} % at level {}", plan.percent.error,
+               plan.percent.level);
+    if (plan.jnd) {
+      fmt::print(", {:.3f} JND at level {}", plan.jnd->error, plan.jnd->level);
+    }
+    fmt::print("\n");
+  }
+  for (const uint32_t level : plan.levels) {
+    fmt::print("{}\n", level);
+  }
+}
+
+nlohmann::ordered_json ToJson(const char* unit, const PlanError& error) {
+  return {{unit, SixDecimals(error.error)}, {"level", error.level}};
+}
+
+nlohmann::ordered_json ReportOf(const PlanReport& report, const PlanOptions& options) {
+  const Plan& plan = report.plan;
+  auto object = JsonReport("plan");
+  object["levels"] = plan.levels;
+  if (!report.file.empty()) {
+    object["panel"] = report.name;
+    object["file"] = report.file;
+    object["mode"] = JsonModeOf(options.hdr);
+    object["coverage"] = options.coverage;
+    object["largest_error_percent"] = ToJson("percent", plan.percent);
+    object["largest_error_jnd"] = plan.jnd ? ToJson("jnd", *plan.jnd) : nullptr;
+  }
+  return object;
+}
+
+void Run(const PlanOptions& options, CapturedLog* log) {
+  const PlanReport report = IsRange(options.panel) ? ForRange(options) : ForPanel(options, log);
+  if (options.format == "json") {
+    fmt::print("{}\n", JsonLine(ReportOf(report, options)));
+  } else {
+    PrintText(report, options);
+  }
+}
+
+}  // namespace
+
+void AddPlanCommand(CLI::App* app, CapturedLog* log) {
+  const Subcommand command(app, "plan", "Choose the levels to measure");
+  auto options = std::make_shared<PlanOptions>();
+  command
+      .Add("PANEL", &options->panel,
+           "A panel's name or the path of its file, to place the levels where its curve bends; or FIRST..LAST")
+      .Required();
+  command.Add("--count", &options->count, "Number of levels, 2 to 65,536").Required().Between(2, 65536).Takes("COUNT");
+  command.Add("-c,--coverage", &options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
+      .Between(1, 100)
+      .Takes("PERCENT")
+      .ShowDefault();
+  command.AddFlag("--hdr", &options->hdr, "Use the high-brightness curves");
+  AddFormatOption(command, &options->format);
+  command.Footer(
+      "The levels are dense at the dark end. For a panel, the largest error of straight lines between them is as "
+      "small\n"
+      "as possible, in per cent of the luminance. --levels of import and verify reads what plan prints.\n"
+      "Example: blnits plan 0..255 --count 20 > levels.txt");
+  command.Action([options, log] { Run(*options, log); });
+}
+
+}  // namespace blnits

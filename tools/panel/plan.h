@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "backlight_nits_records.h"
+
+namespace blnits {
+
+/// Levels to measure, dense at the dark end: each is the same factor above the one before, where levels are dense enough
+/// for that. \param count 2 or more. \return `count` levels from `first` to `last`, or all if there are fewer. Any thread.
+std::vector<uint32_t> PlannedLevels(uint32_t first, uint32_t last, size_t count);
+
+/// The largest error of straight lines between the planned levels.
+struct PlanError {
+  double error = 0.0;
+  uint32_t level = 0;  ///< The first level that has it.
+};
+
+/// Levels to measure on a panel whose curve is known.
+struct Plan {
+  std::vector<uint32_t> levels;
+  PlanError percent;             ///< In per cent of the luminance, at levels that are not dark.
+  std::optional<PlanError> jnd;  ///< Empty if no luminance has a JND index.
+};
+
+/// The levels whose straight lines are nearest to a curve: the largest error in per cent is as small as possible.
+/// \param curve levels rise strictly. \param count 2 or more. Any thread.
+Plan PlanFor(const std::vector<zarn::BlNitsPoint>& curve, size_t count);
+
+}  // namespace blnits
