@@ -16,8 +16,10 @@
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "commands/readings_options.h"
+#include "figures/transfer_curve.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
+#include "readings/average.h"
 #include "readings/by_table.h"
 #include "readings/readings.h"
 #include "support/comment.h"
@@ -36,8 +38,11 @@ struct ImportOptions {
   std::map<zarn::BLNitsParams, std::string> tables;  ///< Paths of the measurements of each table; empty: none.
   std::string readings;                              ///< Path of the measurements of several tables; empty: none.
   ReadingsOptions reading;                           ///< How these files are read.
-  std::string linear;
-  double gamma = 0.0;
+  Averaging averaging;
+  std::string average = "median";
+  std::string max_spread;  ///< "5%"; empty: any.
+  std::string linear;      ///< A path, or "derive"; empty: an identity.
+  std::string gamma;       ///< A number, or "fit".
   uint32_t minimum_bl = 0;
   uint32_t max_bl = 0;
   uint32_t max_os_bl = 0;
@@ -82,16 +87,11 @@ class Story {
 
 using Points = std::vector<zarn::BlNitsPoint>;
 
-/// The reading of one level, or the mean of several.
-struct Reading {
-  uint32_t level;
-  double nits;   ///< The mean.
-  size_t count;  ///< How many readings the mean has.
-  double least;  ///< The smallest reading, in nits.
-  double most;
-};
-
 std::string OptionOf(const MeasuredTable& table) { return fmt::format("--{}-{}", table.group, table.coverage); }
+
+std::string WithoutPercent(const std::string& text) {
+  return text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0));
+}
 
 std::string NameOfFile(const std::string& path) { return std::filesystem::path(path).filename().string(); }
 
@@ -99,44 +99,35 @@ std::string Counted(size_t count, const char* what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
-/// The readings by level; several readings of one level are averaged.
-std::vector<Reading> Averaged(std::vector<RawReading> raw) {
-  std::stable_sort(raw.begin(), raw.end(), [](const RawReading& a, const RawReading& b) { return a.level < b.level; });
-  std::vector<Reading> readings;
-  for (const RawReading& each : raw) {
-    if (readings.empty() || readings.back().level != each.level) {
-      readings.push_back({each.level, 0.0, 0, each.nits, each.nits});
-    }
-    Reading& reading = readings.back();
-    reading.nits += each.nits;  // The sum, until all are added.
-    ++reading.count;
-    reading.least = std::min(reading.least, each.nits);
-    reading.most = std::max(reading.most, each.nits);
-  }
-  for (Reading& reading : readings) {
-    reading.nits /= static_cast<double>(reading.count);
-  }
-  return readings;
-}
-
-void TellRepeated(const std::vector<Reading>& readings, const char* table, Story* story) {
+void TellRepeated(const std::vector<LevelReadings>& levels, const TableReadings& measured, const char* table, bool mean,
+                  Story* story) {
+  const char* const average = mean ? "mean" : "median";
   size_t repeated = 0;
-  for (const Reading& reading : readings) {
-    if (reading.count > 1) {
+  size_t outliers = 0;
+  for (const LevelReadings& level : levels) {
+    if (level.count > 1) {
       ++repeated;
-      story->Detail(fmt::format("{}: level {} is the mean of {} readings, {} to {} nits", table, reading.level,
-                                reading.count, reading.least, reading.most));
+      story->Detail(fmt::format("{}: level {} is the {} of {} readings, {} to {} nits", table, level.level, average,
+                                level.count, level.least, level.most));
+    }
+    for (const RawReading& outlier : level.outliers) {
+      ++outliers;
+      story->Detail(fmt::format("{}:{}: {} nits at level {} is an outlier: the median of the {} readings is {} nits",
+                                NameOfFile(measured.from.path), outlier.line, outlier.nits, level.level, level.count,
+                                level.median));
     }
   }
   if (repeated > 0) {
-    story->Keep(fmt::format("{}: {} with several readings, averaged", table, Counted(repeated, "level")));
+    story->Keep(fmt::format("{}: the {} of the readings at {} with several{}", table, average,
+                            Counted(repeated, "level"),
+                            outliers > 0 ? fmt::format(", {}", Counted(outliers, "outlier")) : ""));
   }
 }
 
-void MakeMonotone(std::vector<Reading>* readings, const char* table, Story* story) {
+void MakeMonotone(std::vector<LevelReadings>* readings, const char* table, Story* story) {
   std::vector<double> nits;
   std::vector<double> weights;
-  for (const Reading& reading : *readings) {
+  for (const LevelReadings& reading : *readings) {
     nits.push_back(reading.nits);
     weights.push_back(static_cast<double>(reading.count));
   }
@@ -173,18 +164,20 @@ Points Thin(const Points& points, const std::string& tolerance, const char* tabl
   return kept;
 }
 
-Points MakeTable(const TableReadings& measured, const char* table, const ImportOptions& options, Story* story) {
-  std::vector<Reading> readings = Averaged(measured.readings);
+/// The averaged readings of a table, before points are dropped.
+Points PointsOf(const TableReadings& measured, const char* table, const ImportOptions& options, Story* story) {
+  std::vector<LevelReadings> readings = ByLevel(measured, options.averaging);
   story->Tell(fmt::format("{}: {} from {}", table, Counted(readings.size(), "level"), NameOfFile(measured.from.path)));
-  TellRepeated(readings, table, story);
+  TellRepeated(readings, measured, table, options.averaging.mean, story);
   if (options.monotone) {
     MakeMonotone(&readings, table, story);
   }
   Points points;
-  for (const Reading& reading : readings) {
+  points.reserve(readings.size());
+  for (const LevelReadings& reading : readings) {
     points.push_back({reading.level, reading.nits});
   }
-  return options.tolerance.empty() ? points : Thin(points, options.tolerance, table, story);
+  return points;
 }
 
 std::vector<GivenFile> GivenFiles(const ImportOptions& options) {
@@ -223,20 +216,103 @@ const MeasuredTable& Instead(const MeasuredTable& table, const ReadingsByTable& 
 
 using Tables = std::map<zarn::BLNitsParams, Points>;
 
-Tables ReadTables(const ImportOptions& options, Story* story) {
-  const ReadingsByTable measured = ReadFiles(options, story);
+/// What the file gets from the measurements.
+struct Calibration {
+  double gamma;
+  LinearPairs linear;
   Tables tables;
+};
+
+void CopyUnmeasured(const ReadingsByTable& measured, Tables* tables, Story* story) {
   for (const MeasuredTable* const table : TablesAsRead()) {
-    const auto found = measured.find(table->param);
-    if (found == measured.end()) {
+    if (measured.count(table->param) == 0) {
       const MeasuredTable& instead = Instead(*table, measured);
       story->Tell(fmt::format("{}: not measured, copied from {}", table->name, instead.name));
-      tables[table->param] = tables[instead.param];
-    } else {
-      tables[table->param] = MakeTable(found->second, table->name, options, story);
+      (*tables)[table->param] = (*tables)[instead.param];
     }
   }
-  return tables;
+}
+
+/// \throws Failure if the points do not give the luminance of every level.
+void CheckDerivable(const Points& points, const ImportOptions& options) {
+  const auto refuse = [](const std::string& found) { throw Failure(fmt::format("--linear derive: found {}", found)); };
+  if (options.max_os_bl == 0 || options.max_bl == 0 || options.max_bl > format::kLastLinearizedLevel) {
+    refuse(fmt::format("max_bl {} and max_os_bl {}, expected max_bl from 1 to {} and max_os_bl from 1 on",
+                       options.max_bl, options.max_os_bl, format::kLastLinearizedLevel));
+  }
+  for (size_t i = 1; i < points.size(); ++i) {
+    if (points[i].nits < points[i - 1].nits) {
+      refuse(
+          fmt::format("that luminance falls from {} nits at level {} to {} nits at level {}, expected that it never "
+                      "falls; --monotone repairs it",
+                      points[i - 1].nits, points[i - 1].bl, points[i].nits, points[i].bl));
+    }
+  }
+  if (points.back().bl < options.max_os_bl || !(points.back().nits > 0.0) || points.front().nits < 0.0) {
+    refuse(fmt::format("readings up to level {} with {} nits, expected luminances above 0 up to max_os_bl, {}",
+                       points.back().bl, points.back().nits, options.max_os_bl));
+  }
+}
+
+LinearPairs LinearTable(const Points& points, const ImportOptions& options, Story* story) {
+  if (options.linear.empty()) {
+    story->Tell("linear table: an identity: it is neither given nor derived");
+    return {{0, 0}, {options.max_bl, options.max_bl}};
+  }
+  if (options.linear != "derive") {
+    LinearPairs pairs = ReadLevelPairs(options.linear);
+    story->Tell(fmt::format("linear table: {} from {}", Counted(pairs.size(), "pair"), NameOfFile(options.linear)));
+    return pairs;
+  }
+  CheckDerivable(points, options);
+  LinearPairs pairs = DerivedLinearTable(points, options.max_os_bl, options.max_bl);
+  story->Tell(
+      fmt::format("linear table: {} derived from {}: luminance is proportional to the linearized level; a panel "
+                  "level is a client level times {}/{}",
+                  Counted(pairs.size(), "pair"), FindTable(100, false)->name, options.max_bl, options.max_os_bl));
+  return pairs;
+}
+
+double Gamma(const Points& points, const ImportOptions& options, Story* story) {
+  if (options.gamma != "fit") {
+    story->Tell(fmt::format("gamma: {}, as given", options.gamma));
+    return std::strtod(options.gamma.c_str(), nullptr);
+  }
+  const auto fit = FitGamma(points);
+  if (!fit || fit->gamma < 0.0) {
+    throw Failure(fmt::format("--gamma fit: found {}, expected rising luminances above 0 at two levels or more above 0",
+                              fit ? fmt::format("a gamma of {:.4f}", fit->gamma) : "too few points"));
+  }
+  const double gamma = std::round(fit->gamma * 1e4) / 1e4;  // The rest depends on the processor's logarithm.
+  story->Tell(
+      fmt::format("gamma: {}, fitted to {} of {} by least squares over log luminance; root mean square of the "
+                  "residuals: {:.2f} %",
+                  gamma, Counted(fit->points, "point"), FindTable(100, false)->name, fit->residual_percent));
+  return gamma;
+}
+
+Calibration Measured(const ImportOptions& options, Story* story) {
+  const ReadingsByTable measured = ReadFiles(options, story);
+  Calibration made;
+  for (const MeasuredTable* const table : TablesAsRead()) {
+    const auto found = measured.find(table->param);
+    if (found != measured.end()) {
+      made.tables[table->param] = PointsOf(found->second, table->name, options, story);
+    }
+  }
+  const Points full = made.tables.at(format::kStandard100.param);
+  if (!options.tolerance.empty()) {
+    for (const MeasuredTable* const table : TablesAsRead()) {
+      if (measured.count(table->param) > 0) {
+        Points& points = made.tables[table->param];
+        points = Thin(points, options.tolerance, table->name, story);
+      }
+    }
+  }
+  CopyUnmeasured(measured, &made.tables, story);
+  made.gamma = Gamma(full, options, story);
+  made.linear = LinearTable(full, options, story);
+  return made;
 }
 
 void WriteComment(const ImportOptions& options, const Story& story, std::ostream& file) {
@@ -282,14 +358,7 @@ std::string Attribute(const char* name, Number number) {
 }
 
 void Write(const ImportOptions& options, Story* story, std::ostream& file) {
-  const auto tables = ReadTables(options, story);
-  std::vector<std::pair<uint32_t, uint32_t>> pairs = {{0, 0}, {options.max_bl, options.max_bl}};
-  if (options.linear.empty()) {
-    story->Tell("linear table: not measured, a straight line");
-  } else {
-    pairs = ReadLevelPairs(options.linear);
-    story->Tell(fmt::format("linear table: {} from {}", Counted(pairs.size(), "pair"), NameOfFile(options.linear)));
-  }
+  const Calibration made = Measured(options, story);
   if (options.monotone) {
     story->Keep("option: monotone");
   }
@@ -299,22 +368,23 @@ void Write(const ImportOptions& options, Story* story, std::ostream& file) {
   }
   file << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
   WriteComment(options, *story, file);
-  file << "<" << format::kRoot << Attribute(format::kGamma.name, options.gamma)
+  file << "<" << format::kRoot << Attribute(format::kGamma.name, made.gamma)
        << Attribute(format::kMinimumBl.name, options.minimum_bl) << Attribute(format::kMaxBl.name, options.max_bl)
        << Attribute(format::kMaxOsBl.name, options.max_os_bl)
        << (options.pcc_thresh ? Attribute(format::kPccThresh.name, *options.pcc_thresh) : "") << ">\n";
   using Pair = std::pair<uint32_t, uint32_t>;
-  WriteList(format::kLinearTable.first, pairs, &Pair::first, "  ", file);
-  WriteList(format::kLinearTable.second, pairs, &Pair::second, "  ", file);
+  WriteList(format::kLinearTable.first, made.linear, &Pair::first, "  ", file);
+  WriteList(format::kLinearTable.second, made.linear, &Pair::second, "  ", file);
   file << fmt::format("  <{}>\n", format::kMeasurements);
   for (const char* const group : {format::kStandard, format::kHighBrightness}) {
-    WriteGroup(group, tables, file);
+    WriteGroup(group, made.tables, file);
   }
   file << fmt::format("  </{}>\n</{}>\n", format::kMeasurements, format::kRoot);
 }
 
 void CheckOutput(const ImportOptions& options) {
-  std::vector<std::string> inputs = {options.linear, options.readings, options.reading.levels};
+  std::vector<std::string> inputs = {options.linear == "derive" ? "" : options.linear, options.readings,
+                                     options.reading.levels};
   for (const auto& [table, file] : options.tables) {
     inputs.push_back(file);
   }
@@ -387,8 +457,12 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
            "File of readings of several tables, told apart by its columns coverage and mode")
       .Takes("FILE");
   AddReadingsOptions(command, &options->reading);
-  command.Add("--linear", &options->linear, "CSV file, linearized level,panel level; default: a straight line")
-      .Takes("FILE");
+  command
+      .Add(
+          "--linear", &options->linear,
+          "CSV file, linearized level,panel level; or derive: make luminance proportional to the linearized level, by\n"
+          "the readings of the full screen. Default: an identity")
+      .Takes("FILE|derive");
   command.Add("--minimum-bl", &options->minimum_bl, "Lowest panel level")
       .Required()
       .Between(0, INT32_MAX)
@@ -398,7 +472,21 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
       .Required()
       .Between(0, INT32_MAX)
       .Takes("LEVEL");
-  command.Add("--gamma", &options->gamma, "Gamma of the panel").Required().NotNegative().Takes("NUMBER");
+  command
+      .Add("--gamma", &options->gamma,
+           "Gamma of the panel; or fit: by least squares over the log luminance of the full screen")
+      .Required()
+      .Check([](const std::string& text) { return text == "fit" ? std::string() : WhatIsWrong(text, false); })
+      .Takes("NUMBER|fit");
+  command.Add("--average", &options->average, "What several readings of one level become: median or mean")
+      .OneOf({"median", "mean"})
+      .Takes("AVERAGE")
+      .ShowDefault();
+  command
+      .Add("--max-spread", &options->max_spread,
+           "Refuse levels whose readings spread by more than this share of their median: 5%")
+      .Check([](const std::string& text) { return WhatIsWrong(WithoutPercent(text), false); })
+      .Takes("PERCENT");
   command.Add("--pcc-thresh", &options->pcc_thresh, "Threshold of the colour-correction attenuation")
       .NotNegative()
       .Takes("FACTOR");
@@ -409,9 +497,7 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
       .Add("--tolerance", &options->tolerance,
            "Drop points that interpolation between the others reproduces within this many nits or, with a %\n"
            "after the number, within this share of their luminance: 0.2%")
-      .Check([](const std::string& text) {
-        return WhatIsWrong(text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0)), false);
-      })
+      .Check([](const std::string& text) { return WhatIsWrong(WithoutPercent(text), false); })
       .Takes("NITS|PERCENT");
   command
       .Add("-o,--output", &options->output,
@@ -422,11 +508,17 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
   AddFormatOption(command, &options->format);
   command.Footer(
       HelpOnReadingKinds() +
-      "Readings of the same level are averaged.\n"
+      "A reading is called an outlier if its modified z-score among the readings of its level is above 3.5 and it "
+      "differs\n"
+      "from their median by more than 1 %.\n"
       "Example: blnits import --standard-100 full.csv --standard-10 window.csv --minimum-bl 1 --max-bl 4095\n"
       "           --max-os-bl 255 --gamma 2.2 --date 2026-11-23 --monotone -o backlight_calib_mine.xml");
   command.Action([options, log] {
     options->reading.top_level = options->max_os_bl;
+    options->averaging.mean = options->average == "mean";
+    if (!options->max_spread.empty()) {
+      options->averaging.max_spread_percent = std::strtod(options->max_spread.c_str(), nullptr);
+    }
     Run(*options, log);
   });
 }

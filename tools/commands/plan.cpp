@@ -59,17 +59,18 @@ PlanReport ForPanel(const PlanOptions& options, CapturedLog* log) {
   return {PlanFor(curve, options.count), panel.Name(), panel.File()};
 }
 
+std::string InWords(const PlanError& error, const char* unit) {
+  return error.error > 0.0 ? fmt::format("{:.3f} {} at level {}", error.error, unit, error.level)
+                           : fmt::format("0 {}", unit);
+}
+
 void PrintText(const PlanReport& report, const PlanOptions& options) {
   const Plan& plan = report.plan;
   if (!report.file.empty()) {
     fmt::print("# {} levels for {}, {}, {} % of the screen\n", plan.levels.size(), Printable(report.file),
                JsonModeOf(options.hdr), options.coverage);
-    fmt::print("# largest error of straight lines between them: {:.3f} % at level {}", plan.percent.error,
-               plan.percent.level);
-    if (plan.jnd) {
-      fmt::print(", {:.3f} JND at level {}", plan.jnd->error, plan.jnd->level);
-    }
-    fmt::print("\n");
+    fmt::print("# largest error of straight lines between them: {}, {}\n", InWords(plan.percent, "%"),
+               plan.jnd ? InWords(*plan.jnd, "JND") : "no JND");
   }
   for (const uint32_t level : plan.levels) {
     fmt::print("{}\n", level);
@@ -123,7 +124,7 @@ void AddPlanCommand(CLI::App* app, CapturedLog* log) {
   command.Footer(
       "The levels are dense at the dark end. For a panel, the largest error of straight lines between them is as "
       "small\n"
-      "as possible, in per cent of the luminance. --levels of import and verify reads what plan prints.\n"
+      "error in per cent of the luminance is small. --levels of import and verify reads what plan prints.\n"
       "Example: blnits plan 0..255 --count 20 > levels.txt");
   command.Action([options, log] { Run(*options, log); });
 }

@@ -71,7 +71,8 @@ Levels Nearest(const Points& curve, size_t count) {
 }
 
 void Keep(double error, uint32_t level, PlanError* largest) {
-  if (error > largest->error) {
+  constexpr double kRounding = 1e-9;
+  if (error > std::max(largest->error, kRounding)) {
     *largest = {error, level};
   }
 }

@@ -26,7 +26,8 @@ struct Plan {
   std::optional<PlanError> jnd;  ///< Empty if no luminance has a JND index.
 };
 
-/// The levels whose straight lines are nearest to a curve: the largest error in per cent is as small as possible.
+/// Levels whose straight lines are near a curve: the largest error in per cent is the smallest for which lines drawn as
+/// far as they fit need no more levels.
 /// \param curve levels rise strictly. \param count 2 or more. Any thread.
 Plan PlanFor(const std::vector<zarn::BlNitsPoint>& curve, size_t count);
 
