@@ -219,6 +219,7 @@ using Tables = std::map<zarn::BLNitsParams, Points>;
 /// What the file gets from the measurements.
 struct Calibration {
   double gamma;
+  std::optional<GammaFit> fit;  ///< Empty: gamma is given.
   LinearPairs linear;
   Tables tables;
 };
@@ -273,27 +274,28 @@ LinearPairs LinearTable(const Points& points, const ImportOptions& options, Stor
   return pairs;
 }
 
-double Gamma(const Points& points, const ImportOptions& options, Story* story) {
+void SetGamma(const Points& points, const ImportOptions& options, Story* story, Calibration* made) {
   if (options.gamma != "fit") {
     story->Tell(fmt::format("gamma: {}, as given", options.gamma));
-    return std::strtod(options.gamma.c_str(), nullptr);
+    made->gamma = std::strtod(options.gamma.c_str(), nullptr);
+    return;
   }
   const auto fit = FitGamma(points);
   if (!fit || fit->gamma < 0.0) {
     throw Failure(fmt::format("--gamma fit: found {}, expected rising luminances above 0 at two levels or more above 0",
                               fit ? fmt::format("a gamma of {:.4f}", fit->gamma) : "too few points"));
   }
-  const double gamma = std::round(fit->gamma * 1e4) / 1e4;  // The rest depends on the processor's logarithm.
+  made->fit = fit;
+  made->gamma = std::round(fit->gamma * 1e4) / 1e4;  // The rest depends on the processor's logarithm.
   story->Tell(
       fmt::format("gamma: {}, fitted to {} of {} by least squares over log luminance; root mean square of the "
                   "residuals: {:.2f} %",
-                  gamma, Counted(fit->points, "point"), FindTable(100, false)->name, fit->residual_percent));
-  return gamma;
+                  made->gamma, Counted(fit->points, "point"), FindTable(100, false)->name, fit->residual_percent));
 }
 
 Calibration Measured(const ImportOptions& options, Story* story) {
   const ReadingsByTable measured = ReadFiles(options, story);
-  Calibration made;
+  Calibration made = {};
   for (const MeasuredTable* const table : TablesAsRead()) {
     const auto found = measured.find(table->param);
     if (found != measured.end()) {
@@ -310,7 +312,7 @@ Calibration Measured(const ImportOptions& options, Story* story) {
     }
   }
   CopyUnmeasured(measured, &made.tables, story);
-  made.gamma = Gamma(full, options, story);
+  SetGamma(full, options, story, &made);
   made.linear = LinearTable(full, options, story);
   return made;
 }
@@ -357,8 +359,7 @@ std::string Attribute(const char* name, Number number) {
   return fmt::format(R"( {}="{}")", name, number);
 }
 
-void Write(const ImportOptions& options, Story* story, std::ostream& file) {
-  const Calibration made = Measured(options, story);
+void Write(const ImportOptions& options, const Calibration& made, Story* story, std::ostream& file) {
   if (options.monotone) {
     story->Keep("option: monotone");
   }
@@ -393,9 +394,9 @@ void CheckOutput(const ImportOptions& options) {
 
 // Never writes a file that the device would refuse for its size. A file below that limit has fewer nodes than the
 // device's limit.
-std::string TextOf(const ImportOptions& options, Story* story) {
+std::string TextOf(const ImportOptions& options, const Calibration& made, Story* story) {
   std::ostringstream file;
-  Write(options, story, file);
+  Write(options, made, story, file);
   std::string text = file.str();
   if (text.size() > format::kMaxFileBytes) {
     throw Failure(
@@ -411,10 +412,18 @@ CheckReport CheckCopy(const std::string& text, CapturedLog* log) {
   return Check(MemoryFile(text).Path(), {"file-name"}, kUsualLimit, log);
 }
 
-nlohmann::ordered_json ReportOf(const ImportOptions& options, const Story& story, const CheckReport& check) {
+nlohmann::ordered_json ReportOf(const ImportOptions& options, const Calibration& made, const Story& story,
+                                const CheckReport& check) {
+  using Json = nlohmann::ordered_json;
   auto report = JsonReport("import");
   report["file"] = options.output;
   report["passes"] = check.Count(Severity::kError) == 0;
+  report["gamma"] = made.gamma;
+  report["gamma_residual_percent"] = made.fit ? Json(SixDecimals(made.fit->residual_percent)) : Json();
+  report["linear_table"] = {{"source", options.linear.empty()       ? "identity"
+                                       : options.linear == "derive" ? "derived"
+                                                                    : "file"},
+                            {"pairs", made.linear.size()}};
   report["actions"] = story.Lines();
   report["check"] = ToJson(options.output, check);
   return report;
@@ -426,11 +435,12 @@ void Run(const ImportOptions& options, CapturedLog* log) {
   const bool readable = IsRegularOutput(options.output);
   const bool json = options.format == "json";
   Story story(json ? nullptr : told);
-  const std::string text = TextOf(options, &story);
+  const Calibration made = Measured(options, &story);
+  const std::string text = TextOf(options, made, &story);
   WriteWhole(options.output, [&](std::ostream& file) { file << text; });
   const CheckReport report = readable ? Check(options.output, {}, kUsualLimit, log) : CheckCopy(text, log);
   if (json) {
-    fmt::print(told, "{}\n", JsonLine(ReportOf(options, story, report)));
+    fmt::print(told, "{}\n", JsonLine(ReportOf(options, made, story, report)));
   } else {
     PrintReport(options.output == "-" ? "standard output" : options.output, report, told);
   }

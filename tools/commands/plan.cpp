@@ -77,22 +77,22 @@ void PrintText(const PlanReport& report, const PlanOptions& options) {
   }
 }
 
-nlohmann::ordered_json ToJson(const char* unit, const PlanError& error) {
-  return {{unit, SixDecimals(error.error)}, {"level", error.level}};
+nlohmann::ordered_json ToJson(const PlanError& error) {
+  return {{"error", SixDecimals(error.error)}, {"level", error.level}};
 }
 
 nlohmann::ordered_json ReportOf(const PlanReport& report, const PlanOptions& options) {
+  using Json = nlohmann::ordered_json;
   const Plan& plan = report.plan;
-  auto object = JsonReport("plan");
+  const bool known = !report.file.empty();
+  Json object = JsonReport("plan");
+  object["panel"] = known ? Json(report.name) : Json();
+  object["file"] = known ? Json(report.file) : Json();
+  object["mode"] = known ? Json(JsonModeOf(options.hdr)) : Json();
+  object["coverage"] = known ? Json(options.coverage) : Json();
+  object["largest_percent"] = known ? ToJson(plan.percent) : Json();
+  object["largest_jnd"] = plan.jnd ? ToJson(*plan.jnd) : Json();
   object["levels"] = plan.levels;
-  if (!report.file.empty()) {
-    object["panel"] = report.name;
-    object["file"] = report.file;
-    object["mode"] = JsonModeOf(options.hdr);
-    object["coverage"] = options.coverage;
-    object["largest_error_percent"] = ToJson("percent", plan.percent);
-    object["largest_error_jnd"] = plan.jnd ? ToJson("jnd", *plan.jnd) : nullptr;
-  }
   return object;
 }
 
