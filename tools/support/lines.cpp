@@ -1,11 +1,13 @@
 #include "support/lines.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
+#include "foreign_text.h"
 #include "support/failure.h"
 
 namespace blnits {
@@ -34,10 +36,20 @@ void LineReader::Fill() {
   }
   end_ += got;
   bytes_ += got;
+  status_.Update([&] { return Progress(); });
   ended_ = got < wanted;
   if (bytes_ > kMaxFileBytes) {
     throw Failure(fmt::format("{}: found more than {} MiB, expected at most that", path_, kMaxFileBytes >> 20));
   }
+}
+
+// The share of a regular file. A pipe has no size.
+std::string LineReader::Progress() const {
+  struct stat status = {};
+  const bool has_size = fstat(fileno(file_.get()), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+  return has_size
+             ? fmt::format("reading: {} % of {}", 100 * bytes_ / static_cast<size_t>(status.st_size), Printable(path_))
+             : fmt::format("reading: {} KiB of {}", bytes_ >> 10, Printable(path_));
 }
 
 size_t LineReader::EndOfLine() const {

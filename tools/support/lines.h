@@ -7,10 +7,12 @@
 #include <string_view>
 #include <vector>
 
+#include "support/status_line.h"
+
 namespace blnits {
 
 /// The lines of a text file of any origin, read as a stream. A line ends with LF, CR LF or CR; the last one needs no
-/// end. Time grows with the size of the file; memory does not.
+/// end. Time grows with the size of the file; memory does not. Shows on a terminal how far it has read.
 class LineReader {
  public:
   static constexpr size_t kMaxLineBytes = size_t{64} << 10;
@@ -37,6 +39,7 @@ class LineReader {
  private:
   void Fill();
   size_t EndOfLine() const;
+  std::string Progress() const;
 
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -44,6 +47,7 @@ class LineReader {
 
   std::string path_;
   std::unique_ptr<std::FILE, Close> file_;
+  StatusLine status_;
   std::vector<char> buffer_;
   size_t at_ = 0;
   size_t end_ = 0;

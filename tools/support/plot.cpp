@@ -1,6 +1,7 @@
 #include "support/plot.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -29,7 +30,7 @@ struct Device {
 
 Device TextDevice(size_t panes) {
   constexpr int kTwoPanes = 36;  // With fewer rows, the second pane is only its frame.
-  const auto [columns, lines] = SizeOfTerminal();
+  const auto [columns, lines] = SizeOfTerminal(STDOUT_FILENO);
   const int rows = panes > 1 ? std::max(lines - 1, kTwoPanes) : lines - 1;
   Device device;
   device.terminal = fmt::format("dumb size {},{} noenhanced {}", columns, rows, WantsColours() ? "ansi256" : "mono");

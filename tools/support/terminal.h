@@ -5,11 +5,13 @@ namespace blnits {
 /// Whether to colour standard output: only on a terminal, and never if NO_COLOR is set.
 bool WantsColours();
 
-/// The terminal's size in characters; 79 by 24 if standard output is not a terminal.
+/// A terminal's size in characters.
 struct TerminalSize {
   int columns = 79;
   int rows = 24;
 };
-TerminalSize SizeOfTerminal();
+
+/// The size of the terminal behind a descriptor; 79 by 24 if it is no terminal or does not tell its size.
+TerminalSize SizeOfTerminal(int descriptor);
 
 }  // namespace blnits
