@@ -1,20 +1,64 @@
 #include "calibration_source.h"
 
+#include <algorithm>
+#include <fstream>
+#include <sstream>
 #include <utility>
 
 namespace blnits {
 
 using tinyxml2::XMLElement;
 
+namespace {
+
+// Adds the lists without children, in the order of the document. Elements are nested no deeper than
+// zarn::format::kMaxDepth.
+void AddEmptyLists(XMLElement* element, std::vector<XMLElement*>* lists) {
+  for (; element != nullptr; element = element->NextSiblingElement()) {
+    if (IsList(element->Name()) && element->NoChildren() && element->ClosingType() == XMLElement::OPEN) {
+      lists->push_back(element);
+    }
+    AddEmptyLists(element->FirstChildElement(), lists);
+  }
+}
+
+}  // namespace
+
 Path PathOf(const zarn::format::MeasuredTable& table) {
   return {zarn::format::kMeasurements, table.group, table.element};
 }
 
-CalibrationSource::CalibrationSource(std::string file)
-    : file_(std::move(file)), load_(zarn::LoadCalibrationFile(file_, &document_)) {
+CalibrationSource::CalibrationSource(std::string file, bool loads) : file_(std::move(file)) {
+  if (!loads || !ReadWithoutPlainLists()) {
+    plain_lists_.clear();
+    load_ = zarn::LoadCalibrationFile(file_, &document_);
+  }
   if (load_.fault == zarn::LoadFault::kNone) {
     root_ = document_.FirstChildElement();
   }
+}
+
+bool CalibrationSource::ReadWithoutPlainLists() {
+  std::ostringstream text;
+  text << std::ifstream(file_, std::ios::binary).rdbuf();
+  text_ = text.str();
+  CutText cut = CutPlainLists(&text_);
+  plain_lists_ = std::move(cut.lists);
+  if (document_.Parse(cut.rest.data(), cut.rest.size()) != tinyxml2::XML_SUCCESS) {
+    return false;
+  }
+  std::vector<XMLElement*> elements;
+  AddEmptyLists(document_.FirstChildElement(), &elements);
+  const auto is_of = [](const PlainList& list, const XMLElement* element) {
+    return list.line == element->GetLineNum();
+  };
+  if (!std::equal(plain_lists_.begin(), plain_lists_.end(), elements.begin(), elements.end(), is_of)) {
+    return false;
+  }
+  for (size_t i = 0; i < elements.size(); ++i) {
+    elements[i]->SetUserData(&plain_lists_[i]);
+  }
+  return true;
 }
 
 const XMLElement* CalibrationSource::Find(const Path& path) const {
@@ -40,6 +84,9 @@ int CalibrationSource::LineOf(const Path& path) const {
 std::vector<SourceValue> CalibrationSource::Values(const Path& path) const {
   std::vector<SourceValue> values;
   const XMLElement* const list = Find(path);
+  if (list != nullptr && list->GetUserData() != nullptr) {
+    return static_cast<const PlainList*>(list->GetUserData())->values;
+  }
   const XMLElement* value = list != nullptr ? list->FirstChildElement() : nullptr;
   for (; value != nullptr; value = value->NextSiblingElement()) {
     const tinyxml2::XMLNode* const first = value->FirstChild();

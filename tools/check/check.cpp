@@ -74,11 +74,11 @@ const char* NameOf(Severity severity) {
 CheckReport Check(const std::string& file, const std::vector<std::string>& disabled, size_t limit, CapturedLog* log) {
   CheckReport report;
   Findings findings;
-  const CalibrationSource source(file);
   CheckFileName(file, &findings);
-  CheckNames(source, &findings);
   try {
     Panel panel = Panel::FromFile(file, log);
+    const CalibrationSource source(file, true);
+    CheckNames(source, &findings);
     Subject subject(source, &panel);
     report.loads = true;
     CheckNumbers(&subject, &findings);
@@ -87,6 +87,8 @@ CheckReport Check(const std::string& file, const std::vector<std::string>& disab
     CheckMeasuredTables(subject, &findings);
     CheckConversions(subject, log, &findings);
   } catch (const LoadFailure& failure) {
+    const CalibrationSource source(file);
+    CheckNames(source, &findings);
     Subject subject(source, nullptr);
     CheckNumbers(&subject, &findings);
     AddRefusal(source, failure.words, &findings);

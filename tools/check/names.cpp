@@ -47,11 +47,6 @@ Known KnownIn(const std::string& element) {
   return known;
 }
 
-bool IsList(const std::string& element) {
-  const auto has = [&](const format::Lists& lists) { return element == lists.first || element == lists.second; };
-  return has(format::kLinearTable) || has(format::kPoints);
-}
-
 // Advice on an unknown name: the likely name if there is one.
 std::string Remedy(const std::string& name, const Names& known) {
   const std::string likely = NearestName(name, known);

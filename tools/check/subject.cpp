@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdlib>
 
 #include "check/rules.h"
 
@@ -14,6 +15,18 @@ TableInFile Read(const CalibrationSource& source, Panel* panel, const MeasuredTa
           source.Values(luminances), source.LineOf(levels)};
 }
 
+uint32_t LevelOf(const SourceValue& value) { return static_cast<uint32_t>(std::atoi(value.text)); }
+
+// Only a parser returns the sparse table, and another one would read the whole file again.
+decltype(zarn::BLLinearTable::entries) PairsOf(const std::vector<SourceValue>& linear,
+                                               const std::vector<SourceValue>& panel) {
+  decltype(zarn::BLLinearTable::entries) pairs;
+  for (size_t i = 0; i < linear.size(); ++i) {
+    pairs.emplace_back(LevelOf(linear[i]), LevelOf(panel[i]));
+  }
+  return pairs;
+}
+
 }  // namespace
 
 Subject::Subject(const CalibrationSource& its_source, Panel* its_panel)
@@ -23,7 +36,7 @@ Subject::Subject(const CalibrationSource& its_source, Panel* its_panel)
       panel_levels(source.Values({zarn::format::kLinearTable.second})) {
   if (panel != nullptr) {
     range = panel->Get<zarn::BLRange>(zarn::kBLRange);
-    pairs = panel->SparseLinearTable().entries;
+    pairs = PairsOf(linear_levels, panel_levels);
   }
   for (size_t i = 0; i < tables.size(); ++i) {
     tables[i] = Read(source, panel, kMeasuredTables[i]);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <system_error>
 
 #include "foreign_text.h"
@@ -119,13 +120,6 @@ int Panel::InitEngine() {
   return ResultOf(client_->Init());
 }
 
-// An engine returns the dense table; a parser returns the sparse one.
-zarn::BLLinearTable Panel::SparseLinearTable() {
-  const auto parser = zarn::MakeParser(engine_name_);
-  CheckLoaded(parser->Init());
-  return GetFrom<zarn::BLLinearTable>(parser.get(), zarn::kBLLinearTable);
-}
-
 void Panel::SetDimmingLuts(const std::vector<uint32_t>& panel_levels, const std::vector<double>& attenuation) {
   log_->Take();
   ask_engine_ = true;
@@ -155,11 +149,31 @@ std::optional<double> Panel::TryToNits(uint32_t level, uint32_t coverage, bool h
   if (tables != nullptr && level <= tables->last_level) {
     double nits = 0.0;
     log_->Take();
-    ret_ = (hdr ? tables->high_brightness : tables->standard).ToNits(level, coverage, &nits);
+    TableConversions::Place place;
+    ret_ = (hdr ? tables->high_brightness : tables->standard).ToNits(level, coverage, &nits, &place);
     return ret_ == 0 ? std::optional(nits) : std::nullopt;
   }
   log_->Take();
   return Keep(client_->Nits(level, coverage, ModeOf(hdr)));
+}
+
+std::vector<double> Panel::TryToNits(const std::vector<uint32_t>& levels, uint32_t coverage, bool hdr) {
+  const Tables* const tables = TablesFor(coverage);
+  TableConversions::Place place;
+  const auto is_converted = [&](uint32_t level, double* nits) {
+    return tables != nullptr && level <= tables->last_level &&
+           (hdr ? tables->high_brightness : tables->standard).ToNits(level, coverage, nits, &place) == 0;
+  };
+  std::vector<double> answers;
+  answers.reserve(levels.size());
+  for (const uint32_t level : levels) {
+    double nits = 0.0;
+    if (!is_converted(level, &nits)) {
+      nits = TryToNits(level, coverage, hdr).value_or(std::numeric_limits<double>::quiet_NaN());
+    }
+    answers.push_back(nits);
+  }
+  return answers;
 }
 
 std::optional<uint32_t> Panel::TryToLevel(double nits, uint32_t coverage, bool hdr) {

@@ -42,7 +42,10 @@ class Panel {
   /// A parameter's record.
   template <class Record>
   Record Get(zarn::BLNitsParams param) {
-    return GetFrom<Record>(client_->Engine().get(), param);
+    zarn::client::Holding<Record> held;
+    log_->Take();
+    Check(client_->Engine()->GetParameter(param, &held.payload), "the parameter cannot be read");
+    return std::move(*held.record);
   }
 
   /// The value of an attribute of the file.
@@ -50,10 +53,6 @@ class Panel {
   Number Get(const zarn::format::Attribute<Record, Number>& attribute) {
     return Get<Record>(attribute.param).*attribute.field;
   }
-
-  /// The linear table of the file. The parameter kBLLinearTable gives the dense one, and throws Failure if there is
-  /// none.
-  zarn::BLLinearTable SparseLinearTable();
 
   /// Sets the dimming LUTs. \throws also for a wrong number of entries: zarn::client::Panel::SetDimmingLuts.
   void SetDimmingLuts(const std::vector<uint32_t>& panel_levels, const std::vector<double>& attenuation);
@@ -70,6 +69,9 @@ class Panel {
   /// Like the two above, but empty if the library refuses; the log then has its reason. Until a parameter is set, the
   /// time grows with the logarithm of the number of measured points.
   std::optional<double> TryToNits(uint32_t level, uint32_t coverage, bool hdr);
+
+  /// TryToNits() of each of `levels`; NaN where the library refuses. Much faster for levels that ascend.
+  std::vector<double> TryToNits(const std::vector<uint32_t>& levels, uint32_t coverage, bool hdr);
   std::optional<uint32_t> TryToLevel(double nits, uint32_t coverage, bool hdr);
 
  private:
@@ -83,13 +85,6 @@ class Panel {
   void OpenByName(const std::string& name);
   void OpenByPath(const std::string& path);
   int InitEngine();
-  template <class Record>
-  Record GetFrom(zarn::BackLightNitsIntf* component, zarn::BLNitsParams param) {
-    zarn::client::Holding<Record> held;
-    log_->Take();
-    Check(component->GetParameter(param, &held.payload), "the parameter cannot be read");
-    return *held.record;
-  }
   const Tables* TablesFor(uint32_t coverage);
   template <class Value>
   std::optional<Value> Keep(const zarn::client::Result<Value>& answer);

@@ -31,40 +31,48 @@ using Levels = std::vector<uint32_t>;
 
 uint32_t LastLevel(Panel* panel) { return panel->Get(zarn::format::kMaxOsBl); }
 
-void AddWithNeighbours(uint32_t level, Levels* levels) {
-  levels->insert(levels->end(), {level, level - std::min(level, 1U), level + std::min(UINT32_MAX - level, 1U)});
+// Every level below kEveryLevelBelow; above it, the `centres` and the levels next to them; all of them up to `last`.
+Levels LevelsAround(Levels centres, uint32_t last) {
+  Levels levels(size_t{std::min(last, kEveryLevelBelow - 1)} + 1);
+  std::iota(levels.begin(), levels.end(), 0);
+  std::sort(centres.begin(), centres.end());
+  for (const uint32_t centre : centres) {
+    for (const uint32_t level : {centre - std::min(centre, 1U), centre, centre + std::min(UINT32_MAX - centre, 1U)}) {
+      if (level > levels.back() && level <= last) {
+        levels.push_back(level);
+      }
+    }
+  }
+  return levels;
 }
 
-// Sorts the levels and removes duplicates and levels above `last`.
-void Tidy(uint32_t last, Levels* levels) {
-  std::sort(levels->begin(), levels->end());
-  levels->erase(std::unique(levels->begin(), levels->end()), levels->end());
-  levels->erase(std::upper_bound(levels->begin(), levels->end(), last), levels->end());
-}
+// The sign of a luminance; 2 if it is not finite.
+int KindOf(double nits) { return !std::isfinite(nits) ? 2 : nits < 0.0 ? -1 : nits > 0.0 ? 1 : 0; }
 
-// Adds the levels around each place between `below` and `above` at which `kind` changes. The curve is straight there,
-// so no kind occurs twice and bisection finds every change.
-void AddChanges(const std::function<int(uint32_t)>& kind, uint32_t below, uint32_t above, Levels* levels) {
+// Adds the levels on both sides of each place between `below` and `above` at which `kind` changes. The curve is straight
+// there, so no kind occurs twice and bisection finds every change.
+void AddChanges(const std::function<int(uint32_t)>& kind, uint32_t below, uint32_t above, Levels* changes) {
   if (kind(below) == kind(above)) {
     return;
   }
   if (above - below == 1) {
-    AddWithNeighbours(below, levels);
-    AddWithNeighbours(above, levels);
+    changes->insert(changes->end(), {below, above});
     return;
   }
   const uint32_t middle = below + (above - below) / 2;
-  AddChanges(kind, below, middle, levels);
-  AddChanges(kind, middle, above, levels);
+  AddChanges(kind, below, middle, changes);
+  AddChanges(kind, middle, above, changes);
 }
 
-void AddChanges(Panel* panel, uint32_t coverage, bool hdr, Levels* levels) {
+void AddChanges(Panel* panel, uint32_t coverage, bool hdr, const Levels& levels, Levels* changes) {
+  const std::vector<double> nits = panel->TryToNits(levels, coverage, hdr);
   const auto kind = [=](uint32_t level) {
-    const double nits = panel->TryToNits(level, coverage, hdr).value_or(std::numeric_limits<double>::quiet_NaN());
-    return !std::isfinite(nits) ? 2 : nits < 0.0 ? -1 : nits > 0.0 ? 1 : 0;
+    return KindOf(panel->TryToNits(level, coverage, hdr).value_or(std::numeric_limits<double>::quiet_NaN()));
   };
-  for (size_t i = levels->size() - 1; i > 0 && (*levels)[i] >= kEveryLevelBelow; --i) {
-    AddChanges(kind, (*levels)[i - 1], (*levels)[i], levels);
+  for (size_t i = levels.size() - 1; i > 0 && levels[i] >= kEveryLevelBelow; --i) {
+    if (KindOf(nits[i - 1]) != KindOf(nits[i])) {
+      AddChanges(kind, levels[i - 1], levels[i], changes);
+    }
   }
 }
 
@@ -75,29 +83,27 @@ Levels SurveyLevels(const std::vector<Panel*>& panels, const std::vector<uint32_
   for (Panel* const panel : panels) {
     last = std::max(last, LastLevel(panel));
   }
-  Levels levels(size_t{std::min(last, kEveryLevelBelow - 1)} + 1);
-  std::iota(levels.begin(), levels.end(), 0);
+  Levels centres;
+  for (Panel* const panel : panels) {
+    centres.push_back(LastLevel(panel));
+    for (const MeasuredTable& table : kMeasuredTables) {
+      for (const auto& point : PointsOf(panel, table)) {
+        centres.push_back(point.bl);
+      }
+    }
+  }
+  Levels levels = LevelsAround(centres, last);
   if (last < kEveryLevelBelow) {
     return levels;
   }
   for (Panel* const panel : panels) {
-    AddWithNeighbours(LastLevel(panel), &levels);
-    for (const MeasuredTable& table : kMeasuredTables) {
-      for (const auto& point : PointsOf(panel, table)) {
-        AddWithNeighbours(point.bl, &levels);
-      }
-    }
-  }
-  Tidy(last, &levels);
-  for (Panel* const panel : panels) {
     for (const uint32_t coverage : coverages) {
       for (const bool hdr : {false, true}) {
-        AddChanges(panel, coverage, hdr, &levels);
-        Tidy(last, &levels);
+        AddChanges(panel, coverage, hdr, levels, &centres);
       }
     }
   }
-  return levels;
+  return LevelsAround(std::move(centres), last);
 }
 
 Levels SurveyLevels(Panel* panel) { return SurveyLevels({panel}, {10, 55, 100}); }
@@ -135,12 +141,7 @@ std::vector<Curve> SurveyCurves(Panel* panel, const std::vector<uint32_t>& cover
   std::vector<Curve> curves;
   for (const bool hdr : {false, true}) {
     for (const uint32_t coverage : coverages) {
-      Curve curve = {coverage, hdr, {}};
-      for (const uint32_t level : levels) {
-        const auto nits = panel->TryToNits(level, coverage, hdr);
-        curve.nits.push_back(nits.value_or(std::numeric_limits<double>::quiet_NaN()));
-      }
-      curves.push_back(std::move(curve));
+      curves.push_back({coverage, hdr, panel->TryToNits(levels, coverage, hdr)});
     }
   }
   return curves;

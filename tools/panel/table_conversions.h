@@ -15,7 +15,8 @@ class SearchedTable {
   explicit SearchedTable(zarn::BackLightToNitsTable table);
 
   /// The result of the engine's GetNitsValue for a level, with the same return value and log lines.
-  int Nits(uint32_t level, double* nits) const;
+  /// \param place where the search begins and ends: 0, or the place of a level that is not far below.
+  int Nits(uint32_t level, double* nits, size_t* place) const;
 
   /// The result of the engine's GetBlValue for a luminance, with the same return value and log lines.
   int Level(double nits, uint32_t* level) const;
@@ -33,11 +34,18 @@ class SearchedTable {
 /// them once. Constant after construction: any thread.
 class TableConversions {
  public:
+  /// Where the search for a level ended in each table. Makes the search for the next higher level short.
+  struct Place {
+    size_t in_10 = 0;
+    size_t in_100 = 0;
+  };
+
   TableConversions(zarn::BackLightToNitsTable table_10, zarn::BackLightToNitsTable table_100);
 
   /// Luminance of a client level at a coverage of 1 to 100 per cent. The caller checks the upper bound of the level.
   /// \return 0; or -EINVAL, with an Error in the log and `*nits` unchanged, if the table does not allow interpolation.
-  int ToNits(uint32_t level, uint32_t coverage, double* nits) const;
+  /// \param place of the last conversion; any place is correct.
+  int ToNits(uint32_t level, uint32_t coverage, double* nits, Place* place) const;
 
   /// Client level for a luminance, with the same results.
   int ToLevel(double nits, uint32_t coverage, uint32_t* level) const;
