@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
-#include <tuple>
 #include <utility>
 
 #include "check/rules.h"
@@ -37,33 +35,6 @@ void CheckFileName(const std::string& file, Findings* findings) {
   }
 }
 
-void Sort(std::vector<Finding>* findings) {
-  const auto key = [](const Finding& finding) {
-    return std::make_tuple(finding.rule->id != RuleId::kLoad, finding.line, finding.rule);
-  };
-  std::stable_sort(findings->begin(), findings->end(),
-                   [&](const Finding& a, const Finding& b) { return key(a) < key(b); });
-}
-
-std::vector<Finding> Limited(const std::vector<Finding>& findings, size_t limit) {
-  std::map<const Rule*, size_t> total;
-  for (const Finding& finding : findings) {
-    ++total[finding.rule];
-  }
-  std::map<const Rule*, size_t> kept;
-  std::vector<Finding> some;
-  for (const Finding& finding : findings) {
-    const size_t count = ++kept[finding.rule];
-    if (limit == 0 || count <= limit) {
-      some.push_back(finding);
-      if (count == limit && total[finding.rule] > limit) {
-        some.back().text += fmt::format(" ({} more like this)", total[finding.rule] - limit);
-      }
-    }
-  }
-  return some;
-}
-
 }  // namespace
 
 const char* NameOf(Severity severity) {
@@ -73,7 +44,7 @@ const char* NameOf(Severity severity) {
 
 CheckReport Check(const std::string& file, const std::vector<std::string>& disabled, size_t limit, CapturedLog* log) {
   CheckReport report;
-  Findings findings;
+  Findings findings(disabled, limit);
   CheckFileName(file, &findings);
   try {
     Panel panel = Panel::FromFile(file, log);
@@ -93,18 +64,7 @@ CheckReport Check(const std::string& file, const std::vector<std::string>& disab
     CheckNumbers(&subject, &findings);
     AddRefusal(source, failure.words, &findings);
   }
-  report.findings = findings.Take();
-  const auto is_disabled = [&](const Finding& finding) {
-    return finding.rule->id != RuleId::kLoad &&
-           std::find(disabled.begin(), disabled.end(), finding.rule->name) != disabled.end();
-  };
-  report.findings.erase(std::remove_if(report.findings.begin(), report.findings.end(), is_disabled),
-                        report.findings.end());
-  for (const Finding& finding : report.findings) {
-    ++report.counts[static_cast<size_t>(finding.rule->severity)];
-  }
-  Sort(&report.findings);
-  report.findings = Limited(report.findings, limit);
+  findings.MoveTo(&report);
   return report;
 }
 

@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -21,24 +24,29 @@ struct TablePlace {
   int line;
 };
 
-/// Collects findings and merges those of several tables.
+/// Collects findings and merges those of several tables. Keeps the text of few findings and only counts the others: a
+/// file can have millions.
 class Findings {
  public:
+  /// \param disabled names of rules whose findings are dropped; a refused file is always reported.
+  /// \param limit how many findings of a rule to keep, those with the lowest lines; 0 keeps all.
+  Findings(const std::vector<std::string>& disabled, size_t limit);
+
   /// Adds a finding that is never merged.
   template <class... Arguments>
   void Add(RuleId rule, int line, fmt::format_string<Arguments...> format, const Arguments&... arguments) {
-    entries_.push_back({rule, line, "", fmt::format(format, arguments...), {}});
+    AddText(rule, line, format, fmt::make_format_args(arguments...));
   }
 
   /// Adds a finding about one table. The table's name is put before the text.
   template <class... Arguments>
   void AddIn(RuleId rule, const TablePlace& place, fmt::format_string<Arguments...> format,
              const Arguments&... arguments) {
-    AddText(rule, place, fmt::format(format, arguments...));
+    AddTextIn(rule, place, format, fmt::make_format_args(arguments...));
   }
 
-  /// Returns all findings and clears the collection.
-  std::vector<Finding> Take();
+  /// Puts the findings and their number into a report and clears the collection.
+  void MoveTo(CheckReport* report);
 
  private:
   /// Another table with the same finding.
@@ -46,14 +54,6 @@ class Findings {
     std::string table;
     int line;
     bool same_text;  ///< False: same levels, different luminances.
-  };
-
-  struct Entry {
-    RuleId rule;
-    int line;
-    std::string table;  ///< Empty: the finding is not about a table.
-    std::string text;
-    std::vector<Other> others;
   };
 
   struct Key {
@@ -70,11 +70,36 @@ class Findings {
     }
   };
 
-  void AddText(RuleId rule, const TablePlace& place, std::string text);
+  struct Entry {
+    std::string table;  ///< Empty: the finding is not about a table.
+    std::string text;
+    std::vector<Other> others;
+    std::optional<Key> place;  ///< Where places_ points to the entry.
+  };
+
+  /// The findings of one rule.
+  struct OfRule {
+    bool disabled = false;
+    size_t count = 0;
+    std::multimap<int, Entry> kept;  ///< By line; those of a line in the order in which they came.
+  };
+
+  /// The first finding at a place.
+  struct First {
+    uint32_t tables = 0;     ///< A bit for each table that has the finding, in the order of tables_.
+    Entry* entry = nullptr;  ///< Null if it is not kept.
+  };
+
+  void AddText(RuleId rule, int line, fmt::string_view format, fmt::format_args arguments);
+  void AddTextIn(RuleId rule, const TablePlace& place, fmt::string_view format, fmt::format_args arguments);
+  Entry* Keep(OfRule* rule, int line, std::string_view table, fmt::string_view format, fmt::format_args arguments);
+  uint32_t BitOf(std::string_view table);
   static std::string TextOf(Entry* entry);
 
-  std::vector<Entry> entries_;
-  std::unordered_map<Key, size_t, Hash> places_;  ///< The index of each finding in entries_.
+  size_t limit_;
+  std::array<OfRule, kRules.size()> rules_;
+  std::vector<std::string> tables_;
+  std::unordered_map<Key, First, Hash> places_;
 };
 
 }  // namespace blnits
