@@ -1,8 +1,9 @@
 #include "calibration_source.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <system_error>
 #include <utility>
 
 namespace blnits {
@@ -39,9 +40,15 @@ CalibrationSource::CalibrationSource(std::string file, bool loads) : file_(std::
 }
 
 bool CalibrationSource::ReadWithoutPlainLists() {
-  std::ostringstream text;
-  text << std::ifstream(file_, std::ios::binary).rdbuf();
-  text_ = text.str();
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file_, error);
+  if (error || size > zarn::format::kMaxFileBytes) {
+    return false;
+  }
+  std::ifstream file(file_, std::ios::binary);
+  text_.resize(size);
+  file.read(text_.data(), static_cast<std::streamsize>(text_.size()));
+  text_.resize(static_cast<size_t>(file.gcount()));
   CutText cut = CutPlainLists(&text_);
   plain_lists_ = std::move(cut.lists);
   if (document_.Parse(cut.rest.data(), cut.rest.size()) != tinyxml2::XML_SUCCESS) {

@@ -42,7 +42,7 @@ bool IsStartOfList(const char* tag, const char* end) {
 /// Cuts a text from its start to its end.
 class Cutter {
  public:
-  explicit Cutter(std::string* text) : at_(text->data()) {}
+  explicit Cutter(std::string* text) : at_(text->data()) { cut_.rest.reserve(text->size()); }
 
   CutText Cut() {
     const char* kept = at_;

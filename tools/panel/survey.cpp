@@ -64,14 +64,27 @@ void AddChanges(const std::function<int(uint32_t)>& kind, uint32_t below, uint32
   AddChanges(kind, middle, above, changes);
 }
 
-void AddChanges(Panel* panel, uint32_t coverage, bool hdr, const Levels& levels, Levels* changes) {
-  const std::vector<double> nits = panel->TryToNits(levels, coverage, hdr);
+// Pairs of neighbours above kEveryLevelBelow between which, or beside which, a level is missing. A large table has few.
+Levels PairsAtGaps(const Levels& levels) {
+  Levels pairs;
+  for (size_t i = levels.size() - 1; i > 0 && levels[i] >= kEveryLevelBelow; --i) {
+    const bool has_neighbours = i > 1 && i + 1 < levels.size() && levels[i + 1] - levels[i - 2] == 3;
+    if (!has_neighbours) {
+      pairs.insert(pairs.end(), {levels[i], levels[i - 1]});
+    }
+  }
+  std::reverse(pairs.begin(), pairs.end());
+  return pairs;
+}
+
+void AddChanges(Panel* panel, uint32_t coverage, bool hdr, const Levels& pairs, Levels* changes) {
+  const std::vector<double> nits = panel->TryToNits(pairs, coverage, hdr);
   const auto kind = [=](uint32_t level) {
     return KindOf(panel->TryToNits(level, coverage, hdr).value_or(std::numeric_limits<double>::quiet_NaN()));
   };
-  for (size_t i = levels.size() - 1; i > 0 && levels[i] >= kEveryLevelBelow; --i) {
-    if (KindOf(nits[i - 1]) != KindOf(nits[i])) {
-      AddChanges(kind, levels[i - 1], levels[i], changes);
+  for (size_t i = 0; i < pairs.size(); i += 2) {
+    if (KindOf(nits[i]) != KindOf(nits[i + 1])) {
+      AddChanges(kind, pairs[i], pairs[i + 1], changes);
     }
   }
 }
@@ -96,14 +109,16 @@ Levels SurveyLevels(const std::vector<Panel*>& panels, const std::vector<uint32_
   if (last < kEveryLevelBelow) {
     return levels;
   }
+  const size_t measured = centres.size();
+  const Levels pairs = PairsAtGaps(levels);
   for (Panel* const panel : panels) {
     for (const uint32_t coverage : coverages) {
       for (const bool hdr : {false, true}) {
-        AddChanges(panel, coverage, hdr, levels, &centres);
+        AddChanges(panel, coverage, hdr, pairs, &centres);
       }
     }
   }
-  return LevelsAround(std::move(centres), last);
+  return centres.size() == measured ? levels : LevelsAround(std::move(centres), last);
 }
 
 Levels SurveyLevels(Panel* panel) { return SurveyLevels({panel}, {10, 55, 100}); }
@@ -166,19 +181,6 @@ std::vector<bool> Extrapolated(Panel* panel, const Curve& curve, const std::vect
 bool IsSame(double nits, double other) {
   constexpr double kRounding = 1e-12;
   return nits == other || std::abs(nits - other) < kRounding * std::min(std::abs(nits), std::abs(other));
-}
-
-void ForEachRun(size_t count, const std::function<bool(size_t)>& holds,
-                const std::function<void(size_t, size_t)>& found) {
-  for (size_t i = 0; i < count; ++i) {
-    const size_t first = i;
-    while (i < count && holds(i)) {
-      ++i;
-    }
-    if (i > first) {
-      found(first, i - 1);
-    }
-  }
 }
 
 }  // namespace blnits

@@ -68,7 +68,17 @@ constexpr uint32_t kFirstJumpLevel = 10;
 bool IsSame(double nits, double other);
 
 /// Calls `found` with the first and last index of each run of indices below `count` for which `holds` is true.
-void ForEachRun(size_t count, const std::function<bool(size_t)>& holds,
-                const std::function<void(size_t, size_t)>& found);
+template <class Holds, class Found>
+void ForEachRun(size_t count, const Holds& holds, const Found& found) {
+  for (size_t i = 0; i < count; ++i) {
+    const size_t first = i;
+    while (i < count && holds(i)) {
+      ++i;
+    }
+    if (i > first) {
+      found(first, i - 1);
+    }
+  }
+}
 
 }  // namespace blnits
