@@ -42,20 +42,28 @@ const char* NameOf(Severity severity) {
   return kNames[static_cast<int>(severity)];
 }
 
-CheckReport Check(const std::string& file, const std::vector<std::string>& disabled, size_t limit, CapturedLog* log) {
+CheckReport Check(const std::string& file, const std::vector<std::string>& disabled, size_t limit, CapturedLog* log,
+                  StatusLine* status) {
+  const auto tell = [&](const char* part) {
+    status->Update([&] { return fmt::format("checking: {} {}", part, Printable(file)); });
+  };
   CheckReport report;
   Findings findings(disabled, limit);
   CheckFileName(file, &findings);
+  tell("loading");
   try {
     Panel panel = Panel::FromFile(file, log);
     const CalibrationSource source(file, true);
     CheckNames(source, &findings);
     Subject subject(source, &panel);
     report.loads = true;
+    tell("numbers of");
     CheckNumbers(&subject, &findings);
     CheckAttributes(subject, &findings);
     CheckLinearTable(subject, &findings);
+    tell("measured tables of");
     CheckMeasuredTables(subject, &findings);
+    tell("conversions of");
     CheckConversions(subject, log, &findings);
   } catch (const LoadFailure& failure) {
     const CalibrationSource source(file);

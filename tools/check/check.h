@@ -6,6 +6,7 @@
 
 #include "check/rule.h"
 #include "support/captured_log.h"
+#include "support/status_line.h"
 
 namespace blnits {
 
@@ -33,7 +34,8 @@ struct CheckReport {
 /// file.
 /// \param disabled names of rules that are not applied. A refused file is always reported.
 /// \param limit how many findings of one rule to keep. The last one gives the number of the others. 0 keeps all.
-/// \param log the process's log handler.
-CheckReport Check(const std::string& file, const std::vector<std::string>& disabled, size_t limit, CapturedLog* log);
+/// \param log the process's log handler. \param status tells how far the check is; the caller erases it.
+CheckReport Check(const std::string& file, const std::vector<std::string>& disabled, size_t limit, CapturedLog* log,
+                  StatusLine* status);
 
 }  // namespace blnits

@@ -57,8 +57,10 @@ void Run(const CheckOptions& options, CapturedLog* log) {
   }
   bool passes = true;
   auto files = nlohmann::ordered_json::array();
+  StatusLine status;
   for (const std::string& file : options.files) {
-    const CheckReport report = Check(file, options.disabled, options.limit, log);
+    const CheckReport report = Check(file, options.disabled, options.limit, log, &status);
+    status.Erase();
     if (json) {
       files.push_back(ToJson(file, report));
     } else {

@@ -408,8 +408,8 @@ std::string TextOf(const ImportOptions& options, const Calibration& made, Story*
 }
 
 /// Checks the text itself, for output that cannot be read again. The file name is none that the device looks for.
-CheckReport CheckCopy(const std::string& text, CapturedLog* log) {
-  return Check(MemoryFile(text).Path(), {"file-name"}, kUsualLimit, log);
+CheckReport CheckCopy(const std::string& text, CapturedLog* log, StatusLine* status) {
+  return Check(MemoryFile(text).Path(), {"file-name"}, kUsualLimit, log, status);
 }
 
 nlohmann::ordered_json ReportOf(const ImportOptions& options, const Calibration& made, const Story& story,
@@ -438,7 +438,10 @@ void Run(const ImportOptions& options, CapturedLog* log) {
   const Calibration made = Measured(options, &story);
   const std::string text = TextOf(options, made, &story);
   WriteWhole(options.output, [&](std::ostream& file) { file << text; });
-  const CheckReport report = readable ? Check(options.output, {}, kUsualLimit, log) : CheckCopy(text, log);
+  StatusLine status;
+  const CheckReport report =
+      readable ? Check(options.output, {}, kUsualLimit, log, &status) : CheckCopy(text, log, &status);
+  status.Erase();
   if (json) {
     fmt::print(told, "{}\n", JsonLine(ReportOf(options, made, story, report)));
   } else {

@@ -17,6 +17,7 @@ LineReader::LineReader(const std::string& path)
   if (file_ == nullptr) {
     throw Failure(fmt::format("{}: cannot be read", path_));
   }
+  status_.Update([&] { return Progress(); });
   Fill();
   const std::string_view head = Ahead().substr(0, 3);
   if (head.substr(0, 2) == "\xff\xfe" || head.substr(0, 2) == "\xfe\xff") {
