@@ -46,6 +46,7 @@ TEST(Figures, ComeBack) {
   for (int half = 3; half < 2046; ++half) {
     const double index = half / 2.0;
     EXPECT_NEAR(JndIndexOfNits(NitsOfJndIndex(index)).value(), index, 1e-9);
+    EXPECT_NEAR(RoughJndIndexOfNits(NitsOfJndIndex(index + 0.1)).value_or(-1.0), index + 0.1, 1e-3);
   }
   for (int power = -300; power < 400; ++power) {
     const double nits = std::pow(10.0, power / 100.0);
@@ -54,8 +55,11 @@ TEST(Figures, ComeBack) {
   }
   for (const double nits : {-1.0, 0.0, 0.0499, 4000.1, std::nan(""), std::numeric_limits<double>::infinity()}) {
     EXPECT_FALSE(JndIndexOfNits(nits).has_value());
+    EXPECT_FALSE(RoughJndIndexOfNits(nits).has_value());
   }
-  EXPECT_TRUE(JndIndexOfNits(0.05) && JndIndexOfNits(4000.0));
+  for (const double nits : {0.05, 4000.0}) {
+    EXPECT_NEAR(JndIndexOfNits(nits).value_or(0.0), RoughJndIndexOfNits(nits).value_or(-1.0), 1e-3);
+  }
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <optional>
 
 #include "check/rules.h"
+#include "figures/gsdf.h"
 
 namespace blnits {
 namespace {
@@ -174,36 +176,66 @@ struct Rise {
   size_t to;
 };
 
-// A curve between the coverages is a weighted mean of two measured ones, so no relative step of it is larger than
+/// A rise of luminance, in nits.
+struct Step {
+  double from;
+  double to;
+
+  double Percent() const { return 100.0 * (to / from - 1.0); }
+
+  /// Empty outside the luminances for which JND are defined.
+  std::optional<double> Jnd() const {
+    const auto index = RoughJndIndexOfNits(from);
+    const auto next = RoughJndIndexOfNits(to);
+    return index && next ? std::optional(*next - *index) : std::nullopt;
+  }
+
+  /// A jump if above 1. 25 JND are 25 % at 25 nits, 31 % at 10 nits and 20 % at 100 nits.
+  double Size() const {
+    constexpr double kVisiblePercent = 25.0;
+    constexpr double kVisibleJnd = 25.0;
+    constexpr double kNeverJump = 15.0;  // In per cent: fewer than 25 JND at any luminance.
+    if (!(from > 0.0 && Percent() > kNeverJump)) {
+      return 0.0;
+    }
+    const auto jnd = Jnd();
+    return jnd ? *jnd / kVisibleJnd : Percent() / kVisiblePercent;
+  }
+
+  std::string Words() const {
+    const auto jnd = Jnd();
+    const std::string percent = fmt::format("{:.1f} %", Percent());
+    return fmt::format("{}, from {:.6g} to {:.6g} nits", jnd ? fmt::format("{:.1f} JND ({})", *jnd, percent) : percent,
+                       from, to);
+  }
+};
+
+// A curve between the coverages is a weighted mean of two measured ones, so no step of it is larger in per cent than
 // theirs.
 void CheckJumps(const Survey& survey, const Served& served, const std::vector<size_t>& up) {
-  constexpr double kVisible = 0.25;
   const Levels& levels = survey.levels;
   const auto& nits = served.curve.nits;
-  const auto ratio = [&](Rise rise) { return nits[rise.to] / nits[rise.from] - 1.0; };
-  const auto jumps = [&](size_t i) {
-    return levels[i] >= kFirstJumpLevel * StepOf(survey.subject) && nits[i] > 0.0 && ratio({i, up[i]}) > kVisible;
-  };
+  const uint32_t lowest = kFirstJumpLevel * StepOf(survey.subject);
+  const auto step = [&](Rise rise) { return Step{nits[rise.from], nits[rise.to]}; };
+  const auto jumps = [&](size_t i) { return levels[i] >= lowest && step({i, up[i]}).Size() > 1.0; };
   ForEachRun(levels.size(), jumps, [&](size_t first, size_t last) {
     Rise worst = {first, up[first]};
     for (size_t i = first; i <= last; ++i) {
-      worst = ratio({i, up[i]}) > ratio(worst) ? Rise{i, up[i]} : worst;
+      worst = step({i, up[i]}).Size() > step(worst).Size() ? Rise{i, up[i]} : worst;
     }
     // If a single step between neighbours is a jump by itself, report that step.
     Rise steepest = worst;
     for (size_t i = worst.from; i < worst.to; ++i) {
       const bool is_first = steepest.to - steepest.from > 1;
-      steepest =
-          nits[i] > 0.0 && ratio({i, i + 1}) > (is_first ? kVisible : ratio(steepest)) ? Rise{i, i + 1} : steepest;
+      steepest = step({i, i + 1}).Size() > (is_first ? 1.0 : step(steepest).Size()) ? Rise{i, i + 1} : steepest;
     }
     const uint32_t from = levels[steepest.from];
     const uint32_t to = levels[steepest.to];
     const bool more = up[last] > worst.to || first < worst.from - (worst.to - worst.from);
     survey.findings->AddIn(
         RuleId::kJump, served.At(from, to, from),
-        "from level {} to {} the luminance jumps by {:.1f} %, from {:.6g} to {:.6g} nits{}: users see "
-        "the step; measure these levels again",
-        from, to, 100.0 * ratio(steepest), nits[steepest.from], nits[steepest.to],
+        "from level {} to {} the luminance jumps by {}{}: users see the step; measure these levels again", from, to,
+        step(steepest).Words(),
         more ? fmt::format(" (more such steps between levels {} and {})", levels[first], levels[up[last]]) : "");
   });
 }

@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "check/rules.h"
+#include "figures/gsdf.h"
 
 namespace blnits {
 namespace {
@@ -64,19 +66,92 @@ void CheckOrder(const Measured& m) {
   }
 }
 
-void CheckPlateaus(const Measured& m) {
+/// The first and last point of a stretch of rising levels.
+struct Stretch {
+  size_t first;
+  size_t last;
+};
+
+/// Whether a stretch covers at least this share of the range: 1/32, 1/255.
+bool Covers(const Measured& m, const Stretch& stretch, double share) {
+  const double levels = static_cast<double>(m.points[stretch.last].bl) - m.points[stretch.first].bl;
+  return stretch.last > stretch.first && levels >= share * m.subject.range.max_os_bl;
+}
+
+/// The stretches of at least 1/32 of the range over which luminance changes by less than 1 JND. Over such a stretch, even
+/// a panel with a straight curve rises by more than 4 JND.
+std::vector<Stretch> UnseenRises(const Measured& m) {
+  constexpr double kShare = 1.0 / 32.0;
+  std::vector<Stretch> found;
+  std::vector<std::optional<double>> indices;
+  indices.reserve(m.Size());
+  size_t first = 0;
+  const auto differ = [&](size_t i) { return std::abs(*indices[i] - *indices[first]) >= 1.0; };
+  for (size_t i = 0; i < m.Size(); ++i) {
+    indices.push_back(RoughJndIndexOfNits(m.points[i].nits));
+    const bool ends = !indices[i] || (i > first && (m.points[i].bl <= m.points[i - 1].bl || !indices[first]));
+    if (i > first && (ends || differ(i)) && Covers(m, {first, i - 1}, kShare)) {
+      found.push_back({first, i - 1});
+      first = i;
+    }
+    first = ends ? i : first;
+    while (first < i && differ(i)) {
+      ++first;
+    }
+  }
+  if (m.Size() > 0 && Covers(m, {first, m.Size() - 1}, kShare)) {
+    found.push_back({first, m.Size() - 1});
+  }
+  return found;
+}
+
+/// Stretches of one luminance, beside those `told`. Where JND are defined, only of at least 1/255 of the range: the
+/// readings of a panel with more levels are rounded.
+std::vector<Stretch> SameLuminances(const Measured& m, const std::vector<Stretch>& told) {
+  std::vector<Stretch> found;
+  auto known = told.begin();
   for (size_t start = 0, end = 0; start < m.Size(); start = end + 1) {
     end = start;
     while (end + 1 < m.Size() && m.points[end + 1].nits == m.points[start].nits &&
            m.points[end + 1].bl > m.points[end].bl) {
       ++end;
     }
-    if (end > start) {
-      m.findings->AddIn(
-          RuleId::kPlateau, m.At(start, end, m.table.luminances[start + 1]),
-          "levels {} to {} all have {} nits: the device converts {} nits to level {}; measure again unless "
-          "the panel limits its luminance there",
-          m.points[start].bl, m.points[end].bl, m.points[start].nits, m.points[start].nits, m.points[start].bl);
+    while (known != told.end() && known->last < start) {
+      ++known;
+    }
+    const bool is_told = known != told.end() && known->first <= start;
+    const double share = RoughJndIndexOfNits(m.points[start].nits) ? 1.0 / 255.0 : 0.0;
+    if (!is_told && end > start && Covers(m, {start, end}, share)) {
+      found.push_back({start, end});
+    }
+  }
+  return found;
+}
+
+void TellPlateau(const Measured& m, const Stretch& stretch) {
+  const auto& [level, nits] = m.points[stretch.first];
+  const auto& [last_level, last_nits] = m.points[stretch.last];
+  const TablePlace place = m.At(stretch.first, stretch.last, m.table.luminances[stretch.first + 1]);
+  const bool same = std::all_of(&m.points[stretch.first], &m.points[stretch.last] + 1,
+                                [nits = nits](const auto& point) { return point.nits == nits; });
+  if (same) {
+    m.findings->AddIn(RuleId::kPlateau, place,
+                      "levels {} to {} all have {} nits: the device converts {} nits to level {}; measure again unless "
+                      "the panel limits its luminance there",
+                      level, last_level, nits, nits, level);
+  } else {
+    m.findings->AddIn(RuleId::kPlateau, place,
+                      "from level {} to {} the luminance changes by {:.1f} JND, from {} to {} nits: users see no "
+                      "difference; measure again unless the panel limits its luminance there",
+                      level, last_level, std::abs(*JndIndexOfNits(last_nits) - *JndIndexOfNits(nits)), nits, last_nits);
+  }
+}
+
+void CheckPlateaus(const Measured& m) {
+  const std::vector<Stretch> unseen = UnseenRises(m);
+  for (const auto& plateaus : {unseen, SameLuminances(m, unseen)}) {
+    for (const Stretch& plateau : plateaus) {
+      TellPlateau(m, plateau);
     }
   }
 }

@@ -1,6 +1,8 @@
 #include "figures/gsdf.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace blnits {
 
@@ -34,6 +36,25 @@ std::optional<double> JndIndexOfNits(double nits) {
     middle = below + (above - below) / 2.0;
   }
   return below;
+}
+
+// Interpolates between the luminances of four indices in each JND.
+std::optional<double> RoughJndIndexOfNits(double nits) {
+  constexpr size_t kInJnd = 4;
+  static const std::vector<double> kLuminances = [] {
+    std::vector<double> luminances;
+    for (size_t i = 0; i <= 1023 * kInJnd; ++i) {
+      luminances.push_back(NitsOfJndIndex(1.0 + static_cast<double>(i) / kInJnd));
+    }
+    return luminances;
+  }();
+  if (!(nits >= kLeastGsdfNits && nits <= kMostGsdfNits)) {
+    return std::nullopt;
+  }
+  const auto above = std::upper_bound(kLuminances.begin(), kLuminances.end(), nits);
+  const double below = *(above - 1);
+  const auto place = static_cast<double>(above - 1 - kLuminances.begin());
+  return 1.0 + (place + (nits - below) / (*above - below)) / kInJnd;
 }
 
 }  // namespace blnits
