@@ -51,11 +51,11 @@ class Cutter {
       const int line = line_;
       GoTo(EndOfMarkup(at_));
       if (IsStartOfList(tag, at_)) {
-        const char* const first = at_;
+        const char* const values_start = at_;
         const int first_line = line_;
         std::vector<SourceValue> values;
         if (TakeValues(&values)) {
-          cut_.rest.append(kept, first).append(static_cast<size_t>(line_ - first_line), '\n');
+          cut_.rest.append(kept, values_start).append(static_cast<size_t>(line_ - first_line), '\n');
           cut_.lists.push_back({line, std::move(values)});
           kept = at_;
         }

@@ -90,8 +90,8 @@ class Findings {
     Entry* entry = nullptr;  ///< Null if it is not kept.
   };
 
-  void AddText(RuleId rule, int line, fmt::string_view format, fmt::format_args arguments);
-  void AddTextIn(RuleId rule, const TablePlace& place, fmt::string_view format, fmt::format_args arguments);
+  void AddText(RuleId id, int line, fmt::string_view format, fmt::format_args arguments);
+  void AddTextIn(RuleId id, const TablePlace& place, fmt::string_view format, fmt::format_args arguments);
   Entry* Keep(OfRule* rule, int line, std::string_view table, fmt::string_view format, fmt::format_args arguments);
   uint32_t BitOf(std::string_view table);
   static std::string TextOf(Entry* entry);
