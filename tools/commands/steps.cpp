@@ -3,8 +3,12 @@
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "commands/slider_options.h"
+#include "foreign_text.h"
 #include "panel/slider.h"
+#include "support/failure.h"
 #include "support/json.h"
+#include "support/output_file.h"
+#include "support/plot.h"
 
 namespace blnits {
 namespace {
@@ -12,6 +16,7 @@ namespace {
 struct StepsOptions : Slider {
   std::string panel;
   std::string format = "text";
+  std::string output;
 };
 
 /// The key of a residual in the metric's unit.
@@ -49,9 +54,38 @@ nlohmann::ordered_json ReportOf(const Panel& panel, const std::vector<SliderStep
   return report;
 }
 
+PlotLine LineOf(const char* name, const char* colour, const std::vector<SliderStep>& steps, double SliderStep::*value) {
+  PlotPoints points;
+  for (size_t i = 0; i < steps.size(); ++i) {
+    points.emplace_back(static_cast<double>(i), steps[i].*value);
+  }
+  const std::vector<bool> solid(points.size(), false);
+  return {name, colour, false, points, solid, points};
+}
+
+Plot PlotOf(const Panel& panel, const std::vector<SliderStep>& steps, const StepsOptions& options) {
+  constexpr const char* kDark = "#08306b";
+  return {Shown(panel.Name(), 40),
+          "position of the slider",
+          {{"luminance", "nits", steps.front().nits > 0.0, {LineOf("level", kDark, steps, &SliderStep::nits)}},
+           {"residual", UnitOf(options.metric), false, {LineOf("level - ideal", kDark, steps, &SliderStep::residual)}}},
+          false};
+}
+
+void Draw(const Panel& panel, const std::vector<SliderStep>& steps, const StepsOptions& options) {
+  if (!options.output.empty()) {
+    const std::string picture = Drawn(PlotOf(panel, steps, options), PictureFormatOf(options.output, ""));
+    WriteWhole(options.output, [&](std::ostream& stream) { stream << picture; });
+  }
+}
+
 void Run(const StepsOptions& options, CapturedLog* log) {
+  if (options.output == "-") {
+    throw Failure("--output: found -, expected a file's name: the levels go to standard output");
+  }
   Panel panel(options.panel, log);
   const auto steps = StepsOf(&panel, options);
+  Draw(panel, steps, options);
   if (options.format == "json") {
     fmt::print("{}\n", JsonLine(ReportOf(panel, steps, options)));
   } else {
@@ -70,12 +104,16 @@ void AddStepsCommand(CLI::App* app, CapturedLog* log) {
       .NotNegative()
       .Takes("NITS");
   AddFormatOption(command, &options->format);
+  command
+      .Add("-o,--output", &options->output,
+           "Picture of the luminances and the residuals: a name that ends with .svg or .png")
+      .Takes("FILE");
   command.Footer(
       "Each position gets the level that is nearest to the ideal one on the scale: the residual is at most half a "
       "step\n"
       "between two levels. Metric gsdf is defined from 0.05 to 4,000 nits: without --min-nits, darker levels are left\n"
       "out. Metric lstar takes the brightest level for white.\n"
-      "Example: blnits steps samples/backlight_calib_oled_phone.xml --count 10 --min-nits 2");
+      "Example: blnits steps samples/backlight_calib_oled_phone.xml --count 10 --min-nits 3");
   command.Action([options, log] { Run(*options, log); });
 }
 

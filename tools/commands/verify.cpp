@@ -274,7 +274,7 @@ PlotPane PaneOf(const Verdict& verdict, Unit unit, const VerifyOptions& options)
 // Per cent, and below it the unit that the user's limit is in; without a limit, JND.
 Plot PlotOf(const Panel& panel, const Verdict& verdict, const VerifyOptions& options) {
   const Unit second = options.max_nits && !options.max_jnd ? kNits : kJnd;
-  Plot plot = {Shown(panel.Name(), 40), "client level", {PaneOf(verdict, kPercent, options)}};
+  Plot plot = {Shown(panel.Name(), 40), "client level", {PaneOf(verdict, kPercent, options)}, false};
   if (verdict.all[second].count > 0) {
     plot.panes.push_back(PaneOf(verdict, second, options));
   }

@@ -202,9 +202,19 @@ std::string ScriptOf(const PlotPane& pane, const Axis& levels, const Device& dev
          "\n";
 }
 
+std::string TitleOf(const Plot& plot, const Device& device, Texts* texts) {
+  if (!plot.legend) {
+    return texts->Add(plot.title);
+  }
+  const std::string legend = fmt::format("(marks: measured, {}: extrapolated)", device.stroke);
+  const bool one_line = plot.title.size() + legend.size() < device.title_length;
+  return one_line ? texts->Add(plot.title + " " + legend) : texts->Add(plot.title) + R"(."\n".)" + texts->Add(legend);
+}
+
 std::string ScriptOf(const Plot& plot, const Device& device, PictureFormat format) {
   const Axis levels = LevelsOf(plot, device.level_tics);
   Texts texts;
+  const std::string title = TitleOf(plot, device, &texts);
   std::string panes;
   for (size_t i = 0; i < plot.panes.size(); ++i) {
     const PlotPane& pane = plot.panes[i];
@@ -218,10 +228,6 @@ std::string ScriptOf(const Plot& plot, const Device& device, PictureFormat forma
     panes += "set ylabel " + texts.Add(upright ? pane.unit : pane.what + " in " + pane.unit) + "\n";
     panes += ScriptOf(pane, levels, device, &texts);
   }
-  const std::string legend = fmt::format("(marks: measured, {}: extrapolated)", device.stroke);
-  const bool one_line = plot.title.size() + legend.size() < device.title_length;
-  const std::string title =
-      one_line ? texts.Add(plot.title + " " + legend) : texts.Add(plot.title) + R"(."\n".)" + texts.Add(legend);
   return "set encoding utf8\nset terminal " + device.terminal + "\n" + texts.Document() + "set title " + title +
          "\nset key below reverse Left samplen 2 " + device.key +
          "\nset grid\nset tics nomirror\nset border 3\nset lmargin 11\n" + Tics("x", levels) + panes;

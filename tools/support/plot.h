@@ -30,6 +30,7 @@ struct Plot {
   std::string title;
   std::string levels;           ///< Label of the horizontal axis: "client level".
   std::vector<PlotPane> panes;  ///< One or two. The second is smaller and below the first.
+  bool legend = true;           ///< The title explains marks and dashes.
 };
 
 enum class PictureFormat { kText, kSvg, kPng };
