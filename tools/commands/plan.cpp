@@ -1,5 +1,6 @@
 #include "panel/plan.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <memory>
@@ -40,21 +41,25 @@ bool IsRange(const std::string& text) {
 
 PlanReport ForRange(const PlanOptions& options) {
   const RangeOfLevels range = RangeOf(options.panel, "PANEL");
-  return {{PlannedLevels(range.first, range.last, options.count), {}, {}}, "", ""};
+  auto levels = PlannedLevels(range.first, range.last, options.count, range.step);
+  if (range.falls) {
+    std::reverse(levels.begin(), levels.end());
+  }
+  return {{levels, {}, {}}, "", ""};
 }
 
-// Level 0 is dark by definition: the device needs no reading of it.
+// The device takes level 0 as dark without a reading. It needs one if the panel has light there.
 PlanReport ForPanel(const PlanOptions& options, CapturedLog* log) {
   Panel panel(options.panel, log);
   std::vector<zarn::BlNitsPoint> curve;
   for (const uint32_t level : SurveyLevels({&panel}, {options.coverage})) {
     const auto nits = panel.TryToNits(level, options.coverage, options.hdr);
-    if (level > 0 && nits && std::isfinite(*nits)) {
+    if (nits && std::isfinite(*nits) && (level > 0 || *nits > 0.0)) {
       curve.push_back({level, *nits});
     }
   }
   if (curve.empty()) {
-    throw Failure(fmt::format("{}: no level above 0 has a luminance; blnits check gives the reason", panel.File()));
+    throw Failure(fmt::format("{}: no level has a luminance; blnits check gives the reason", panel.File()));
   }
   return {PlanFor(curve, options.count), panel.Name(), panel.File()};
 }
@@ -112,7 +117,8 @@ void AddPlanCommand(CLI::App* app, CapturedLog* log) {
   auto options = std::make_shared<PlanOptions>();
   command
       .Add("PANEL", &options->panel,
-           "A panel's name or the path of its file, to place the levels where its curve bends; or FIRST..LAST")
+           "A panel's name or the path of its file, to place the levels where its curve bends; or a range of\n"
+           "levels: 0..255 or 0..255:5")
       .Required();
   command.Add("--count", &options->count, "Number of levels, 2 to 65,536").Required().Between(2, 65536).Takes("COUNT");
   command.Add("-c,--coverage", &options->coverage, "Share of the screen that is lit, 1 to 100 per cent")
@@ -122,9 +128,9 @@ void AddPlanCommand(CLI::App* app, CapturedLog* log) {
   command.AddFlag("--hdr", &options->hdr, "Use the high-brightness curves");
   AddFormatOption(command, &options->format);
   command.Footer(
-      "The levels are dense at the dark end. For a panel, the largest error of straight lines between them is as "
-      "small\n"
-      "error in per cent of the luminance is small. --levels of import and verify reads what plan prints.\n"
+      "The levels are dense at the dark end. For a panel, they make the largest error of straight lines between them\n"
+      "small, in per cent of the luminance, and plan prints this error. --levels of import and verify reads what plan\n"
+      "prints.\n"
       "Example: blnits plan 0..255 --count 20 > levels.txt");
   command.Action([options, log] { Run(*options, log); });
 }

@@ -14,34 +14,54 @@ namespace {
 using Levels = std::vector<uint32_t>;
 using Points = std::vector<zarn::BlNitsPoint>;
 
-/// A gap between two planned levels. The widest one is the first in a queue.
-struct Gap {
-  uint32_t first;
-  uint32_t last;
+size_t IndexOf(const Points& curve, uint32_t level) {
+  const auto at = std::lower_bound(curve.begin(), curve.end(), level,
+                                   [](const zarn::BlNitsPoint& point, uint32_t wanted) { return point.bl < wanted; });
+  return static_cast<size_t>(at - curve.begin());
+}
 
-  double Ratio() const { return first == 0 ? HUGE_VAL : static_cast<double>(last) / first; }
-  bool operator<(const Gap& other) const { return Ratio() < other.Ratio(); }
+/// A gap between two planned levels. The one with the largest ratio of luminance is the first in a queue.
+struct Gap {
+  double ratio;
+  size_t first;  ///< Index in the curve.
+  size_t last;
+
+  bool operator<(const Gap& other) const { return ratio < other.ratio; }
 };
 
-/// Adds levels in the widest gaps, in the middle of each on a logarithmic scale.
-void Fill(size_t count, Levels* levels) {
+double RatioOf(double nits, double other) {
+  const auto [least, most] = std::minmax(nits, other);
+  return least > 0.0 ? most / least : HUGE_VAL;
+}
+
+// The index between two others whose luminance is nearest to the middle on a logarithmic scale.
+size_t MiddleOf(const Points& curve, const Gap& gap) {
+  const double middle = std::sqrt(std::max(0.0, curve[gap.first].nits * curve[gap.last].nits));
+  const auto first = curve.begin() + static_cast<Points::difference_type>(gap.first);
+  const auto last = curve.begin() + static_cast<Points::difference_type>(gap.last);
+  const auto at = std::lower_bound(first, last, middle,
+                                   [](const zarn::BlNitsPoint& point, double wanted) { return point.nits < wanted; });
+  return std::clamp(static_cast<size_t>(at - curve.begin()), gap.first + 1, gap.last - 1);
+}
+
+/// Adds levels in the middle of the gaps with the largest ratios of luminance.
+void Fill(const Points& curve, size_t count, Levels* levels) {
   std::priority_queue<Gap> gaps;
-  const auto add = [&](uint32_t first, uint32_t last) {
+  const auto add = [&](size_t first, size_t last) {
     if (last - first > 1) {
-      gaps.push({first, last});
+      gaps.push({RatioOf(curve[first].nits, curve[last].nits), first, last});
     }
   };
   for (size_t i = 1; i < levels->size(); ++i) {
-    add((*levels)[i - 1], (*levels)[i]);
+    add(IndexOf(curve, (*levels)[i - 1]), IndexOf(curve, (*levels)[i]));
   }
   while (levels->size() < count && !gaps.empty()) {
     const Gap gap = gaps.top();
     gaps.pop();
-    const auto middle = static_cast<uint32_t>(std::lround(std::sqrt(static_cast<double>(gap.first) * gap.last)));
-    const uint32_t level = std::clamp(middle, gap.first + 1, gap.last - 1);
-    levels->push_back(level);
-    add(gap.first, level);
-    add(level, gap.last);
+    const size_t middle = MiddleOf(curve, gap);
+    levels->push_back(curve[middle].bl);
+    add(gap.first, middle);
+    add(middle, gap.last);
   }
   std::sort(levels->begin(), levels->end());
 }
@@ -97,25 +117,25 @@ void JudgeLine(const Points& curve, size_t from, size_t to, Plan* plan) {
 
 }  // namespace
 
-std::vector<uint32_t> PlannedLevels(uint32_t first, uint32_t last, size_t count) {
+std::vector<uint32_t> PlannedLevels(uint32_t first, uint32_t last, size_t count, uint32_t step) {
   Levels levels = {first};
-  while (levels.size() < count && levels.back() < last) {
+  const uint32_t steps = (last - first) / step;
+  for (uint32_t at = 0; levels.size() < count && at < steps;) {
     const double level = std::max(levels.back(), 1U);
     const double factor = std::pow(last / level, 1.0 / static_cast<double>(count - levels.size()));
-    const auto next = static_cast<uint32_t>(std::lround(level * factor));
-    levels.push_back(std::clamp(next, levels.back() + 1, last));
+    const auto next = static_cast<uint32_t>(std::lround(std::max(0.0, level * factor - first) / step));
+    at = std::clamp(next, at + 1, steps);
+    levels.push_back(first + at * step);
   }
   return levels;
 }
 
 Plan PlanFor(const std::vector<zarn::BlNitsPoint>& curve, size_t count) {
   Plan plan = {Nearest(curve, count), {}, {}};
-  Fill(std::min(count, curve.size()), &plan.levels);
+  Fill(curve, count, &plan.levels);
   size_t from = 0;
   for (const uint32_t level : plan.levels) {
-    const auto at = std::lower_bound(curve.begin(), curve.end(), level,
-                                     [](const zarn::BlNitsPoint& point, uint32_t wanted) { return point.bl < wanted; });
-    const auto to = static_cast<size_t>(at - curve.begin());
+    const size_t to = IndexOf(curve, level);
     JudgeLine(curve, from, to, &plan);
     from = to;
   }

@@ -10,8 +10,10 @@
 namespace blnits {
 
 /// Levels to measure, dense at the dark end: each is the same factor above the one before, where levels are dense enough
-/// for that. \param count 2 or more. \return `count` levels from `first` to `last`, or all if there are fewer. Any thread.
-std::vector<uint32_t> PlannedLevels(uint32_t first, uint32_t last, size_t count);
+/// for that. \param last `first` or above it by a multiple of `step`. \param count 2 or more. \param step above 0.
+/// \return `count` of the levels `first`, `first` + `step` and so on, from `first` to `last`, or all if there are fewer.
+/// Any thread.
+std::vector<uint32_t> PlannedLevels(uint32_t first, uint32_t last, size_t count, uint32_t step = 1);
 
 /// The largest error of straight lines between the planned levels.
 struct PlanError {
@@ -27,7 +29,7 @@ struct Plan {
 };
 
 /// Levels whose straight lines are near a curve: the largest error in per cent is the smallest for which lines drawn as
-/// far as they fit need no more levels.
+/// far as they fit need no more levels. Levels beyond those needed for an error of 0 divide the largest ratios of luminance.
 /// \param curve levels rise strictly. \param count 2 or more. Any thread.
 Plan PlanFor(const std::vector<zarn::BlNitsPoint>& curve, size_t count);
 

@@ -93,11 +93,17 @@ std::string WhatLevelsAre(const std::string& text, bool scaled) {
 
 RangeOfLevels RangeOf(const std::string& text, const char* option) {
   const auto range = RangeIn(text, false);
-  if (!range || text.find(':') != std::string::npos || !(range->first < range->last)) {
+  if (!range) {
     throw Failure(
-        fmt::format("{}: found \"{}\", expected FIRST..LAST, two whole levels that rise", option, Shown(text)));
+        fmt::format("{}: found \"{}\", expected FIRST..LAST or FIRST..LAST:STEP, whole levels", option, Shown(text)));
   }
-  return {static_cast<uint32_t>(range->first), static_cast<uint32_t>(range->last)};
+  const auto from = static_cast<uint32_t>(range->first);
+  const auto to = static_cast<uint32_t>(range->last);
+  const auto step = static_cast<uint32_t>(range->step);
+  if (from > to) {
+    return {from - (from - to) / step * step, from, step, true};
+  }
+  return {from, from + (to - from) / step * step, step, false};
 }
 
 std::vector<double> LevelsOf(const std::string& text, bool scaled, size_t most) {
