@@ -44,13 +44,14 @@ class OneLevel {
         Outliers(median)};
   }
 
-  /// "9.8 (line 3), 10.4 (line 7)".
-  std::string Listed() const {
-    std::string list;
-    for (Iterator each = first_; each != last_; ++each) {
-      list += fmt::format("{}{} (line {})", each == first_ ? "" : ", ", each->nits, each->line);
-    }
-    return list;
+  /// Adds each reading to the troubles. \param spread in per cent of the median.
+  void Refuse(double spread, double max_spread, Troubles* troubles) const {
+    std::for_each(first_, last_, [&](const RawReading& reading) {
+      troubles->Add(reading.line,
+                    fmt::format("found {} nits at level {}, whose {} readings spread by {:.4g} % of their median, "
+                                "expected at most {} %",
+                                reading.nits, reading.level, nits_.size(), spread, max_spread));
+    });
   }
 
  private:
@@ -94,17 +95,15 @@ std::vector<LevelReadings> ByLevel(const TableReadings& measured, const Averagin
   std::stable_sort(raw.begin(), raw.end(), [](const RawReading& a, const RawReading& b) { return a.level < b.level; });
   std::vector<LevelReadings> levels;
   Troubles troubles(measured.from.path);
+  constexpr double kRounding = 1e-9;  // 1 and 1.05 spread by 5 %, and a little more in binary.
   for (auto first = raw.cbegin(); first != raw.cend();) {
     const auto last =
         std::find_if(first, raw.cend(), [&](const RawReading& each) { return each.level != first->level; });
     const OneLevel level(first, last);
     levels.push_back(level.Averaged(averaging.mean));
     const double spread = SpreadPercent(levels.back());
-    if (averaging.max_spread_percent && spread > *averaging.max_spread_percent) {
-      troubles.Add(first->line,
-                   fmt::format("level {}: found readings that spread by {:.1f} % of their median, expected at "
-                               "most {} %: {} nits",
-                               first->level, spread, *averaging.max_spread_percent, level.Listed()));
+    if (spread > averaging.max_spread_percent.value_or(spread) * (1.0 + kRounding)) {
+      level.Refuse(spread, *averaging.max_spread_percent, &troubles);
     }
     first = last;
   }

@@ -10,8 +10,8 @@ namespace blnits {
 /// What several readings of one level become.
 struct Averaging {
   bool mean = false;  ///< False: their median.
-  std::optional<double>
-      max_spread_percent;  ///< The largest allowed spread: largest minus smallest, in % of the median.
+  /// The largest allowed spread: largest minus smallest, in per cent of the median.
+  std::optional<double> max_spread_percent;
 };
 
 /// All readings of one level.
@@ -26,8 +26,8 @@ struct LevelReadings {
   std::vector<RawReading> outliers;
 };
 
-/// The readings of a table by rising level. \throws Failure that names the readings of each level with a larger spread
-/// than allowed, up to a limit. Any thread.
+/// The readings of a table by rising level. The time is that of sorting them. \throws Failure with each reading of each
+/// level that has a larger spread than allowed, up to the limit of Troubles. Any thread.
 std::vector<LevelReadings> ByLevel(const TableReadings& measured, const Averaging& averaging);
 
 }  // namespace blnits
