@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -221,6 +222,7 @@ struct Calibration {
   double gamma;
   std::optional<GammaFit> fit;  ///< Empty: gamma is given.
   LinearPairs linear;
+  std::optional<DerivedTable> derived;  ///< Empty: the linear table is given or an identity.
   Tables tables;
 };
 
@@ -234,44 +236,75 @@ void CopyUnmeasured(const ReadingsByTable& measured, Tables* tables, Story* stor
   }
 }
 
-/// \throws Failure if the points do not give the luminance of every level.
-void CheckDerivable(const Points& points, const ImportOptions& options) {
-  const auto refuse = [](const std::string& found) { throw Failure(fmt::format("--linear derive: found {}", found)); };
+/// The place of the first reading of a level, for messages: "full.csv:3".
+std::string PlaceOf(uint32_t level, const TableReadings& measured) {
+  const auto reading = std::find_if(measured.readings.begin(), measured.readings.end(),
+                                    [level](const RawReading& each) { return each.level == level; });
+  return fmt::format("{}:{}", measured.from.path, reading->line);
+}
+
+/// \throws Failure if no linear table can be derived from the points of a table.
+void CheckDerivable(const Points& points, const TableReadings& measured, const ImportOptions& options) {
   if (options.max_os_bl == 0 || options.max_bl == 0 || options.max_bl > format::kLastLinearizedLevel) {
-    refuse(fmt::format("max_bl {} and max_os_bl {}, expected max_bl from 1 to {} and max_os_bl from 1 on",
-                       options.max_bl, options.max_os_bl, format::kLastLinearizedLevel));
+    throw Failure(fmt::format(
+        "--linear derive: found max_bl {} and max_os_bl {}, expected max_bl from 1 to {} and max_os_bl from 1 on",
+        options.max_bl, options.max_os_bl, format::kLastLinearizedLevel));
   }
   for (size_t i = 1; i < points.size(); ++i) {
     if (points[i].nits < points[i - 1].nits) {
-      refuse(
-          fmt::format("that luminance falls from {} nits at level {} to {} nits at level {}, expected that it never "
-                      "falls; --monotone repairs it",
-                      points[i - 1].nits, points[i - 1].bl, points[i].nits, points[i].bl));
+      throw Failure(fmt::format(
+          "{}: found {} nits at level {} after {} nits at level {}, expected luminance that never falls for "
+          "--linear derive; --monotone repairs it",
+          PlaceOf(points[i].bl, measured), points[i].nits, points[i].bl, points[i - 1].nits, points[i - 1].bl));
     }
   }
-  if (points.back().bl < options.max_os_bl || !(points.back().nits > 0.0) || points.front().nits < 0.0) {
-    refuse(fmt::format("readings up to level {} with {} nits, expected luminances above 0 up to max_os_bl, {}",
-                       points.back().bl, points.back().nits, options.max_os_bl));
+  const double darkest = points.front().bl == 0 ? points.front().nits : 0.0;
+  const auto brighter =
+      std::find_if(points.begin(), points.end(), [&](const auto& each) { return each.nits > darkest; });
+  const bool rises =
+      brighter == points.begin() || (brighter != points.end() && std::prev(brighter)->bl < options.max_os_bl);
+  if (!rises || darkest < 0.0) {
+    throw Failure(
+        fmt::format("{}: found no luminance that rises from level 0 to max_os_bl, {}, expected one for "
+                    "--linear derive",
+                    measured.from.path, options.max_os_bl));
   }
 }
 
-LinearPairs LinearTable(const Points& points, const ImportOptions& options, Story* story) {
-  if (options.linear.empty()) {
-    story->Tell("linear table: an identity: it is neither given nor derived");
-    return {{0, 0}, {options.max_bl, options.max_bl}};
-  }
-  if (options.linear != "derive") {
-    LinearPairs pairs = ReadLevelPairs(options.linear);
-    story->Tell(fmt::format("linear table: {} from {}", Counted(pairs.size(), "pair"), NameOfFile(options.linear)));
-    return pairs;
-  }
-  CheckDerivable(points, options);
-  LinearPairs pairs = DerivedLinearTable(points, options.max_os_bl, options.max_bl);
+DerivedTable DeriveTable(const Points& points, const TableReadings& measured, const ImportOptions& options,
+                         Story* story) {
+  CheckDerivable(points, measured, options);
+  DerivedTable table = DeriveLinearTable(points, options.max_os_bl, options.max_bl);
   story->Tell(
       fmt::format("linear table: {} derived from {}: luminance is proportional to the linearized level; a panel "
                   "level is a client level times {}/{}",
-                  Counted(pairs.size(), "pair"), FindTable(100, false)->name, options.max_bl, options.max_os_bl));
-  return pairs;
+                  Counted(table.pairs.size(), "pair"), FindTable(100, false)->name, options.max_bl, options.max_os_bl));
+  story->Tell(fmt::format("linear table: panel levels are rounded by at most {:.3f}, luminance by at most {:.3g} nits",
+                          table.rounding_panel_levels, table.rounding_nits));
+  if (points.back().bl < options.max_os_bl) {
+    story->Tell(fmt::format("linear table: the last linearized level is client level {}, the last one with readings",
+                            points.back().bl));
+  }
+  if (table.too_dark > 0) {
+    story->Tell(fmt::format("linear table: {} would be darker than level 0, which has {} nits",
+                            Counted(table.too_dark, "linearized level"), points.front().nits));
+  }
+  return table;
+}
+
+void SetLinearTable(const Points& points, const TableReadings& measured, const ImportOptions& options, Story* story,
+                    Calibration* made) {
+  if (options.linear.empty()) {
+    story->Tell("linear table: an identity: it is neither given nor derived");
+    made->linear = {{0, 0}, {options.max_bl, options.max_bl}};
+  } else if (options.linear == "derive") {
+    made->derived = DeriveTable(points, measured, options, story);
+    made->linear = made->derived->pairs;
+  } else {
+    made->linear = ReadLevelPairs(options.linear);
+    story->Tell(
+        fmt::format("linear table: {} from {}", Counted(made->linear.size(), "pair"), NameOfFile(options.linear)));
+  }
 }
 
 void SetGamma(const Points& points, const ImportOptions& options, Story* story, Calibration* made) {
@@ -313,7 +346,7 @@ Calibration Measured(const ImportOptions& options, Story* story) {
   }
   CopyUnmeasured(measured, &made.tables, story);
   SetGamma(full, options, story, &made);
-  made.linear = LinearTable(full, options, story);
+  SetLinearTable(full, measured.at(format::kStandard100.param), options, story, &made);
   return made;
 }
 
@@ -420,10 +453,14 @@ nlohmann::ordered_json ReportOf(const ImportOptions& options, const Calibration&
   report["passes"] = check.Count(Severity::kError) == 0;
   report["gamma"] = made.gamma;
   report["gamma_residual_percent"] = made.fit ? Json(SixDecimals(made.fit->residual_percent)) : Json();
-  report["linear_table"] = {{"source", options.linear.empty()       ? "identity"
-                                       : options.linear == "derive" ? "derived"
-                                                                    : "file"},
-                            {"pairs", made.linear.size()}};
+  const auto& derived = made.derived;
+  report["linear_table"] = {
+      {"source", options.linear.empty() ? "identity"
+                 : derived              ? "derived"
+                                        : "file"},
+      {"pairs", made.linear.size()},
+      {"rounding_panel_levels", derived ? Json(SixDecimals(derived->rounding_panel_levels)) : Json()},
+      {"rounding_nits", derived ? Json(SixDecimals(derived->rounding_nits)) : Json()}};
   report["actions"] = story.Lines();
   report["check"] = ToJson(options.output, check);
   return report;
@@ -474,7 +511,7 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
       .Add(
           "--linear", &options->linear,
           "CSV file, linearized level,panel level; or derive: make luminance proportional to the linearized level, by\n"
-          "the readings of the full screen. Default: an identity")
+          "the standard readings of the full screen. Default: an identity")
       .Takes("FILE|derive");
   command.Add("--minimum-bl", &options->minimum_bl, "Lowest panel level")
       .Required()
@@ -487,7 +524,7 @@ void AddImportCommand(CLI::App* app, CapturedLog* log) {
       .Takes("LEVEL");
   command
       .Add("--gamma", &options->gamma,
-           "Gamma of the panel; or fit: by least squares over the log luminance of the full screen")
+           "Gamma of the panel; or fit: by least squares over the log of the standard full-screen readings")
       .Required()
       .Check([](const std::string& text) { return text == "fit" ? std::string() : WhatIsWrong(text, false); })
       .Takes("NUMBER|fit");
