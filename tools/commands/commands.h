@@ -21,6 +21,9 @@ void AddShowCommand(CLI::App* app, CapturedLog* log);
 void AddStepsCommand(CLI::App* app, CapturedLog* log);
 void AddVerifyCommand(CLI::App* app, CapturedLog* log);
 
+/// Drives a panel and a meter; opens no calibration.
+void AddMeasureCommand(CLI::App* app);
+
 /// Covers all subcommands that `app` has when it runs.
 void AddManualCommand(CLI::App* app);
 

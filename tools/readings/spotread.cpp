@@ -4,13 +4,13 @@
 
 #include "foreign_text.h"
 #include "readings/readers.h"
+#include "readings/spotread_line.h"
 #include "support/failure.h"
 #include "support/numbers.h"
 
 namespace blnits {
 namespace {
 
-constexpr std::string_view kResult = "Result is ";
 constexpr std::string_view kPrompt = "to take a reading:";
 constexpr std::string_view kFailed = "Spot read failed";
 constexpr const char* kExpected = "\"Result is XYZ: X Y Z,\"";
@@ -32,19 +32,6 @@ bool Take(std::string_view* text, char end, std::string* taken) {
   return true;
 }
 
-// Needs the comma after Z: a line that was cut before it may have lost digits of Y.
-bool ParseXyz(std::string_view text, double* y) {
-  const std::string_view start = "Result is XYZ: ";
-  if (!StartsWith(text, start)) {
-    return false;
-  }
-  text.remove_prefix(start.size());
-  std::string numbers[3];
-  double unused = 0.0;
-  return Take(&text, ' ', &numbers[0]) && Take(&text, ' ', &numbers[1]) && Take(&text, ',', &numbers[2]) &&
-         ParseNumber(numbers[0], &unused) && ParseNumber(numbers[1], y) && ParseNumber(numbers[2], &unused);
-}
-
 // With -a the instrument reads lux. A Y-only instrument and the lines below a result tell it.
 bool IsAmbient(std::string_view line) {
   return StartsWith(line, "Result is Y: ") || StartsWith(line, "Ambient = ") ||
@@ -53,8 +40,25 @@ bool IsAmbient(std::string_view line) {
 
 }  // namespace
 
+bool IsSpotreadResult(std::string_view line) { return StartsWith(line, "Result is "); }
+
+// Needs the comma after Z: a line that was cut before it may have lost digits of Y.
+bool ParseSpotreadResult(std::string_view line, double* y) {
+  const std::string_view start = "Result is XYZ: ";
+  if (!StartsWith(line, start)) {
+    return false;
+  }
+  line.remove_prefix(start.size());
+  std::string numbers[3];
+  double unused = 0.0;
+  return Take(&line, ' ', &numbers[0]) && Take(&line, ' ', &numbers[1]) && Take(&line, ',', &numbers[2]) &&
+         ParseNumber(numbers[0], &unused) && ParseNumber(numbers[1], y) && ParseNumber(numbers[2], &unused);
+}
+
+// In a file of readings of another kind, a comment may quote the prompt.
 bool IsSpotreadLine(std::string_view line) {
-  return StartsWith(WithoutIndent(line), kResult) || line.find(kPrompt) != std::string_view::npos;
+  const std::string_view text = WithoutIndent(line);
+  return IsSpotreadResult(text) || (!StartsWith(text, "#") && text.find(kPrompt) != std::string_view::npos);
 }
 
 void ReadSpotread(LineReader* lines, Collected* collected) {
@@ -69,9 +73,9 @@ void ReadSpotread(LineReader* lines, Collected* collected) {
     double y = 0.0;
     if (IsAmbient(line)) {
       collected->Refuse(lines->Line(), "found an ambient reading in lux, expected readings of a display in nits");
-    } else if (StartsWith(line, kResult)) {
+    } else if (IsSpotreadResult(line)) {
       ++found;
-      if (ParseXyz(line, &y)) {
+      if (ParseSpotreadResult(line, &y)) {
         collected->AddInOrder(lines->Line(), y);
       } else {
         collected->Refuse(lines->Line(), fmt::format("found \"{}\", expected {}", Shown(line, 80), kExpected));

@@ -22,6 +22,9 @@ class StatusLine {
   StatusLine& operator=(const StatusLine&) = delete;
   ~StatusLine();
 
+  /// Whether it shows anything.
+  bool Shows() const { return shows_; }
+
   /// Shows what `text()` returns: printable text, which is cut to the terminal's width. At most ten times a second; the
   /// other calls take a few nanoseconds and do not call `text`. A call before the line is due takes a microsecond.
   template <class Text>
