@@ -195,6 +195,17 @@ def test_resume_refuses_what_it_does_not_continue(bench):
         assert told in errors
 
 
+def test_a_shuffled_order_goes_on_with_the_seed_of_the_file(bench):
+    plan = bench.command(*PANEL, *METER, "--levels", "0..49", "--order", "shuffled", "-o", bench.file)
+    assert bench.run(plan, FAKE_SCRIPT="ok," * 20 + "fatal")[0] == 2
+    taken = bench.rows()
+    assert bench.run([*plan, "--resume"])[0] == 0
+    rows = bench.rows()
+    assert (rows[:20], [int(row[6]) for row in rows]) == (taken, list(range(1, 51)))
+    levels = [int(row[0]) for row in rows]
+    assert sorted(levels) == list(range(50)) != levels
+
+
 def test_two_cannot_write_one_file(bench):
     first = bench.start(bench.usual(), FAKE_SCRIPT="ok,silence")
     wait_for(lambda: bench.file.exists() and len(bench.rows()) == 1)

@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <map>
@@ -103,6 +105,9 @@ double ReferenceAt(const std::vector<ReferencePoint>& points, size_t index, doub
   return before->nits + share * (after->nits - before->nits);
 }
 
+// More than any meter has; the rest of a quotient is noise in the file.
+double NineDigits(double nits) { return std::strtod(fmt::format("{:.9g}", nits).c_str(), nullptr); }
+
 double Corrected(const ReferencesByCoverage& references, const std::vector<LoggedReading>& readings, size_t index) {
   const LoggedReading& reading = readings[index];
   const auto points = references.find(reading.coverage);
@@ -111,7 +116,8 @@ double Corrected(const ReferencesByCoverage& references, const std::vector<Logge
   }
   const double reference = ReferenceAt(points->second, index, *SecondsIn(reading.time));
   const double first = points->second.front().nits;
-  return reference > 0.0 && first > 0.0 ? reading.nits * first / reference : reading.nits;
+  const bool defined = reference > 0.0 && first > 0.0;
+  return defined ? NineDigits(reading.nits * first / reference) : reading.nits;
 }
 
 }  // namespace
@@ -142,7 +148,7 @@ ReadingsLog::~ReadingsLog() {
 // The head gets there as a whole. A crash leaves a file with a complete head, or none.
 void ReadingsLog::Make(const Head& plan, const Head& origin) {
   WriteWhole(path_, [&](std::ostream& file) {
-    file << fmt::format("{} {}\n", kTitle, BLNITS_VERSION);
+    file << fmt::format("{} {}\n# time: {}\n", kTitle, BLNITS_VERSION, Now());
     for (const Head* const part : {&origin, &plan}) {
       for (const auto& [name, value] : *part) {
         file << fmt::format("# {}: {}\n", name, Printable(value));
