@@ -6,7 +6,6 @@ import pathlib
 import pty
 import random
 import re
-import select
 import shlex
 import signal
 import subprocess
@@ -284,7 +283,7 @@ def test_commands_get_exactly_their_words(bench):
     meter.write_text('#!/bin/sh\ncat level\n')
     for file in [panel, meter]:
         file.chmod(0o755)
-    command = bench.command("--set", f"'{panel}'  \"$(touch evil); it's\" l={{level}} ''", "--read", f"{meter}", *LEVELS,
+    command = bench.command("--set", f"'{panel}'  \"$(touch evil); it's\" l={{level}} ''", "--read", meter, *LEVELS,
                             "-o", bench.file)
     assert bench.run(command)[0] == 0
     assert [float(row[1]) for row in bench.rows()] == [float(row[0]) for row in bench.rows()]
@@ -497,7 +496,7 @@ BACKLIGHTS = {
     "missing": (["--backlight", "other", *LEVELS], {}, "", "/sys/class/backlight/other: there is no such backlight"),
     "off": (["--backlight", "panel", *LEVELS], {"bl_power": 4}, "", "bl_power: the backlight is off"),
     "odd": (["--backlight", "panel", *LEVELS], {"max_brightness": "many"}, "", "max_brightness: cannot be read"),
-    "too_high": (["--backlight", "panel", "--levels", "0..256"], {}, "", "the plan has level 256, expected at most 255"),
+    "too_high": (["--backlight", "panel", "--levels", "0..256"], {}, "", "has level 256, expected at most 255"),
     "high_reference": (["--backlight", "panel", *LEVELS, "--reference", "300"], {}, "", "the plan has level 300"),
     "refused": (["--backlight", "panel", *LEVELS], {},
                 "mkdir /sys/class/x; mount --bind /dev/full /sys/class/backlight/panel/brightness",

@@ -193,7 +193,7 @@ void ReadingsLog::CheckPlan(const Head& plan) const {
         std::find_if(head.begin(), head.end(), [&](const auto& each) { return each.first == expected.first; });
     const std::string value = found == head.end() ? "" : found->second;
     if (value != Printable(expected.second)) {
-      throw Failure(fmt::format("{}: found the {} \"{}\" in its head, expected \"{}\": it belongs to another plan",
+      throw Failure(fmt::format(R"({}: found the {} "{}" in its head, expected "{}": it belongs to another plan)",
                                 path_, expected.first, Shown(value, 200), Printable(expected.second)));
     }
   }
