@@ -232,7 +232,7 @@ def test_readings_files_are_what_import_and_verify_take(bench):
     got, out, errors = bench.run([TOOL, "import", "--readings", bench.file, "--gamma", "2.2", "--minimum-bl", "1",
                                   "--max-bl", "255", "--max-os-bl", "255", "-o", made])
     assert got == 0, errors
-    assert ": 18 levels from out.csv" in out and "is the mean of 2 readings" in out
+    assert ": 18 levels from out.csv" in out and " of 2 readings" in out
     got, out, _ = bench.run([TOOL, "verify", made, bench.file, "--max-nits", "0.001"])
     assert (got, out.splitlines()[-1]) == (0, "0 of 72 readings beyond the limit")
     bench.file.unlink()
@@ -328,9 +328,9 @@ def test_reader(bench, name):
 
 def test_dry_run_and_json(bench):
     jsonschema = pytest.importorskip("jsonschema")
-    schema = json.loads((TESTS.parent.parent / "docs" / "schemas" / "measure.json").read_text())
-    jsonschema.Draft202012Validator.check_schema(schema)
-    check = jsonschema.Draft202012Validator(schema).validate
+    path = TESTS.parent.parent / "docs" / "schemas" / "measure.json"
+    schema = json.loads(path.read_text())
+    check = jsonschema.Draft202012Validator(schema, resolver=jsonschema.RefResolver(path.as_uri(), schema)).validate
     plan = [*LEVELS, "--order", "shuffled", "--seed", "3", "--repeats", "2", "--settle", "0.01", "--reference", "9",
             "--reference-every", "6", "--stable", "1", "--format", "json", *PANEL, *METER]
     got, out, _ = bench.run(bench.command(*plan, "--dry-run", "--reading-seconds", "3"))
@@ -354,6 +354,15 @@ def test_dry_run_and_json(bench):
     got, out, _ = bench.run(bench.command(*plan, "-o", bench.file), FAKE_SCRIPT=",".join(["ok"] * 2 + ["misread"] * 3))
     check(json.loads(out))
     assert got == 1 and json.loads(out)["missing"] == dry["steps"][:1]
+
+
+def test_levels_are_those_of_plan(bench):
+    levels = bench.folder / "levels.txt"
+    got, planned, _ = bench.run([TOOL, "plan", "0..255", "--count", "20"])
+    levels.write_text(planned)
+    for arguments in [["--levels", levels], ["--levels", "0..255", "--count", "20"]]:
+        got, out, _ = bench.run(bench.command(*PANEL, *METER, *arguments, "--dry-run", "--format", "json"))
+        assert [step["level"] for step in json.loads(out)["steps"]] == [int(line) for line in planned.split()]
 
 
 def test_a_terminal_shows_a_bar_and_a_pipe_lines(bench):

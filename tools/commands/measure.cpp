@@ -15,6 +15,7 @@
 #include "foreign_text.h"
 #include "measuring/measurement.h"
 #include "measuring/signals.h"
+#include "panel/plan.h"
 #include "readings/levels.h"
 #include "readings/readings.h"
 #include "support/failure.h"
@@ -32,7 +33,8 @@ struct MeasureOptions {
   std::string read;
   std::string from;  ///< One of ReadingKinds(); empty: by content.
   std::string levels;
-  MeasurementPlan plan;  ///< Without its levels.
+  std::optional<uint32_t> count;  ///< Levels that are chosen in the range; empty: all.
+  MeasurementPlan plan;           ///< Without its levels.
   std::optional<uint64_t> seed;
   MeasurementOptions measurement;
   double timeout_seconds = 60.0;
@@ -164,11 +166,21 @@ uint64_t SeedOf(const MeasureOptions& options) {
   return RandomSeed();
 }
 
+std::vector<uint32_t> LevelsFor(const MeasureOptions& options) {
+  if (options.count) {
+    const RangeOfLevels range = RangeOf(options.levels, "--levels");
+    return PlannedLevels(range.first, range.last, *options.count);
+  }
+  std::vector<uint32_t> levels;
+  for (const double level : LevelsOf(options.levels, false, MeasurementPlan::kMostReadings)) {
+    levels.push_back(static_cast<uint32_t>(level));
+  }
+  return levels;
+}
+
 MeasurementPlan PlanOf(const MeasureOptions& options) {
   MeasurementPlan plan = options.plan;
-  for (const double level : LevelsOf(options.levels, false, MeasurementPlan::kMostReadings)) {
-    plan.levels.push_back(static_cast<uint32_t>(level));
-  }
+  plan.levels = LevelsFor(options);
   if (plan.order == "shuffled") {
     plan.seed = SeedOf(options);
   }
@@ -299,10 +311,12 @@ void PrintJson(const Outcome& outcome, const MeasurementPlan& plan, const Measur
   object["drift_corrected"] = options.correct_drift;
   object["drift"] = nlohmann::ordered_json::object();
   for (const Drift& drift : outcome.drifts) {
-    object["drift"][JsonKeyOf(plan.hbm, drift.coverage)] = {
-        {"mode", JsonModeOf(plan.hbm)},           {"coverage", drift.coverage},
-        {"first_nits", drift.first_nits},         {"last_nits", drift.last_nits},
-        {"change_percent", drift.change_percent}, {"largest_change_percent", drift.largest_percent}};
+    nlohmann::ordered_json& table = object["drift"][JsonKeyOf(plan.hbm, drift.coverage)];
+    table = JsonTable(plan.hbm, drift.coverage);
+    table["first_nits"] = drift.first_nits;
+    table["last_nits"] = drift.last_nits;
+    table["change_percent"] = drift.change_percent;
+    table["largest_change_percent"] = drift.largest_percent;
   }
   fmt::print("{}\n", JsonLine(object));
 }
@@ -441,6 +455,11 @@ void AddPlanOptions(const Subcommand& command, MeasureOptions* options) {
   command.Add("--levels", &options->levels, "Levels: 0..255, 0..255:5, or a file with one on each line")
       .Required()
       .Takes("FILE|RANGE");
+  command
+      .Add("--count", &options->count,
+           "Choose so many levels of the range FIRST..LAST, dense at the dark end, as plan does")
+      .Between(2, 65536)
+      .Takes("N");
   command.Add("--order", &plan->order, "Order of the levels: up, down or shuffled")
       .OneOfMany({"up", "down", "shuffled"})
       .Takes("ORDER")
