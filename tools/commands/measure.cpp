@@ -169,7 +169,7 @@ uint64_t SeedOf(const MeasureOptions& options) {
 std::vector<uint32_t> LevelsFor(const MeasureOptions& options) {
   if (options.count) {
     const RangeOfLevels range = RangeOf(options.levels, "--levels");
-    return PlannedLevels(range.first, range.last, *options.count);
+    return PlannedLevels(range.first, range.last, *options.count, range.step);
   }
   std::vector<uint32_t> levels;
   for (const double level : LevelsOf(options.levels, false, MeasurementPlan::kMostReadings)) {
