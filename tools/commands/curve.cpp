@@ -6,6 +6,7 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/reports.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
 #include "support/failure.h"
@@ -319,20 +320,27 @@ void DrawCurves(std::vector<DrawnPanel>* panels, const CurveOptions& options) {
   WriteWhole(options.output.empty() ? "-" : options.output, [&](std::ostream& file) { file << Drawn(plot, format); });
 }
 
+/// The panels of the arguments. Empty arguments are left out.
+std::vector<DrawnPanel> Surveyed(const std::vector<std::string>& arguments, const std::vector<uint32_t>& coverages,
+                                 CapturedLog* log) {
+  std::vector<DrawnPanel> panels;
+  for (const std::string& argument : arguments) {
+    if (!argument.empty()) {
+      Panel panel(argument, log);
+      auto levels = SurveyLevels(&panel);
+      auto curves = SurveyCurves(&panel, coverages, levels);
+      panels.push_back({std::move(panel), std::move(levels), std::move(curves)});
+    }
+  }
+  return panels;
+}
+
 void Run(const CurveOptions& options, CapturedLog* log) {
   const bool json = options.format == "json";
   if (json && !options.output.empty()) {
     throw Failure("--format json excludes --output: the numbers go to standard output");
   }
-  std::vector<DrawnPanel> panels;
-  for (const std::string& argument : {options.panel, options.compared}) {
-    if (!argument.empty()) {
-      Panel panel(argument, log);
-      auto levels = SurveyLevels(&panel);
-      auto curves = SurveyCurves(&panel, options.coverages, levels);
-      panels.push_back({std::move(panel), std::move(levels), std::move(curves)});
-    }
-  }
+  std::vector<DrawnPanel> panels = Surveyed({options.panel, options.compared}, options.coverages, log);
   if (json) {
     fmt::print("{}\n", JsonLine(ReportOf(options.coverages, &panels)));
   } else if (options.csv) {
@@ -343,6 +351,12 @@ void Run(const CurveOptions& options, CapturedLog* log) {
 }
 
 }  // namespace
+
+Plot CurvePicture(const std::vector<std::string>& panels, CapturedLog* log) {
+  const CurveOptions usual;
+  auto drawn = Surveyed(panels, usual.coverages, log);
+  return PlotOf(&drawn, usual);
+}
 
 void AddCurveCommand(CLI::App* app, CapturedLog* log) {
   const Subcommand command(app, "curve", "Draw the luminance of a panel's levels");

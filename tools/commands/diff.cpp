@@ -1,11 +1,11 @@
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <optional>
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/reports.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
 #include "support/json.h"
@@ -13,11 +13,9 @@
 namespace blnits {
 namespace {
 
-struct DiffOptions {
+struct DiffOptions : DiffLimits {
   std::string a;
   std::string b;
-  double max_nits = std::numeric_limits<double>::infinity();
-  double max_percent = std::numeric_limits<double>::infinity();
   std::string format = "text";
 };
 
@@ -136,16 +134,16 @@ Difference Compare(Panel* a, Panel* b) {
   return difference;
 }
 
-bool HasGate(const DiffOptions& options) {
+bool HasGate(const DiffLimits& options) {
   return std::isfinite(options.max_nits) || std::isfinite(options.max_percent);
 }
 
-bool Passes(const TableDifference& table, const DiffOptions& options) {
+bool Passes(const TableDifference& table, const DiffLimits& options) {
   return !HasGate(options) ||
          (table.nits.largest <= options.max_nits && table.percent.largest <= options.max_percent && table.refused == 0);
 }
 
-bool Passes(const Difference& difference, const DiffOptions& options) {
+bool Passes(const Difference& difference, const DiffLimits& options) {
   return std::all_of(difference.tables.begin(), difference.tables.end(),
                      [&](const TableDifference& table) { return Passes(table, options); });
 }
@@ -208,7 +206,7 @@ Json ToJson(const LinearDifference& linear) {
           {"last_linearized_level", {{"a", linear.last.a}, {"b", linear.last.b}}}};
 }
 
-Json ToJson(const TableDifference& table, bool all, const DiffOptions& options) {
+Json ToJson(const TableDifference& table, bool all, const DiffLimits& options) {
   Json object = JsonTable(table.hdr, table.coverage);
   object["difference_nits"] = ToJson(table.nits, "level", all);
   object["difference_percent"] = ToJson(table.percent, "level", all);
@@ -217,7 +215,7 @@ Json ToJson(const TableDifference& table, bool all, const DiffOptions& options) 
   return object;
 }
 
-Json ReportOf(const Panel& a, const Panel& b, const Difference& difference, const DiffOptions& options) {
+Json ReportOf(const Panel& a, const Panel& b, const Difference& difference, const DiffLimits& options) {
   const auto& levels = difference.levels;
   Json report = JsonReport("diff");
   report["a"] = {{"panel", a.Name()}, {"file", a.File()}, {"last_level", difference.last.a}};
@@ -252,6 +250,10 @@ void Run(const DiffOptions& options, CapturedLog* log) {
 }
 
 }  // namespace
+
+nlohmann::ordered_json DiffReportOn(Panel* a, Panel* b, const DiffLimits& limits) {
+  return ReportOf(*a, *b, Compare(a, b), limits);
+}
 
 void AddDiffCommand(CLI::App* app, CapturedLog* log) {
   const Subcommand command(app, "diff", "Compare the attributes and tables of two calibrations");

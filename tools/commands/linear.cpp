@@ -2,6 +2,7 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/reports.h"
 #include "support/json.h"
 
 namespace blnits {
@@ -11,6 +12,8 @@ struct LinearOptions {
   std::string panel;
   std::string format = "text";
 };
+
+zarn::BLLinearTable TableOf(Panel* panel) { return panel->Get<zarn::BLLinearTable>(zarn::kBLLinearTable); }
 
 nlohmann::ordered_json ReportOf(const Panel& panel, const zarn::BLLinearTable& table) {
   std::vector<uint32_t> linearized_levels;
@@ -27,7 +30,7 @@ nlohmann::ordered_json ReportOf(const Panel& panel, const zarn::BLLinearTable& t
 
 void Run(const LinearOptions& options, CapturedLog* log) {
   Panel panel(options.panel, log);
-  const auto table = panel.Get<zarn::BLLinearTable>(zarn::kBLLinearTable);
+  const auto table = TableOf(&panel);
   if (options.format == "json") {
     fmt::print("{}\n", JsonLine(ReportOf(panel, table)));
     return;
@@ -39,6 +42,8 @@ void Run(const LinearOptions& options, CapturedLog* log) {
 }
 
 }  // namespace
+
+nlohmann::ordered_json LinearReportOn(Panel* panel) { return ReportOf(*panel, TableOf(panel)); }
 
 void AddLinearCommand(CLI::App* app, CapturedLog* log) {
   const Subcommand command(app, "linear", "Print the dense linear table as CSV");

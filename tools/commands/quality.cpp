@@ -5,6 +5,7 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/reports.h"
 #include "figures/jnd_steps.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
@@ -263,12 +264,17 @@ Json ReportOf(const Panel& panel, const QualityReport& quality) {
   return report;
 }
 
+QualityReport QualityOf(Panel* panel) {
+  QualityReport report;
+  report.levels = SurveyLevels(panel);
+  LookAt(panel, false, &report);
+  report.seams = SeamsOf(panel);
+  return report;
+}
+
 void Run(const QualityOptions& options, CapturedLog* log) {
   Panel panel(options.panel, log);
-  QualityReport report;
-  report.levels = SurveyLevels(&panel);
-  LookAt(&panel, false, &report);
-  report.seams = SeamsOf(&panel);
+  QualityReport report = QualityOf(&panel);
   if (!options.luts.dimming.empty()) {
     SwitchDimmingOn(options.luts, &panel);
     LookAt(&panel, true, &report);
@@ -281,6 +287,8 @@ void Run(const QualityOptions& options, CapturedLog* log) {
 }
 
 }  // namespace
+
+nlohmann::ordered_json QualityReportOn(Panel* panel) { return ReportOf(*panel, QualityOf(panel)); }
 
 void AddQualityCommand(CLI::App* app, CapturedLog* log) {
   const Subcommand command(app, "quality", "Judge a calibration by its round trips, steps and plateaus");

@@ -3,6 +3,7 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/reports.h"
 #include "foreign_text.h"
 #include "panel/survey.h"
 #include "support/json.h"
@@ -92,6 +93,8 @@ void Run(const ShowOptions& options, CapturedLog* log) {
 }
 
 }  // namespace
+
+nlohmann::ordered_json ShowReportOn(Panel* panel) { return ReportOf(panel); }
 
 void AddShowCommand(CLI::App* app, CapturedLog* log) {
   const Subcommand command(app, "show", "Show what a panel's calibration holds");

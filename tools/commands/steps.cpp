@@ -2,6 +2,7 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/reports.h"
 #include "commands/slider_options.h"
 #include "foreign_text.h"
 #include "panel/slider.h"
@@ -40,7 +41,7 @@ void PrintText(const std::vector<SliderStep>& steps, const char* unit) {
   }
 }
 
-nlohmann::ordered_json ReportOf(const Panel& panel, const std::vector<SliderStep>& steps, const StepsOptions& options) {
+nlohmann::ordered_json ReportOf(const Panel& panel, const std::vector<SliderStep>& steps, const Slider& options) {
   auto report = JsonReportOn(panel, "steps");
   report.update(JsonTable(options.hdr, options.coverage));
   report["metric"] = options.metric;
@@ -94,6 +95,10 @@ void Run(const StepsOptions& options, CapturedLog* log) {
 }
 
 }  // namespace
+
+nlohmann::ordered_json StepsReportOn(Panel* panel, const Slider& slider) {
+  return ReportOf(*panel, StepsOf(panel, slider), slider);
+}
 
 void AddStepsCommand(CLI::App* app, CapturedLog* log) {
   const Subcommand command(app, "steps", "Choose the levels of a slider whose steps look equal");

@@ -10,6 +10,7 @@
 #include "commands/commands.h"
 #include "commands/conversion.h"
 #include "commands/readings_options.h"
+#include "commands/reports.h"
 #include "figures/gsdf.h"
 #include "foreign_text.h"
 #include "readings/readings.h"
@@ -23,15 +24,8 @@ namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-struct VerifyOptions {
+struct VerifyOptions : VerifyRules {
   std::string panel;
-  std::string file;
-  ReadingsOptions readings;
-  uint32_t coverage = 100;  ///< Of readings whose file does not tell it.
-  bool hdr = false;         ///< The same.
-  std::optional<double> max_nits;
-  std::optional<double> max_percent;
-  std::optional<double> max_jnd;
   std::string format = "text";
   std::string output;
 };
@@ -87,12 +81,12 @@ struct Verdict {
   size_t beyond = 0;  ///< Readings beyond a limit; refused ones are, if there is a limit.
 };
 
-std::optional<double> LimitOf(const VerifyOptions& options, Unit unit) {
+std::optional<double> LimitOf(const VerifyRules& options, Unit unit) {
   return unit == kNits ? options.max_nits : unit == kPercent ? options.max_percent : options.max_jnd;
 }
 
 // Without a JND index there is no error in JND, and nothing to judge.
-bool IsBeyond(const Residual& residual, const VerifyOptions& options) {
+bool IsBeyond(const Residual& residual, const VerifyRules& options) {
   const auto exceeds = [&](Unit unit) {
     const std::optional<double> limit = LimitOf(options, unit);
     return limit && (std::isnan(residual.calibrated) || std::abs(residual.errors[unit]) > *limit);
@@ -106,7 +100,7 @@ double JndBetween(double calibrated, double read) {
   return of_calibrated && of_read ? *of_read - *of_calibrated : kNan;
 }
 
-Residual Compare(const RawReading& reading, const VerifyOptions& options, Panel* panel) {
+Residual Compare(const RawReading& reading, const VerifyRules& options, Panel* panel) {
   Residual residual = {
       reading, reading.coverage.value_or(options.coverage), reading.hbm.value_or(options.hdr), kNan, {}};
   residual.calibrated = panel->TryToNits(reading.level, residual.coverage, residual.hdr).value_or(kNan);
@@ -117,7 +111,7 @@ Residual Compare(const RawReading& reading, const VerifyOptions& options, Panel*
   return residual;
 }
 
-Verdict Judge(const ReadingsFile& file, const VerifyOptions& options, Panel* panel) {
+Verdict Judge(const ReadingsFile& file, const VerifyRules& options, Panel* panel) {
   Verdict verdict;
   for (const RawReading& reading : file.readings) {
     verdict.residuals.push_back(Compare(reading, options, panel));
@@ -139,7 +133,7 @@ std::string Fixed(double number, int decimals) {
   return std::isnan(number) ? "-" : fmt::format("{:.{}f}", number, decimals);
 }
 
-void PrintResiduals(const Verdict& verdict, const VerifyOptions& options) {
+void PrintResiduals(const Verdict& verdict, const VerifyRules& options) {
   fmt::print("{:>10}{:>10}{:>10}{:>14}{:>14}{:>12}{:>10}{:>10}\n", "level", "coverage", "mode", "read nits",
              "calibrated", "error nits", "error %", "JND");
   for (const Residual& residual : verdict.residuals) {
@@ -158,7 +152,7 @@ void PrintSummary(const char* what, const Summary& summary, const char* unit) {
              summary.at->reading.level, summary.at->coverage, summary.Mean(), summary.Rms(), summary.count);
 }
 
-void PrintText(const Panel& panel, const ReadingsFile& file, const Verdict& verdict, const VerifyOptions& options) {
+void PrintText(const Panel& panel, const ReadingsFile& file, const Verdict& verdict, const VerifyRules& options) {
   fmt::print("panel     {}\nreadings  {}, {} of kind {}\n\n", Printable(panel.File()), Printable(options.file),
              verdict.residuals.size(), file.kind);
   for (const std::string& note : file.notes) {
@@ -198,7 +192,7 @@ Json ToJson(const Summary& summary) {
           {"readings", summary.count}};
 }
 
-Json ToJson(const Residual& residual, const VerifyOptions& options) {
+Json ToJson(const Residual& residual, const VerifyRules& options) {
   Json object = JsonTable(residual.hdr, residual.coverage);
   object["line"] = residual.reading.line;
   object["level"] = residual.reading.level;
@@ -211,7 +205,7 @@ Json ToJson(const Residual& residual, const VerifyOptions& options) {
   return object;
 }
 
-Json ReportOf(const Panel& panel, const ReadingsFile& file, const Verdict& verdict, const VerifyOptions& options) {
+Json ReportOf(const Panel& panel, const ReadingsFile& file, const Verdict& verdict, const VerifyRules& options) {
   Json report = JsonReportOn(panel, "verify");
   report["readings_file"] = options.file;
   report["kind"] = file.kind;
@@ -247,7 +241,7 @@ std::map<std::pair<bool, uint32_t>, PlotPoints> SeriesOf(const Verdict& verdict,
   return series;
 }
 
-PlotPane PaneOf(const Verdict& verdict, Unit unit, const VerifyOptions& options) {
+PlotPane PaneOf(const Verdict& verdict, Unit unit, const VerifyRules& options) {
   constexpr const char* kColours[] = {"#08306b", "#7f2704", "#00441b", "#3f007d", "#6baed6", "#fd8d3c"};
   PlotPane pane = {"reading - calibration", kSigns[unit], false, {}};
   double last = 0.0;
@@ -272,7 +266,7 @@ PlotPane PaneOf(const Verdict& verdict, Unit unit, const VerifyOptions& options)
 }
 
 // Per cent, and below it the unit that the user's limit is in; without a limit, JND.
-Plot PlotOf(const Panel& panel, const Verdict& verdict, const VerifyOptions& options) {
+Plot PlotOf(const Panel& panel, const Verdict& verdict, const VerifyRules& options) {
   const Unit second = options.max_nits && !options.max_jnd ? kNits : kJnd;
   Plot plot = {Shown(panel.Name(), 40), "client level", {PaneOf(verdict, kPercent, options)}, false};
   if (verdict.all[second].count > 0) {
@@ -288,14 +282,18 @@ void Draw(const Panel& panel, const Verdict& verdict, const VerifyOptions& optio
   }
 }
 
+ReadingsFile ReadingsFor(Panel* panel, const VerifyRules& options) {
+  ReadingsOptions readings = options.readings;
+  readings.top_level = panel->Get(zarn::format::kMaxOsBl);
+  return ReadReadings(options.file, readings);
+}
+
 void Run(const VerifyOptions& options, CapturedLog* log) {
   if (options.output == "-") {
     throw Failure("--output: found -, expected a file's name: the report goes to standard output");
   }
   Panel panel(options.panel, log);
-  ReadingsOptions readings = options.readings;
-  readings.top_level = panel.Get(zarn::format::kMaxOsBl);
-  const ReadingsFile file = ReadReadings(options.file, readings);
+  const ReadingsFile file = ReadingsFor(&panel, options);
   const Verdict verdict = Judge(file, options, &panel);
   if (options.format == "json") {
     Draw(panel, verdict, options);
@@ -317,22 +315,33 @@ void AddLimit(const Subcommand& command, const char* name, std::optional<double>
 
 }  // namespace
 
+void AddVerifyOptions(const Subcommand& command, VerifyRules* rules) {
+  command
+      .Add("-c,--coverage", &rules->coverage,
+           "Share of the screen that was lit, 1 to 100 per cent, for readings whose file does not tell it")
+      .Between(1, 100)
+      .Takes("PERCENT")
+      .ShowDefault();
+  command.AddFlag("--hdr", &rules->hdr, "The readings are of high brightness, if their file does not tell it");
+  AddReadingsOptions(command, &rules->readings);
+  AddLimit(command, "--max-nits", &rules->max_nits, "nits");
+  AddLimit(command, "--max-percent", &rules->max_percent, "per cent of the calibrated luminance");
+  AddLimit(command, "--max-jnd", &rules->max_jnd, "just-noticeable differences (DICOM)");
+}
+
+nlohmann::ordered_json VerifyReportOn(Panel* panel, const VerifyRules& rules, Plot* picture) {
+  const ReadingsFile file = ReadingsFor(panel, rules);
+  const Verdict verdict = Judge(file, rules, panel);
+  *picture = PlotOf(*panel, verdict, rules);
+  return ReportOf(*panel, file, verdict, rules);
+}
+
 void AddVerifyCommand(CLI::App* app, CapturedLog* log) {
   const Subcommand command(app, "verify", "Compare fresh readings with a calibration");
   auto options = std::make_shared<VerifyOptions>();
   AddPanelArgument(command, &options->panel);
   command.Add("READINGS", &options->file, "File of the readings").Required();
-  command
-      .Add("-c,--coverage", &options->coverage,
-           "Share of the screen that was lit, 1 to 100 per cent, for readings whose file does not tell it")
-      .Between(1, 100)
-      .Takes("PERCENT")
-      .ShowDefault();
-  command.AddFlag("--hdr", &options->hdr, "The readings are of high brightness, if their file does not tell it");
-  AddReadingsOptions(command, &options->readings);
-  AddLimit(command, "--max-nits", &options->max_nits, "nits");
-  AddLimit(command, "--max-percent", &options->max_percent, "per cent of the calibrated luminance");
-  AddLimit(command, "--max-jnd", &options->max_jnd, "just-noticeable differences (DICOM)");
+  AddVerifyOptions(command, options.get());
   AddFormatOption(command, &options->format);
   command
       .Add("-o,--output", &options->output,
