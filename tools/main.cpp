@@ -41,8 +41,9 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "blnits " BLNITS_VERSION);
   app.footer(
-      "Exit status: 0 for success; 1 when check finds an error, diff or verify exceeds a limit, or measure\n"
-      "misses a reading; 2 for wrong usage, a refused file or level, or output that cannot be written.\n"
+      "Exit status: 0 for success; 1 when check finds an error, diff or verify exceeds a limit, measure misses a\n"
+      "reading, or the verdict of report is a fail; 2 for wrong usage, a refused file or level, or output that cannot\n"
+      "be written.\n"
       "Each subcommand has a --help with an example. Begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
@@ -58,6 +59,7 @@ int Run(int argc, char** argv) {
   blnits::AddImportCommand(&app, &log);
   blnits::AddExportCommand(&app, &log);
   blnits::AddMeasureCommand(&app);
+  blnits::AddReportCommand(&app, &log);
   blnits::AddManualCommand(&app);
   blnits::AddHelpCommand(&app);
   int status = 0;

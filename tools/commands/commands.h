@@ -17,6 +17,7 @@ void AddNitsCommand(CLI::App* app, CapturedLog* log);
 void AddLevelCommand(CLI::App* app, CapturedLog* log);
 void AddLinearCommand(CLI::App* app, CapturedLog* log);
 void AddPlanCommand(CLI::App* app, CapturedLog* log);
+void AddReportCommand(CLI::App* app, CapturedLog* log);
 void AddShowCommand(CLI::App* app, CapturedLog* log);
 void AddStepsCommand(CLI::App* app, CapturedLog* log);
 void AddVerifyCommand(CLI::App* app, CapturedLog* log);

@@ -353,9 +353,10 @@ void Run(const CurveOptions& options, CapturedLog* log) {
 }  // namespace
 
 Plot CurvePicture(const std::vector<std::string>& panels, CapturedLog* log) {
-  const CurveOptions usual;
-  auto drawn = Surveyed(panels, usual.coverages, log);
-  return PlotOf(&drawn, usual);
+  CurveOptions options;
+  auto drawn = Surveyed(panels, options.coverages, log);
+  options.relative = drawn.front().levels.back() != drawn.back().levels.back();
+  return PlotOf(&drawn, options);
 }
 
 void AddCurveCommand(CLI::App* app, CapturedLog* log) {

@@ -56,7 +56,7 @@ void AddVerifyOptions(const Subcommand& command, VerifyRules* rules);
 /// Gives `picture` the picture of the errors. \throws Failure that names each line that cannot be read.
 nlohmann::ordered_json VerifyReportOn(Panel* panel, const VerifyRules& rules, Plot* picture);
 
-/// The picture that curve draws of one or two panels. \throws Failure if there is nothing to draw.
+/// The picture that curve draws of one or two panels, with levels in per cent if their ranges differ. \throws Failure if there is nothing to draw.
 Plot CurvePicture(const std::vector<std::string>& panels, CapturedLog* log);
 
 }  // namespace blnits
