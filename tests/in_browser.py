@@ -83,7 +83,8 @@ def check_sorting(browser):
 
 def take_picture(browser, name, scheme):
     """Writes a picture of the whole page in one of the colour schemes. Returns the colour of its paper."""
-    browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [{"name": "prefers-color-scheme", "value": scheme}]})
+    features = [{"name": "prefers-color-scheme", "value": scheme}]
+    browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": features})
     height = min(browser.execute_script("return document.documentElement.scrollHeight"), 6000)
     clip = {"x": 0, "y": 0, "width": 1200, "height": height, "scale": 1}
     picture = browser.execute_cdp_cmd("Page.captureScreenshot", {"captureBeyondViewport": True, "clip": clip})
@@ -92,7 +93,7 @@ def take_picture(browser, name, scheme):
 
 
 def check_print(browser, name):
-    """Prints on both papers. Fails if a page count is not the expected one, or if the heading of a table is not repeated."""
+    """Prints on both papers. Fails if a page count is not the expected one, or a table's heading is not repeated."""
     for paper, (width, height) in PAPERS.items():
         printed = browser.execute_cdp_cmd("Page.printToPDF", {
             "paperWidth": width, "paperHeight": height, "printBackground": False, "displayHeaderFooter": False})
@@ -103,7 +104,8 @@ def check_print(browser, name):
         assert pages in PAGES[name], f"{name} on {paper}: {pages} pages"
         text = subprocess.run(["pdftotext", "-layout", path, "-"], capture_output=True, text=True, check=True).stdout
         sheets = text.split("\f")[:pages]
-        assert all(re.search(f" {number} ?/ ?{pages}\n", sheet) for number, sheet in enumerate(sheets, 1)), f"{path}: page numbers"
+        numbers = [re.search(rf" (\d+) ?/ ?{pages}\n", sheet) for sheet in sheets]
+        assert [number and int(number[1]) for number in numbers] == list(range(1, pages + 1)), f"{path}: page numbers"
         grids = [sheet for sheet in sheets if re.search(r"^ *\d+( +\d+){16}$", sheet, re.M)]
         assert all("+15" in sheet for sheet in grids) and (len(grids) > 4 or name != "two"), f"{path}: headings"
         subprocess.run(["pdftoppm", "-r", "60", "-png", path, path.with_suffix("")], check=True)

@@ -130,7 +130,8 @@ def test_two_panels_and_readings():
         assert row[1:3] == [str(curve["coverage"]), str(curve["changed_levels"])]
         assert row[6:8] == [f"{curve['largest_step']['percent']:.2f}", str(curve["largest_step"]["from_level"])]
     for curve, row in zip(quality["curves"].values(), page.rows("Distinct steps"), strict=True):
-        assert row[2:4] == [f"{curve['jnd']['smallest_step']['jnd']:.3f}", str(curve["jnd"]["smallest_step"]["from_level"])]
+        smallest = curve["jnd"]["smallest_step"]
+        assert row[2:4] == [f"{smallest['jnd']:.3f}", str(smallest["from_level"])]
     linear = json.loads(run("linear", PHONE, "--format", "json")[1])
     shown = {int(row[0]) + i: int(level) for row in page.rows("+15") for i, level in enumerate(row[1:])}
     assert shown == dict(zip(linear["linearized_levels"], linear["panel_levels"]))

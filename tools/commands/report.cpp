@@ -48,7 +48,7 @@ struct Subject {
 
 /// What the page shows, and the verdict.
 struct Contents {
-  Json figures;
+  Json figures = Json::object();
   std::map<std::string, std::string> pictures;
   bool passes = true;
 
@@ -335,6 +335,7 @@ void AddCurves(const std::vector<Subject>& subjects, CapturedLog* log, Contents*
 std::vector<std::pair<std::string, std::string>> InputsOf(const ReportOptions& options,
                                                           const std::vector<Subject>& subjects) {
   std::vector<std::pair<std::string, std::string>> inputs;
+  inputs.reserve(subjects.size() + 2);
   for (const Subject& subject : subjects) {
     inputs.emplace_back(subject.file, "the calibration of panel " + subject.Name());
   }
