@@ -36,6 +36,7 @@ struct ReportOptions {
   VerifyRules rules;
   std::optional<double> max_diff_nits;
   std::optional<double> max_diff_percent;
+  std::string format = "text";
 };
 
 /// A panel of the report. If the device refuses its file, there is only the path.
@@ -373,6 +374,18 @@ void PrintVerdict(const ReportOptions& options, const Contents& contents) {
   }
 }
 
+Json VerdictReport(const ReportOptions& options, const Contents& contents) {
+  Json report = JsonReport("report");
+  report["file"] = options.output;
+  report["passes"] = contents.passes;
+  for (const Json& item : contents.figures["verdict"]["items"]) {
+    const bool judged = item["passes"] == true || item["fails"] == true;
+    report["tests"].push_back(
+        {{"test", item["test"]}, {"passes", judged ? item["passes"] : Json()}, {"reason", item["reason"]}});
+  }
+  return report;
+}
+
 void Run(const ReportOptions& options, CapturedLog* log) {
   CheckUsage(options);
   std::vector<Subject> subjects;
@@ -395,7 +408,9 @@ void Run(const ReportOptions& options, CapturedLog* log) {
   contents.figures["verdict"]["passes"] = contents.passes;
   const std::string page = FilledPage(contents.figures, contents.pictures);
   WriteWhole(options.output, [&](std::ostream& file) { file << page; });
-  if (options.output != "-") {
+  if (options.format == "json") {
+    fmt::print(options.output == "-" ? stderr : stdout, "{}\n", JsonLine(VerdictReport(options, contents)));
+  } else if (options.output != "-") {
     PrintVerdict(options, contents);
   }
   if (!contents.passes) {
@@ -423,6 +438,7 @@ void AddReportCommand(CLI::App* app, CapturedLog* log) {
            "The verdict is a fail if the panels differ by more per cent, at levels where the first is not dark")
       .NotNegative()
       .Takes("PERCENT");
+  AddFormatOption(command, &options->format);
   command.Footer(
       "The page has the verdict, the SHA-256 of each file, the picture of the curves, and the figures of check, show,\n"
       "quality, steps and linear, of verify with --readings, and of diff with two panels. It needs no network, no "
