@@ -40,7 +40,8 @@ std::string RunGnuplot(const std::string& script) {
                                      {input.Descriptor(), output.Descriptor(), errors.Descriptor()});
   if (program < 0 && errno == ENOENT) {
     throw Failure(
-        "gnuplot, which draws the pictures, is not installed (Debian's package gnuplot-nox); curve --csv works without it");
+        "gnuplot, which draws the pictures, is not installed (Debian's package gnuplot-nox); curve --csv works without "
+        "it");
   }
   const int status = program < 0 ? -1 : WaitForProgram(program);
   if (status < 0) {
