@@ -370,7 +370,10 @@ def test_a_terminal_shows_a_bar_and_a_pipe_lines(bench):
     assert 9 <= errors.count("\n") <= 10
     assert re.match(r"blnits: 10 of 100 readings, level 10, last \d+\.\d{4} nits, \d+ s left\n", errors)
     bench.file.unlink()
-    child, terminal = pty.fork()
+    try:
+        child, terminal = pty.fork()
+    except OSError:
+        pytest.skip("this machine has no terminals")
     if child == 0:
         os.environ.update(bench.variables, TERM="xterm", FAKE_START="calibration")
         os.execv(TOOL, bench.usual())
