@@ -112,18 +112,19 @@ TEST(HostileFile, TakesTimeInProportionToItsSize) {
     *least = std::min(*least, ThreadSeconds() - start);
   };
   const size_t bytes = kSlowed ? 1 << 17 : 1 << 20;
+  const double longest = kSlowed ? 1.0 : 0.5;  // In seconds. An emulated processor is slower if others work beside it.
   std::printf("%-36s %7zu KiB %7zu KiB  times\n", "", bytes >> 10, bytes >> 9);
   for (const Shape& shape : HostileShapes()) {
     SCOPED_TRACE(shape.what);
     double once = 1e9;
     double twice = 1e9;
-    for (int i = 0; i < 5 && !(twice < 3 * once && once < 0.5); ++i) {
+    for (int i = 0; i < 5 && !(twice < 3 * once && once < longest); ++i) {
       measure(shape.Text(bytes), shape.result, &once);
       measure(shape.Text(2 * bytes), shape.result, &twice);
     }
     std::printf("%-36s %8.1f ms %8.1f ms %6.2f\n", shape.what, once * 1e3, twice * 1e3, twice / once);
     EXPECT_LT(twice, 3 * once + 0.002) << "short times say little";
-    EXPECT_LT(once, 0.5);
+    EXPECT_LT(once, longest);
   }
 }
 
