@@ -12,6 +12,7 @@
 
 #include "commands/commands.h"
 #include "commands/conversion.h"
+#include "commands/readings_options.h"
 #include "foreign_text.h"
 #include "measuring/measurement.h"
 #include "measuring/signals.h"
@@ -441,13 +442,7 @@ void AddDeviceOptions(const Subcommand& command, MeasureOptions* options) {
            "The meter: spotread of ArgyllCMS, with its options: 'spotread -y l'. -e is added")
       .Takes("COMMAND");
   command.Add("--read", &options->read, "The meter: a command that prints one reading in nits").Takes("COMMAND");
-  std::vector<std::string> kinds;
-  for (const auto& [kind, description] : ReadingKinds()) {
-    kinds.push_back(kind);
-  }
-  command.Add("--from", &options->from, "Kind of what --read prints; default: recognised by its content")
-      .OneOfMany(kinds)
-      .Takes("KIND");
+  AddKindOption(command, "Kind of what --read prints; default: recognised by its content", &options->from);
 }
 
 void AddPlanOptions(const Subcommand& command, MeasureOptions* options) {

@@ -6,14 +6,16 @@
 
 namespace blnits {
 
-void AddReadingsOptions(const Subcommand& command, ReadingsOptions* options) {
+void AddKindOption(const Subcommand& command, const char* help, std::string* kind) {
   std::vector<std::string> kinds;
-  for (const auto& [kind, description] : ReadingKinds()) {
-    kinds.push_back(kind);
+  for (const auto& [name, description] : ReadingKinds()) {
+    kinds.push_back(name);
   }
-  command.Add("--from", &options->kind, "Kind of the files of readings; default: recognised by their content")
-      .OneOfMany(kinds)
-      .Takes("KIND");
+  command.Add("--from", kind, help).OneOfMany(kinds).Takes("KIND");
+}
+
+void AddReadingsOptions(const Subcommand& command, ReadingsOptions* options) {
+  AddKindOption(command, "Kind of the files of readings; default: recognised by their content", &options->kind);
   command.Add("--level-column", &options->level_column, "Column of the level in a CSV file, if its name does not tell")
       .Takes("NAME|NUMBER");
   command

@@ -5,6 +5,9 @@
 
 namespace blnits {
 
+/// Adds "--from", one of ReadingKinds().
+void AddKindOption(const Subcommand& command, const char* help, std::string* kind);
+
 /// Adds the options that say how files of measurements are read. `top_level` stays the caller's.
 void AddReadingsOptions(const Subcommand& command, ReadingsOptions* options);
 
