@@ -35,17 +35,19 @@ class File {
 // Without O_NONBLOCK, the open would wait for a FIFO's writer.
 int OpenForReading(const std::string& path) { return open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }
 
-// False for anything but a regular file: a FIFO or a device could block the display service for ever.
-bool IsRegular(const File& file) {
+// The size of a regular file; -1 for anything else: a FIFO or a device could block the display service for ever.
+off_t SizeOf(const File& file) {
   struct stat status = {};
-  return file.Descriptor() >= 0 && fstat(file.Descriptor(), &status) == 0 && S_ISREG(status.st_mode);
+  const bool regular = file.Descriptor() >= 0 && fstat(file.Descriptor(), &status) == 0 && S_ISREG(status.st_mode);
+  return regular ? status.st_size : -1;
 }
 
-// Reads the file, but at most one block more than the limit. Counts the bytes read rather than asking the file system
-// for the size, because the file may grow. False if reading fails. The block is small, because clients call from
-// threads with small stacks.
-bool Read(const File& file, std::string* text) {
+// Reads the file, but at most one block more than the limit. Counts the bytes read, because the file may grow; its
+// `size` only saves copies of the text. False if reading fails. The block is small, because clients call from threads
+// with small stacks.
+bool Read(const File& file, off_t size, std::string* text) {
   char block[4096];
+  text->reserve(std::min(static_cast<size_t>(size), format::kMaxFileBytes + sizeof block));
   while (text->size() <= format::kMaxFileBytes) {
     const ssize_t got = read(file.Descriptor(), block, sizeof block);
     if (got < 0 && errno == EINTR) {
@@ -113,7 +115,7 @@ constexpr const char* kSpace = " \t\n\v\f\r";
 // scan may find a fault after the place where the reader stops at an error; the file is refused in either case.
 class Scan {
  public:
-  explicit Scan(std::string_view text) : text_(text) {}
+  explicit Scan(std::string_view text) : text_(text), has_references_(text.find("&#") != std::string_view::npos) {}
 
   LoadResult FindFault() {
     LoadFault fault = LoadFault::kNone;
@@ -160,6 +162,9 @@ class Scan {
   }
 
   bool HasLongReference(std::string_view text) {
+    if (!has_references_) {
+      return false;
+    }
     const size_t offset = FindLongReference(text);
     place_ += offset != std::string_view::npos ? offset : 0;
     return offset != std::string_view::npos;
@@ -193,6 +198,7 @@ class Scan {
   }
 
   const std::string_view text_;
+  const bool has_references_;  // Few files have any, and a search in each short text takes time.
   size_t at_ = 0;
   size_t place_ = 0;  // After a fault: its place.
   size_t depth_ = 0;
@@ -202,12 +208,13 @@ class Scan {
 
 }  // namespace
 
-bool IsReadableFile(const std::string& path) { return IsRegular(File(OpenForReading(path))); }
+bool IsReadableFile(const std::string& path) { return SizeOf(File(OpenForReading(path))) >= 0; }
 
 LoadResult LoadCalibrationFile(const std::string& path, tinyxml2::XMLDocument* document) {
   const File file(OpenForReading(path));
   std::string text;
-  if (!IsRegular(file) || !Read(file, &text)) {
+  const off_t size = SizeOf(file);
+  if (size < 0 || !Read(file, size, &text)) {
     return {LoadFault::kUnreadable, 0};
   }
   if (text.size() > format::kMaxFileBytes) {

@@ -81,7 +81,9 @@ Levels WithSteps(const Levels& levels, uint32_t step) {
     }
     more.push_back(levels[i]);
   }
-  std::sort(more.begin(), more.end());
+  if (more.size() > levels.size()) {
+    std::sort(more.begin(), more.end());
+  }
   return more;
 }
 

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 
 #include "check/rules.h"
@@ -31,7 +30,12 @@ const char* SkipDigits(const char* at) {
 }
 
 // The white space of isspace in the C locale.
-const char* SkipBlanks(const char* at) { return at + std::strspn(at, " \t\r\n\v\f"); }
+const char* SkipBlanks(const char* at) {
+  while (*at == ' ' || (*at >= '\t' && *at <= '\r')) {
+    ++at;
+  }
+  return at;
+}
 
 const char* SkipSign(const char* at) { return *at == '+' || *at == '-' ? at + 1 : at; }
 
