@@ -42,8 +42,8 @@ int Run(int argc, char** argv) {
   app.set_version_flag("--version", "blnits " BLNITS_VERSION);
   app.footer(
       "Exit status: 0 for success; 1 when check finds an error, diff or verify exceeds a limit, measure misses a\n"
-      "reading, or the verdict of report is a fail; 2 for wrong usage, a refused file or level, or output that cannot\n"
-      "be written.\n"
+      "reading, lot --strict rejects a file, or the verdict of report is a fail; 2 for wrong usage, a refused file or\n"
+      "level, or output that cannot be written.\n"
       "Each subcommand has a --help with an example. Begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
@@ -55,6 +55,7 @@ int Run(int argc, char** argv) {
   blnits::AddStepsCommand(&app, &log);
   blnits::AddDiffCommand(&app, &log);
   blnits::AddVerifyCommand(&app, &log);
+  blnits::AddLotCommand(&app, &log);
   blnits::AddPlanCommand(&app, &log);
   blnits::AddImportCommand(&app, &log);
   blnits::AddExportCommand(&app, &log);

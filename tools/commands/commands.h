@@ -16,6 +16,7 @@ void AddQualityCommand(CLI::App* app, CapturedLog* log);
 void AddNitsCommand(CLI::App* app, CapturedLog* log);
 void AddLevelCommand(CLI::App* app, CapturedLog* log);
 void AddLinearCommand(CLI::App* app, CapturedLog* log);
+void AddLotCommand(CLI::App* app, CapturedLog* log);
 void AddPlanCommand(CLI::App* app, CapturedLog* log);
 void AddReportCommand(CLI::App* app, CapturedLog* log);
 void AddShowCommand(CLI::App* app, CapturedLog* log);

@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <sstream>
-#include <string_view>
 
 #include "calibration_format.h"
 #include "check/report.h"
@@ -12,7 +10,7 @@
 #include "commands/conversion.h"
 #include "commands/import_calibration.h"
 #include "commands/readings_options.h"
-#include "support/comment.h"
+#include "panel/calibration_text.h"
 #include "support/failure.h"
 #include "support/json.h"
 #include "support/memory_file.h"
@@ -27,49 +25,8 @@ std::string WithoutPercent(const std::string& text) {
   return text.substr(0, text.size() - (!text.empty() && text.back() == '%' ? 1 : 0));
 }
 
-void WriteComment(const ImportOptions& options, const Story& story, std::ostream& file) {
-  file << "<!--\n  Made by blnits import from measurements";
-  file << InXmlComment(options.date.empty() ? "" : " of " + options.date) << ".\n";
-  for (const std::string& line : story.Kept()) {
-    file << "  " << InXmlComment(line) << "\n";
-  }
-  file << "-->\n";
-}
-
-template <class Row, class Number>
-void WriteList(const char* name, const std::vector<Row>& rows, Number Row::*number, const std::string& indent,
-               std::ostream& file) {
-  constexpr size_t kValuesInLine = 5;
-  file << indent << "<" << name << ">";
-  for (size_t i = 0; i < rows.size(); ++i) {
-    file << (i % kValuesInLine == 0 ? "\n  " + indent : " ") << fmt::format("<value>{}</value>", rows[i].*number);
-  }
-  file << "\n" << indent << "</" << name << ">\n";
-}
-
-void WriteTable(const MeasuredTable& table, const Points& points, std::ostream& file) {
-  file << fmt::format("      <{}>\n", table.element);
-  WriteList(format::kPoints.first, points, &zarn::BlNitsPoint::bl, "        ", file);
-  WriteList(format::kPoints.second, points, &zarn::BlNitsPoint::nits, "        ", file);
-  file << fmt::format("      </{}>\n", table.element);
-}
-
-void WriteGroup(const char* group, const Tables& tables, std::ostream& file) {
-  file << fmt::format("    <{}>\n", group);
-  for (const MeasuredTable* const table : TablesAsRead()) {
-    if (std::string_view(table->group) == group) {
-      WriteTable(*table, tables.at(table->param), file);
-    }
-  }
-  file << fmt::format("    </{}>\n", group);
-}
-
-template <class Number>
-std::string Attribute(const char* name, Number number) {
-  return fmt::format(R"( {}="{}")", name, number);
-}
-
-void Write(const ImportOptions& options, const Calibration& made, Story* story, std::ostream& file) {
+/// Keeps the options in the story, too.
+std::vector<std::string> CommentOf(const ImportOptions& options, Story* story) {
   if (options.monotone) {
     story->Keep("option: monotone");
   }
@@ -80,20 +37,10 @@ void Write(const ImportOptions& options, const Calibration& made, Story* story, 
   if (!options.max_spread.empty()) {
     story->Keep(fmt::format("option: max spread {}%", WithoutPercent(options.max_spread)));
   }
-  file << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-  WriteComment(options, *story, file);
-  file << "<" << format::kRoot << Attribute(format::kGamma.name, made.gamma)
-       << Attribute(format::kMinimumBl.name, options.minimum_bl) << Attribute(format::kMaxBl.name, options.max_bl)
-       << Attribute(format::kMaxOsBl.name, options.max_os_bl)
-       << (options.pcc_thresh ? Attribute(format::kPccThresh.name, *options.pcc_thresh) : "") << ">\n";
-  using Pair = std::pair<uint32_t, uint32_t>;
-  WriteList(format::kLinearTable.first, made.linear, &Pair::first, "  ", file);
-  WriteList(format::kLinearTable.second, made.linear, &Pair::second, "  ", file);
-  file << fmt::format("  <{}>\n", format::kMeasurements);
-  for (const char* const group : {format::kStandard, format::kHighBrightness}) {
-    WriteGroup(group, made.tables, file);
-  }
-  file << fmt::format("  </{}>\n</{}>\n", format::kMeasurements, format::kRoot);
+  std::vector<std::string> lines = {"Made by blnits import from measurements" +
+                                    (options.date.empty() ? "" : " of " + options.date) + "."};
+  lines.insert(lines.end(), story->Kept().begin(), story->Kept().end());
+  return lines;
 }
 
 void CheckOutput(const ImportOptions& options) {
@@ -108,9 +55,9 @@ void CheckOutput(const ImportOptions& options) {
 // Never writes a file that the device would refuse for its size. A file below that limit has fewer nodes than the
 // device's limit.
 std::string TextOf(const ImportOptions& options, const Calibration& made, Story* story) {
-  std::ostringstream file;
-  Write(options, made, story, file);
-  std::string text = file.str();
+  const zarn::BLRange range = {sizeof range, options.minimum_bl, options.max_bl, options.max_os_bl};
+  std::string text =
+      CalibrationTextOf(CommentOf(options, story), {made.gamma, range, options.pcc_thresh, made.linear, made.tables});
   if (text.size() > format::kMaxFileBytes) {
     throw Failure(
         fmt::format("{}: not written: it would have {} bytes, the device loads at most {}; drop points with "

@@ -54,8 +54,10 @@ double NitsAt(const std::vector<Knot>& knots, double level) {
   return NitsOn(*(b - 1), *b, level);
 }
 
+}  // namespace
+
 // The device rounds to whole levels: a line that is nearer than half a level gives the level itself.
-LinearPairs PairsOf(const std::vector<zarn::BlNitsPoint>& panel_levels) {
+LinearPairs LinearPairsOf(const std::vector<zarn::BlNitsPoint>& panel_levels) {
   constexpr Tolerance kLessThanHalf = {0.49, false};
   double largest = 0.0;
   LinearPairs pairs;
@@ -64,8 +66,6 @@ LinearPairs PairsOf(const std::vector<zarn::BlNitsPoint>& panel_levels) {
   }
   return pairs;
 }
-
-}  // namespace
 
 DerivedTable DeriveLinearTable(const std::vector<zarn::BlNitsPoint>& points, uint32_t max_os_bl, uint32_t max_bl) {
   const std::vector<Knot> knots = KnotsOf(points, max_os_bl);
@@ -83,7 +83,7 @@ DerivedTable DeriveLinearTable(const std::vector<zarn::BlNitsPoint>& points, uin
     table.rounding_nits = std::max(table.rounding_nits, std::abs(rounded - reachable));
     table.too_dark += nits < reachable ? 1 : 0;
   }
-  table.pairs = PairsOf(panel_levels);
+  table.pairs = LinearPairsOf(panel_levels);
   return table;
 }
 

@@ -34,18 +34,24 @@ void CapturedLog::Keep(char level, const char* format, va_list arguments) {
   std::vsnprintf(text.data(), text.size() + 1, format, again);
   va_end(again);
   const std::lock_guard<std::mutex> guard(lock_);
-  lines_.push_back({level, std::move(text)});
+  lines_[std::this_thread::get_id()].push_back({level, std::move(text)});
 }
 
 std::vector<LogLine> CapturedLog::Take() {
   const std::lock_guard<std::mutex> guard(lock_);
-  return std::exchange(lines_, {});
+  const auto lines = lines_.find(std::this_thread::get_id());
+  if (lines == lines_.end()) {
+    return {};
+  }
+  std::vector<LogLine> taken = std::move(lines->second);
+  lines_.erase(lines);
+  return taken;
 }
 
 std::string CapturedLog::Reason() {
   const std::lock_guard<std::mutex> guard(lock_);
   for (const char level : {'E', 'W'}) {
-    for (const LogLine& line : lines_) {
+    for (const LogLine& line : lines_[std::this_thread::get_id()]) {
       if (line.level == level) {
         return line.text;
       }
@@ -57,7 +63,7 @@ std::string CapturedLog::Reason() {
 std::string CapturedLog::InfoAfter(const std::string& start) {
   const std::lock_guard<std::mutex> guard(lock_);
   std::string found;
-  for (const LogLine& line : lines_) {
+  for (const LogLine& line : lines_[std::this_thread::get_id()]) {
     if (line.level == 'I' && line.text.rfind(start, 0) == 0) {
       found = line.text.substr(start.size());
     }

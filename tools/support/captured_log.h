@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdarg>
+#include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "debug_handler.h"
@@ -15,7 +17,7 @@ struct LogLine {
 };
 
 /// Keeps the library's log lines, so that an error message can give the library's own reason. It is the process's log
-/// handler from construction to destruction. Any thread.
+/// handler from construction to destruction. Any thread; each has lines of its own.
 class CapturedLog : public display::DebugHandler {
  public:
   CapturedLog();
@@ -29,7 +31,7 @@ class CapturedLog : public display::DebugHandler {
   void Debug(const char* format, ...) override __attribute__((format(printf, 2, 3)));
   void Verbose(const char* format, ...) override __attribute__((format(printf, 2, 3)));
 
-  /// Returns all lines in the order of arrival and clears them.
+  /// Returns all lines of this thread in the order of arrival and clears them.
   std::vector<LogLine> Take();
 
   /// The first Error, which names the cause (later ones repeat it for each caller); otherwise the first Warning; empty
@@ -44,7 +46,7 @@ class CapturedLog : public display::DebugHandler {
 
   display::DebugHandler* before_;
   std::mutex lock_;
-  std::vector<LogLine> lines_;  // Guarded by the mutex.
+  std::map<std::thread::id, std::vector<LogLine>> lines_;  // Of each thread. Guarded by the mutex.
 };
 
 }  // namespace blnits

@@ -91,14 +91,20 @@ Axis LevelsOf(const Plot& plot, size_t tics) {
 
 Axis ValuesOf(const PlotPane& pane, size_t tics) {
   std::vector<double> values;
-  for (const PlotLine& line : pane.lines) {
-    for (const PlotPoints* points : {&line.points, &line.measured}) {
-      for (const auto& point : *points) {
-        if (std::isfinite(point.second) && (!pane.logarithmic || point.second > 0.0)) {
-          values.push_back(point.second);
-        }
+  const auto add = [&](const PlotPoints& points) {
+    for (const auto& point : points) {
+      if (std::isfinite(point.second) && (!pane.logarithmic || point.second > 0.0)) {
+        values.push_back(point.second);
       }
     }
+  };
+  for (const PlotLine& line : pane.lines) {
+    add(line.points);
+    add(line.measured);
+  }
+  for (const PlotBand& band : pane.bands) {
+    add(band.low);
+    add(band.high);
   }
   if (values.empty()) {
     return pane.logarithmic ? LogarithmicAxis(1.0, 1.0) : LinearAxis(0.0, 1.0, tics);
@@ -172,12 +178,27 @@ std::vector<PlotPoints> DrawnStretches(const PlotLine& line, const Axis& levels,
   return stretches;
 }
 
-/// The script of one pane. Lines come first: a text terminal then gives each line its own character.
+/// A here-document of the levels, low and high values of a band.
+std::string Data(const std::string& name, const PlotBand& band) {
+  std::string data = name + " << END\n";
+  for (size_t i = 0; i < band.low.size(); ++i) {
+    data += fmt::format("{} {} {}\n", band.low[i].first, band.low[i].second, band.high[i].second);
+  }
+  return data + "END\n";
+}
+
+/// The script of one pane. Bands are behind the lines, which come next: a text terminal then gives each line its own character.
 std::string ScriptOf(const PlotPane& pane, const Axis& levels, const Device& device, Texts* texts) {
   const Axis values = ValuesOf(pane, device.value_tics);
   std::string data;
   std::string lines;
   std::string others;
+  for (size_t i = 0; i < pane.bands.size(); ++i) {
+    const PlotBand& band = pane.bands[i];
+    data += Data(fmt::format("$band{}", i), band);
+    lines += fmt::format("{}$band{} using 1:2:3 with filledcurves fillcolor rgb '{}' title {}",
+                         lines.empty() ? "plot " : ", ", i, band.colour, texts->Add(band.name));
+  }
   for (size_t i = 0; i < pane.lines.size(); ++i) {
     const PlotLine& line = pane.lines[i];
     const std::string colour = fmt::format("linecolor rgb '{}'", line.colour);
@@ -185,7 +206,7 @@ std::string ScriptOf(const PlotPane& pane, const Axis& levels, const Device& dev
     const auto solid = DrawnStretches(line, levels, values, false, device);
     const auto dashed = DrawnStretches(line, levels, values, true, device);
     const auto marks = DrawnMarks(line.measured, levels, values, device.columns, device.rows);
-    lines += fmt::format("{}{} with lines linewidth 2 {} {}", i > 0 ? ", " : "plot ",
+    lines += fmt::format("{}{} with lines linewidth 2 {} {}", lines.empty() ? "plot " : ", ",
                          solid.empty() ? "keyentry" : fmt::format("$solid{}", i), colour, title);
     data += solid.empty() ? "" : Data(fmt::format("$solid{}", i), solid);
     if (!dashed.empty()) {

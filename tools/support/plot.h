@@ -17,12 +17,21 @@ struct PlotLine {
   PlotPoints measured;             ///< Points to mark.
 };
 
+/// An area between two values by level, behind the lines. Not in PictureFormat::kText.
+struct PlotBand {
+  std::string name;    ///< In the key.
+  std::string colour;  ///< "#rrggbb".
+  PlotPoints low;      ///< By rising level.
+  PlotPoints high;     ///< At the same levels.
+};
+
 /// Lines that share a pair of axes, with the key below.
 struct PlotPane {
   std::string what;  ///< Quantity on the vertical axis: "luminance".
   std::string unit;  ///< Its unit: "nits".
   bool logarithmic = false;
   std::vector<PlotLine> lines;
+  std::vector<PlotBand> bands = {};
 };
 
 /// A picture for gnuplot. All its texts must be printable.

@@ -1,0 +1,145 @@
+#include "lots/lot_reader.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "support/failure.h"
+
+namespace blnits {
+namespace {
+
+/// What became of one file.
+struct Outcome {
+  std::string file;
+  Unit unit;
+  std::string rejection;  ///< Empty: the unit counts.
+  std::exception_ptr failure;
+};
+
+/// Threads that read ahead of the caller. Few units wait at a time, so memory does not grow with their number.
+class Workers {
+ public:
+  Workers(UnitFiles* files, const LotShape& shape, CapturedLog* log) : files_(files), shape_(shape), log_(log) {
+    const size_t processors = std::max(1U, std::thread::hardware_concurrency());
+    most_waiting_ = kWaitingEach * processors;
+    for (size_t i = 0; i < processors; ++i) {
+      Start();
+    }
+  }
+  Workers(const Workers&) = delete;
+  Workers& operator=(const Workers&) = delete;
+  ~Workers() {
+    {
+      const std::lock_guard<std::mutex> guard(lock_);
+      stops_ = true;
+    }
+    changed_.notify_all();
+    for (std::thread& thread : threads_) {
+      thread.join();
+    }
+  }
+
+  /// The outcome of the next file; empty after the last one.
+  std::optional<Outcome> Next() {
+    std::unique_lock<std::mutex> guard(lock_);
+    changed_.wait(guard, [this] { return done_.count(delivered_) > 0 || (ended_ && delivered_ == taken_); });
+    const auto outcome = done_.find(delivered_);
+    if (outcome == done_.end()) {
+      return std::nullopt;
+    }
+    Outcome next = std::move(outcome->second);
+    done_.erase(outcome);
+    ++delivered_;
+    guard.unlock();
+    changed_.notify_all();
+    return next;
+  }
+
+ private:
+  static constexpr size_t kWaitingEach = 16;
+
+  // One thread is enough if the system allows no more.
+  void Start() {
+    try {
+      threads_.emplace_back([this] { Work(); });
+    } catch (const std::system_error&) {
+      if (threads_.empty()) {
+        throw;
+      }
+    }
+  }
+
+  void Work() {
+    std::unique_lock<std::mutex> guard(lock_);
+    for (;;) {
+      changed_.wait(guard, [this] { return stops_ || ended_ || taken_ - delivered_ < most_waiting_; });
+      const auto file = stops_ || ended_ ? std::nullopt : files_->Next();
+      if (!file) {
+        ended_ = true;
+        changed_.notify_all();
+        return;
+      }
+      const uint64_t place = taken_++;
+      guard.unlock();
+      Outcome outcome = Read(*file);
+      guard.lock();
+      done_.emplace(place, std::move(outcome));
+      changed_.notify_all();
+    }
+  }
+
+  Outcome Read(const std::string& file) const {
+    Outcome outcome = {file, {}, {}, nullptr};
+    try {
+      outcome.unit = ReadUnit(file, shape_, log_);
+    } catch (const Failure& failure) {
+      outcome.rejection = failure.what();
+    } catch (...) {
+      outcome.failure = std::current_exception();
+    }
+    return outcome;
+  }
+
+  UnitFiles* const files_;
+  const LotShape& shape_;
+  CapturedLog* const log_;
+  size_t most_waiting_ = 0;
+  std::vector<std::thread> threads_;
+  std::mutex lock_;
+  std::condition_variable changed_;
+  // Guarded by the lock, as the files are.
+  std::map<uint64_t, Outcome> done_;
+  uint64_t taken_ = 0;      ///< How many files threads have begun.
+  uint64_t delivered_ = 0;  ///< How many of them the caller has.
+  bool ended_ = false;      ///< There is no further file.
+  bool stops_ = false;
+};
+
+}  // namespace
+
+void ReadUnits(UnitFiles* files, const LotShape& shape, CapturedLog* log,
+               const std::function<void(const Unit& unit)>& counted,
+               const std::function<void(const std::string& file, const std::string& reason)>& rejected) {
+  Workers workers(files, shape, log);
+  while (const auto outcome = workers.Next()) {
+    if (outcome->failure) {
+      std::rethrow_exception(outcome->failure);
+    }
+    if (outcome->rejection.empty()) {
+      counted(outcome->unit);
+    } else {
+      rejected(outcome->file, outcome->rejection);
+    }
+  }
+}
+
+}  // namespace blnits

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace blnits {
+
+/// The calibration files of a lot, one after the other: files as they are given, and all files that end with ".xml" in
+/// folders and the folders in them, in the order in which the file system has them. A folder that cannot be read is itself
+/// one of the paths, and the library refuses it. Keeps no list. One thread at a time.
+class UnitFiles {
+ public:
+  /// \param inputs paths of files and folders.
+  explicit UnitFiles(std::vector<std::string> inputs);
+
+  /// The path of the next file; empty at the end.
+  std::optional<std::string> Next();
+
+ private:
+  std::vector<std::string> inputs_;
+  size_t opened_ = 0;
+  std::filesystem::recursive_directory_iterator folder_;  ///< The end if no folder is open.
+};
+
+/// The first `most` paths of `files` in the order of their bytes. \param count gets the number of all.
+std::vector<std::string> FirstPaths(UnitFiles files, size_t most, size_t* count);
+
+}  // namespace blnits
