@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace blnits {
@@ -38,22 +41,50 @@ std::optional<double> JndIndexOfNits(double nits) {
   return below;
 }
 
-// Interpolates between the luminances of four indices in each JND.
-std::optional<double> RoughJndIndexOfNits(double nits) {
-  constexpr size_t kInJnd = 4;
-  static const std::vector<double> kLuminances = [] {
-    std::vector<double> luminances;
+namespace {
+
+constexpr size_t kInJnd = 4;
+
+/// The luminances of four indices in each JND, and where the search for a luminance begins.
+struct JndTable {
+  std::vector<double> nits;
+  std::vector<size_t> starts;  ///< For each EighthOf(): the first of `nits` above all luminances with a lower one.
+
+  JndTable() {
     for (size_t i = 0; i <= 1023 * kInJnd; ++i) {
-      luminances.push_back(NitsOfJndIndex(1.0 + static_cast<double>(i) / kInJnd));
+      nits.push_back(NitsOfJndIndex(1.0 + static_cast<double>(i) / kInJnd));
     }
-    return luminances;
-  }();
+    for (size_t i = 0; i < nits.size(); ++i) {
+      starts.resize(EighthOf(nits[i]) + 1, i);
+    }
+    starts.push_back(nits.size());
+  }
+
+  /// Which eighth of which doubling of luminance, counted from kLeastGsdfNits / 2: the exponent and three bits more.
+  static size_t EighthOf(double of) {
+    const auto top_bits = [](double number) {
+      uint64_t bits = 0;
+      std::memcpy(&bits, &number, sizeof bits);
+      return bits >> 49;
+    };
+    return static_cast<size_t>(top_bits(of) - top_bits(kLeastGsdfNits / 2.0));
+  }
+};
+
+}  // namespace
+
+// Interpolates between the luminances of two indices.
+std::optional<double> RoughJndIndexOfNits(double nits) {
+  static const JndTable kTable;
   if (!(nits >= kLeastGsdfNits && nits <= kMostGsdfNits)) {
     return std::nullopt;
   }
-  const auto above = std::upper_bound(kLuminances.begin(), kLuminances.end(), nits);
+  const size_t eighth = JndTable::EighthOf(nits);
+  const auto begin = kTable.nits.begin();
+  const auto above = std::upper_bound(begin + static_cast<ptrdiff_t>(kTable.starts[eighth]),
+                                      begin + static_cast<ptrdiff_t>(kTable.starts[eighth + 1]), nits);
   const double below = *(above - 1);
-  const auto place = static_cast<double>(above - 1 - kLuminances.begin());
+  const auto place = static_cast<double>(above - 1 - begin);
   return 1.0 + (place + (nits - below) / (*above - below)) / kInJnd;
 }
 

@@ -42,7 +42,7 @@ class Workers {
       const std::lock_guard<std::mutex> guard(lock_);
       stops_ = true;
     }
-    changed_.notify_all();
+    room_.notify_all();
     for (std::thread& thread : threads_) {
       thread.join();
     }
@@ -51,7 +51,7 @@ class Workers {
   /// The outcome of the next file; empty after the last one.
   std::optional<Outcome> Next() {
     std::unique_lock<std::mutex> guard(lock_);
-    changed_.wait(guard, [this] { return done_.count(delivered_) > 0 || (ended_ && delivered_ == taken_); });
+    next_.wait(guard, [this] { return done_.count(delivered_) > 0 || (ended_ && delivered_ == taken_); });
     const auto outcome = done_.find(delivered_);
     if (outcome == done_.end()) {
       return std::nullopt;
@@ -60,7 +60,7 @@ class Workers {
     done_.erase(outcome);
     ++delivered_;
     guard.unlock();
-    changed_.notify_all();
+    room_.notify_one();
     return next;
   }
 
@@ -81,11 +81,12 @@ class Workers {
   void Work() {
     std::unique_lock<std::mutex> guard(lock_);
     for (;;) {
-      changed_.wait(guard, [this] { return stops_ || ended_ || taken_ - delivered_ < most_waiting_; });
+      room_.wait(guard, [this] { return stops_ || ended_ || taken_ - delivered_ < most_waiting_; });
       const auto file = stops_ || ended_ ? std::nullopt : files_->Next();
       if (!file) {
         ended_ = true;
-        changed_.notify_all();
+        next_.notify_one();
+        room_.notify_all();
         return;
       }
       const uint64_t place = taken_++;
@@ -93,7 +94,9 @@ class Workers {
       Outcome outcome = Read(*file);
       guard.lock();
       done_.emplace(place, std::move(outcome));
-      changed_.notify_all();
+      if (place == delivered_) {
+        next_.notify_one();
+      }
     }
   }
 
@@ -115,7 +118,8 @@ class Workers {
   size_t most_waiting_ = 0;
   std::vector<std::thread> threads_;
   std::mutex lock_;
-  std::condition_variable changed_;
+  std::condition_variable next_;  ///< The outcome that the caller waits for is there, or there is none.
+  std::condition_variable room_;  ///< A thread may read a further file.
   // Guarded by the lock, as the files are.
   std::map<uint64_t, Outcome> done_;
   uint64_t taken_ = 0;      ///< How many files threads have begun.

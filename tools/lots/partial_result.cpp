@@ -181,22 +181,24 @@ LotShape ShapeIn(const Value& object) {
 }
 
 Sketch SketchIn(const Value& object, uint64_t units) {
-  Sketch::Buckets buckets;
+  Sketch sketch;
   uint64_t count = 0;
+  int64_t before = -1;
   for (const Value& pair : object.Array()) {
     const auto values = pair.Array(2);
     const auto bucket = static_cast<int64_t>(values[0].Whole());
     const uint64_t in_bucket = values[1].Whole(units - count);
-    if (in_bucket == 0 || !Sketch::IsBucket(bucket) || (!buckets.empty() && bucket <= buckets.rbegin()->first)) {
+    if (in_bucket == 0 || !Sketch::IsBucket(bucket) || bucket <= before) {
       pair.Fail("a bucket above the one before, and its count above 0");
     }
+    sketch.Add(static_cast<int32_t>(bucket), in_bucket);
     count += in_bucket;
-    buckets.emplace_hint(buckets.end(), static_cast<int32_t>(bucket), in_bucket);
+    before = bucket;
   }
   if (count != units) {
     object.Fail(fmt::format("counts of {} units in all", units));
   }
-  return Sketch(std::move(buckets));
+  return sketch;
 }
 
 void ReadExtremes(const Value& list, const std::vector<std::string>& names, uint64_t units, Extremes* extremes) {

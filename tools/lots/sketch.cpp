@@ -4,8 +4,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <utility>
-#include <vector>
 
 namespace blnits {
 namespace {
@@ -18,39 +16,57 @@ uint64_t BitsOf(double number) {
   return bits;
 }
 
+/// The number whose rank among all is share * count, rounded up, at least 1. \param numbers rising, with their counts.
+double OfRank(double share, const std::vector<std::pair<double, uint64_t>>& numbers) {
+  uint64_t all = 0;
+  for (const auto& each : numbers) {
+    all += each.second;
+  }
+  uint64_t rank = std::max<uint64_t>(1, static_cast<uint64_t>(std::ceil(share * static_cast<double>(all))));
+  for (const auto& [number, count] : numbers) {
+    if (rank <= count) {
+      return number;
+    }
+    rank -= count;
+  }
+  return std::nan("");
+}
+
 }  // namespace
 
 void Sketch::Merge(const Sketch& other) {
-  for (const auto& [bucket, count] : other.buckets_) {
-    buckets_[bucket] += count;
+  for (const auto& [bucket, count] : other.All()) {
+    Add(bucket, count);
   }
 }
 
 double Sketch::Percentile(double share) const {
-  uint64_t left = RankOf(share);
-  for (const auto& [bucket, count] : buckets_) {
-    if (left <= count) {
-      return MiddleOf(bucket);
-    }
-    left -= count;
+  std::vector<std::pair<double, uint64_t>> luminances;
+  for (const auto& [bucket, count] : All()) {
+    luminances.emplace_back(MiddleOf(bucket), count);
   }
-  return std::nan("");
+  return OfRank(share, luminances);
 }
 
 double Sketch::MedianDistance(double nits) const {
   std::vector<std::pair<double, uint64_t>> distances;
-  for (const auto& [bucket, count] : buckets_) {
+  for (const auto& [bucket, count] : All()) {
     distances.emplace_back(std::abs(MiddleOf(bucket) - nits), count);
   }
   std::sort(distances.begin(), distances.end());
-  uint64_t left = RankOf(0.5);
-  for (const auto& [distance, count] : distances) {
-    if (left <= count) {
-      return distance;
+  return OfRank(0.5, distances);
+}
+
+std::vector<std::pair<int32_t, uint64_t>> Sketch::All() const {
+  std::vector<std::pair<int32_t, uint64_t>> all;
+  for (const auto& [page, counts] : pages_) {
+    for (size_t i = 0; i < counts.size(); ++i) {
+      if (counts[i] > 0) {
+        all.emplace_back(page * kPageBuckets + static_cast<int32_t>(i), counts[i]);
+      }
     }
-    left -= count;
   }
-  return std::nan("");
+  return all;
 }
 
 int32_t Sketch::BucketOf(double nits) { return static_cast<int32_t>(BitsOf(nits) >> kDroppedBits); }
@@ -63,13 +79,5 @@ double Sketch::MiddleOf(int32_t bucket) {
 }
 
 bool Sketch::IsBucket(int64_t number) { return number >= 0 && number <= BucketOf(std::numeric_limits<double>::max()); }
-
-uint64_t Sketch::RankOf(double share) const {
-  uint64_t count = 0;
-  for (const auto& each : buckets_) {
-    count += each.second;
-  }
-  return std::max<uint64_t>(1, static_cast<uint64_t>(std::ceil(share * static_cast<double>(count))));
-}
 
 }  // namespace blnits

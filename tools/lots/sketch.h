@@ -1,7 +1,11 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
+#include <utility>
+#include <vector>
 
 namespace blnits {
 
@@ -13,13 +17,11 @@ class Sketch {
   /// The largest error of Percentile(), as a share of the luminance.
   static constexpr double kError = 1.0 / 4096;
 
-  using Buckets = std::map<int32_t, uint64_t>;  ///< Counts above 0.
-
-  Sketch() = default;
-  explicit Sketch(Buckets buckets) : buckets_(std::move(buckets)) {}
-
   /// \param nits 0 or above, and finite.
-  void Add(double nits) { ++buckets_[BucketOf(nits)]; }
+  void Add(double nits) { Add(BucketOf(nits), 1); }
+  void Add(int32_t bucket, uint64_t count) {
+    pages_[bucket / kPageBuckets][static_cast<size_t>(bucket % kPageBuckets)] += count;
+  }
 
   void Merge(const Sketch& other);
 
@@ -30,7 +32,8 @@ class Sketch {
   /// The median of the distances of all luminances from `nits`, in nits; NaN without a luminance.
   double MedianDistance(double nits) const;
 
-  const Buckets& All() const { return buckets_; }
+  /// Buckets and their counts above 0, by rising luminance.
+  std::vector<std::pair<int32_t, uint64_t>> All() const;
 
   static int32_t BucketOf(double nits);
   static double MiddleOf(int32_t bucket);
@@ -39,9 +42,9 @@ class Sketch {
   static bool IsBucket(int64_t number);
 
  private:
-  uint64_t RankOf(double share) const;
-
-  Buckets buckets_;
+  // Luminances of a level lie in few pages, so that the search for one is short.
+  static constexpr int32_t kPageBuckets = 256;
+  std::map<int32_t, std::array<uint64_t, kPageBuckets>> pages_;
 };
 
 }  // namespace blnits
