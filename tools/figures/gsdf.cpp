@@ -48,24 +48,25 @@ constexpr size_t kInJnd = 4;
 /// The luminances of four indices in each JND, and where the search for a luminance begins.
 struct JndTable {
   std::vector<double> nits;
-  std::vector<size_t> starts;  ///< For each EighthOf(): the first of `nits` above all luminances with a lower one.
+  std::vector<size_t> starts;  ///< For each PartOf(): the first of `nits` above all luminances with a lower one.
 
   JndTable() {
     for (size_t i = 0; i <= 1023 * kInJnd; ++i) {
       nits.push_back(NitsOfJndIndex(1.0 + static_cast<double>(i) / kInJnd));
     }
     for (size_t i = 0; i < nits.size(); ++i) {
-      starts.resize(EighthOf(nits[i]) + 1, i);
+      starts.resize(PartOf(nits[i]) + 1, i);
     }
     starts.push_back(nits.size());
   }
 
-  /// Which eighth of which doubling of luminance, counted from kLeastGsdfNits / 2: the exponent and three bits more.
-  static size_t EighthOf(double of) {
+  /// A part of the range of luminances, counted from kLeastGsdfNits / 2: the exponent and six bits more, so that it has
+  /// less than two JND.
+  static size_t PartOf(double of) {
     const auto top_bits = [](double number) {
       uint64_t bits = 0;
       std::memcpy(&bits, &number, sizeof bits);
-      return bits >> 49;
+      return bits >> 46;
     };
     return static_cast<size_t>(top_bits(of) - top_bits(kLeastGsdfNits / 2.0));
   }
@@ -79,10 +80,10 @@ std::optional<double> RoughJndIndexOfNits(double nits) {
   if (!(nits >= kLeastGsdfNits && nits <= kMostGsdfNits)) {
     return std::nullopt;
   }
-  const size_t eighth = JndTable::EighthOf(nits);
+  const size_t part = JndTable::PartOf(nits);
   const auto begin = kTable.nits.begin();
-  const auto above = std::upper_bound(begin + static_cast<ptrdiff_t>(kTable.starts[eighth]),
-                                      begin + static_cast<ptrdiff_t>(kTable.starts[eighth + 1]), nits);
+  const auto above = std::upper_bound(begin + static_cast<ptrdiff_t>(kTable.starts[part]),
+                                      begin + static_cast<ptrdiff_t>(kTable.starts[part + 1]), nits);
   const double below = *(above - 1);
   const auto place = static_cast<double>(above - 1 - begin);
   return 1.0 + (place + (nits - below) / (*above - below)) / kInJnd;

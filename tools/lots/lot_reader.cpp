@@ -6,7 +6,6 @@
 #include <exception>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -24,6 +23,10 @@ struct Outcome {
   std::string rejection;  ///< Empty: the unit counts.
   std::exception_ptr failure;
 };
+
+/// What became of some files in a row: a thread waits seldom for another one.
+using Batch = std::vector<Outcome>;
+constexpr size_t kBatchFiles = 8;
 
 /// Threads that read ahead of the caller. Few units wait at a time, so memory does not grow with their number.
 class Workers {
@@ -48,16 +51,16 @@ class Workers {
     }
   }
 
-  /// The outcome of the next file; empty after the last one.
-  std::optional<Outcome> Next() {
+  /// The outcomes of the next files; empty after the last one.
+  Batch Next() {
     std::unique_lock<std::mutex> guard(lock_);
     next_.wait(guard, [this] { return done_.count(delivered_) > 0 || (ended_ && delivered_ == taken_); });
-    const auto outcome = done_.find(delivered_);
-    if (outcome == done_.end()) {
-      return std::nullopt;
+    const auto batch = done_.find(delivered_);
+    if (batch == done_.end()) {
+      return {};
     }
-    Outcome next = std::move(outcome->second);
-    done_.erase(outcome);
+    Batch next = std::move(batch->second);
+    done_.erase(batch);
     ++delivered_;
     guard.unlock();
     room_.notify_one();
@@ -65,7 +68,7 @@ class Workers {
   }
 
  private:
-  static constexpr size_t kWaitingEach = 16;
+  static constexpr size_t kWaitingEach = 3;
 
   // One thread is enough if the system allows no more.
   void Start() {
@@ -82,8 +85,8 @@ class Workers {
     std::unique_lock<std::mutex> guard(lock_);
     for (;;) {
       room_.wait(guard, [this] { return stops_ || ended_ || taken_ - delivered_ < most_waiting_; });
-      const auto file = stops_ || ended_ ? std::nullopt : files_->Next();
-      if (!file) {
+      const std::vector<std::string> files = stops_ || ended_ ? std::vector<std::string>() : TakeFiles();
+      if (files.empty()) {
         ended_ = true;
         next_.notify_one();
         room_.notify_all();
@@ -91,13 +94,28 @@ class Workers {
       }
       const uint64_t place = taken_++;
       guard.unlock();
-      Outcome outcome = Read(*file);
+      Batch batch;
+      for (const std::string& file : files) {
+        batch.push_back(Read(file));
+      }
       guard.lock();
-      done_.emplace(place, std::move(outcome));
+      done_.emplace(place, std::move(batch));
       if (place == delivered_) {
         next_.notify_one();
       }
     }
+  }
+
+  std::vector<std::string> TakeFiles() {
+    std::vector<std::string> files;
+    while (files.size() < kBatchFiles) {
+      auto file = files_->Next();
+      if (!file) {
+        break;
+      }
+      files.push_back(std::move(*file));
+    }
+    return files;
   }
 
   Outcome Read(const std::string& file) const {
@@ -121,8 +139,8 @@ class Workers {
   std::condition_variable next_;  ///< The outcome that the caller waits for is there, or there is none.
   std::condition_variable room_;  ///< A thread may read a further file.
   // Guarded by the lock, as the files are.
-  std::map<uint64_t, Outcome> done_;
-  uint64_t taken_ = 0;      ///< How many files threads have begun.
+  std::map<uint64_t, Batch> done_;
+  uint64_t taken_ = 0;      ///< How many batches threads have begun.
   uint64_t delivered_ = 0;  ///< How many of them the caller has.
   bool ended_ = false;      ///< There is no further file.
   bool stops_ = false;
@@ -134,14 +152,16 @@ void ReadUnits(UnitFiles* files, const LotShape& shape, CapturedLog* log,
                const std::function<void(const Unit& unit)>& counted,
                const std::function<void(const std::string& file, const std::string& reason)>& rejected) {
   Workers workers(files, shape, log);
-  while (const auto outcome = workers.Next()) {
-    if (outcome->failure) {
-      std::rethrow_exception(outcome->failure);
-    }
-    if (outcome->rejection.empty()) {
-      counted(outcome->unit);
-    } else {
-      rejected(outcome->file, outcome->rejection);
+  for (Batch batch = workers.Next(); !batch.empty(); batch = workers.Next()) {
+    for (const Outcome& outcome : batch) {
+      if (outcome.failure) {
+        std::rethrow_exception(outcome.failure);
+      }
+      if (outcome.rejection.empty()) {
+        counted(outcome.unit);
+      } else {
+        rejected(outcome.file, outcome.rejection);
+      }
     }
   }
 }
