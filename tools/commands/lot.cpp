@@ -52,15 +52,23 @@ std::string TextOf(const std::string& path) {
   return text.str();
 }
 
-/// The first file, by the bytes of its path, that loads.
-LotShape FirstShape(const UnitFiles& files, const std::vector<uint32_t>& levels, CapturedLog* log) {
+/// The shape that most of the first files have, by the bytes of their paths: one odd unit must not reject the others.
+LotShape CommonShape(const UnitFiles& files, const std::vector<uint32_t>& levels, CapturedLog* log) {
   constexpr size_t kMostTried = 100;
   size_t count = 0;
+  std::vector<std::pair<LotShape, size_t>> shapes;  // Each with its number of files.
   std::vector<std::string> reasons;
   for (const std::string& path : FirstPaths(files, kMostTried, &count)) {
     try {
       Panel panel = Panel::FromFile(path, log);
-      return ShapeOf(&panel, levels);
+      const LotShape shape = ShapeOf(&panel, levels);
+      const auto known = std::find_if(shapes.begin(), shapes.end(),
+                                      [&](const auto& each) { return DifferenceOf(each.first, shape) == nullptr; });
+      if (known == shapes.end()) {
+        shapes.emplace_back(shape, 1);
+      } else {
+        ++known->second;
+      }
     } catch (const Failure& failure) {
       reasons.emplace_back(failure.what());
     }
@@ -68,8 +76,15 @@ LotShape FirstShape(const UnitFiles& files, const std::vector<uint32_t>& levels,
   if (count == 0) {
     throw Failure("lot: found no calibration file, expected files or folders with files that end with .xml");
   }
-  throw Failure(fmt::format("lot: none of the first {} of {} files loads", reasons.size(), count),
-                {reasons.begin(), reasons.begin() + static_cast<ptrdiff_t>(std::min<size_t>(reasons.size(), 10))});
+  if (shapes.empty()) {
+    constexpr size_t kMostReasons = 10;
+    const size_t told = std::min(reasons.size(), kMostReasons);
+    throw Failure(fmt::format("lot: none of the first {} of {} files loads", reasons.size(), count),
+                  {reasons.begin(), reasons.begin() + static_cast<ptrdiff_t>(told)});
+  }
+  return std::max_element(shapes.begin(), shapes.end(),
+                          [](const auto& a, const auto& b) { return a.second < b.second; })
+      ->first;
 }
 
 std::vector<uint32_t> LevelsIn(const std::string& text) {
@@ -117,7 +132,7 @@ LotSummary ReadLot(const LotOptions& options, CapturedLog* log) {
     lot->Merge(part);
   }
   if (!lot) {
-    lot.emplace(FirstShape(UnitFiles(files), LevelsIn(options.levels), log));
+    lot.emplace(CommonShape(UnitFiles(files), LevelsIn(options.levels), log));
   }
   AddFiles(UnitFiles(files), log, &*lot);
   if (lot->units == 0) {
@@ -340,12 +355,11 @@ class LotPicture {
 
   Plot Draw() const {
     const bool dark = levels_.front().nits.least <= 0.0;
-    return {
-        fmt::format("{}: {} units", kMeasuredTables[table_].name, report_.lot.units),
-        "client level",
-        {Pane("luminance", "nits", !dark, [](double nits, double) { return nits; }),
-         Pane("from the median", "%", false, [](double nits, double median) { return 100.0 * (nits / median - 1.0); })},
-        false};
+    return {fmt::format("{}: {} units", kMeasuredTables[table_].name, report_.lot.units),
+            "client level",
+            {Pane("luminance", "nits", !dark, [](double nits, double) { return nits; }),
+             Pane("deviation", "%", false, [](double nits, double median) { return 100.0 * (nits / median - 1.0); })},
+            false};
   }
 
  private:
@@ -511,7 +525,7 @@ void AddLotCommand(CLI::App* app, CapturedLog* log) {
       .ShowDefault();
   command.Add("--format", &options->format, "Format of the figures").OneOf({"text", "json", "csv"}).ShowDefault();
   command.Footer(
-      "A file that does not load, or whose range or linear table differs from the first unit's, is rejected and told.\n"
+      "A file that does not load, or whose range or linear table differs from the other units', is rejected and told.\n"
       "A unit's score is its distance from the median in robust standard deviations, at the level where it is "
       "greatest.\n"
       "Partial results add up in any order to the result of all units.\n"

@@ -79,23 +79,8 @@ void LotSummary::Add(const Unit& unit) {
   }
 }
 
-namespace {
-
-/// What differs between two shapes; null if nothing does.
-const char* Difference(const LotShape& a, const LotShape& b) {
-  const auto range = [](const LotShape& shape) {
-    return std::array{shape.range.minimum_bl, shape.range.max_bl, shape.range.max_os_bl};
-  };
-  return range(a) != range(b)                 ? "backlight ranges"
-         : a.linear_levels != b.linear_levels ? "lengths of the linear tables"
-         : a.levels != b.levels               ? "levels; give --levels to all of them"
-                                              : nullptr;
-}
-
-}  // namespace
-
 void LotSummary::Merge(const LotSummary& other) {
-  if (const char* const what = Difference(shape, other.shape)) {
+  if (const char* const what = DifferenceOf(shape, other.shape)) {
     throw Failure(fmt::format("found a partial result of a lot with other {}", what));
   }
   units += other.units;

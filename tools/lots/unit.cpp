@@ -78,6 +78,16 @@ std::vector<double> JndOf(const std::vector<double>& nits) {
 
 }  // namespace
 
+const char* DifferenceOf(const LotShape& a, const LotShape& b) {
+  const auto range = [](const LotShape& shape) {
+    return std::array{shape.range.minimum_bl, shape.range.max_bl, shape.range.max_os_bl};
+  };
+  return range(a) != range(b)                 ? "backlight ranges"
+         : a.linear_levels != b.linear_levels ? "lengths of the linear tables"
+         : a.levels != b.levels               ? "levels; give --levels to all of them"
+                                              : nullptr;
+}
+
 LotShape ShapeOf(Panel* panel, const std::vector<uint32_t>& levels) {
   LotShape shape = {panel->Get<zarn::BLRange>(zarn::kBLRange), PanelLevelsOf(panel).size(), {}};
   for (size_t i = 0; i < kMeasuredTables.size(); ++i) {

@@ -25,6 +25,9 @@ struct LotShape {
   ForEachTable<std::vector<uint32_t>> levels;  ///< The client levels at which units are compared; they rise.
 };
 
+/// What differs between two shapes, in words; null if nothing does. Any thread.
+const char* DifferenceOf(const LotShape& a, const LotShape& b);
+
 /// What a lot needs to know of one unit.
 struct Unit {
   std::string name;  ///< Foreign text: the path of its file.
