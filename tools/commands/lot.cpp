@@ -347,9 +347,14 @@ void PrintCsv(const LotReport& report) {
 /// Draws a table of a lot.
 class LotPicture {
  public:
+  /// \throws Failure without a level.
   LotPicture(const LotReport& report, size_t table) : report_(report), table_(table) {
     for (size_t place = 0; place < report.lot.tables[table].size(); ++place) {
       levels_.push_back(report.At(table, place));
+    }
+    if (levels_.empty()) {
+      throw Failure(fmt::format("{}: the lot has no level of this table, so there is nothing to draw",
+                                kMeasuredTables[table].name));
     }
   }
 
