@@ -69,9 +69,14 @@ std::vector<std::pair<int32_t, uint64_t>> Sketch::All() const {
   return all;
 }
 
-int32_t Sketch::BucketOf(double nits) { return static_cast<int32_t>(BitsOf(nits) >> kDroppedBits); }
+int32_t Sketch::BucketOf(double nits) {
+  return nits > 0.0 ? static_cast<int32_t>(BitsOf(nits) >> kDroppedBits) : 0;  // -0 has the bits of a large number.
+}
 
 double Sketch::MiddleOf(int32_t bucket) {
+  if (bucket == 0) {
+    return 0.0;  // A black level has no spread: distances from a middle above 0 would be infinite scores.
+  }
   const uint64_t bits = (static_cast<uint64_t>(bucket) << kDroppedBits) + (uint64_t{1} << (kDroppedBits - 1));
   double middle = 0.0;
   std::memcpy(&middle, &bits, sizeof middle);

@@ -10,14 +10,14 @@
 namespace blnits {
 
 /// The distribution of luminances, as counts in buckets. A bucket holds the doubles with the same sign, exponent and first
-/// 11 bits of the mantissa, so that its middle is within kError of each of them. Merging adds counts, which is exact in
-/// any order. Memory grows with the number of different buckets. One thread at a time.
+/// 11 bits of the mantissa, so that its middle is within kError of each of them; the first one, with luminances below
+/// 1e-311 nits, stands for 0. Merging adds counts, which is exact in any order. Memory grows with the number of different buckets. One thread at a time.
 class Sketch {
  public:
   /// The largest error of Percentile(), as a share of the luminance.
   static constexpr double kError = 1.0 / 4096;
 
-  /// \param nits 0 or above, and finite.
+  /// \param nits 0 (of either sign) or above, and finite.
   void Add(double nits) { Add(BucketOf(nits), 1); }
   void Add(int32_t bucket, uint64_t count) {
     pages_[bucket / kPageBuckets][static_cast<size_t>(bucket % kPageBuckets)] += count;
