@@ -14,29 +14,54 @@ UnitFiles::UnitFiles(std::vector<std::string> inputs) : inputs_(std::move(inputs
 
 std::optional<std::string> UnitFiles::Next() {
   for (;;) {
-    if (folder_ == fs::recursive_directory_iterator()) {
-      if (opened_ == inputs_.size()) {
-        return std::nullopt;
-      }
-      const std::string& input = inputs_[opened_++];
-      std::error_code error;
-      if (!fs::is_directory(input, error)) {
-        return input;
-      }
-      folder_ = fs::recursive_directory_iterator(input, error);
-      if (error) {
-        return input;
-      }
-      continue;
-    }
-    const fs::path path = folder_->path();
+    std::optional<std::string> file;
     std::error_code error;
-    const bool is_folder = fs::is_directory(path, error);
-    folder_.increment(error);
-    if (error || (!is_folder && path.extension() == zarn::format::kFileSuffix)) {
-      return path.string();
+    if (!folders_.empty()) {
+      file = NextInFolder();
+    } else if (opened_ == inputs_.size()) {
+      return std::nullopt;
+    } else if (const std::string& input = inputs_[opened_++]; fs::is_directory(input, error)) {
+      file = Open(input);
+    } else {
+      file = input;
+    }
+    if (file) {
+      return file;
     }
   }
+}
+
+// The folder's path if it cannot be read.
+std::optional<std::string> UnitFiles::Open(const fs::path& folder) {
+  std::error_code error;
+  fs::directory_iterator next(folder, error);
+  if (error) {
+    return folder.string();
+  }
+  folders_.push_back({folder, std::move(next)});
+  return std::nullopt;
+}
+
+// The standard's recursive iterator would end at the first folder that it cannot open, and lose those after it.
+std::optional<std::string> UnitFiles::NextInFolder() {
+  auto& [folder, next] = folders_.back();
+  if (next == fs::directory_iterator()) {
+    folders_.pop_back();
+    return std::nullopt;
+  }
+  const fs::directory_entry entry = *next;
+  std::error_code error;
+  next.increment(error);
+  if (error) {
+    const std::string unread = folder.string();
+    folders_.pop_back();
+    return unread;
+  }
+  const bool is_link = entry.is_symlink(error);
+  if (entry.is_directory(error)) {
+    return is_link ? std::nullopt : Open(entry.path());
+  }
+  return entry.path().extension() == zarn::format::kFileSuffix ? std::optional(entry.path().string()) : std::nullopt;
 }
 
 std::vector<std::string> FirstPaths(UnitFiles files, size_t most, size_t* count) {
