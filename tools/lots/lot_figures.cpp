@@ -41,8 +41,9 @@ LevelReport ReportOn(const LotSummary& lot, size_t table, size_t place, const Lo
   report.nits = NitsOf(level);
   report.jnd = JndOf(level, report.nits);
   const double of_mean = JndOf(report.nits.mean);
-  const double offset = report.jnd.mean - of_mean;
-  report.mean_curve_rms = std::sqrt(level.jnd.Squares() / static_cast<double>(level.jnd.Count()) + offset * offset);
+  const double offset = report.jnd.mean - of_mean;  // NaN without a JND index.
+  const auto units = static_cast<double>(std::max<uint64_t>(1, level.jnd.Count()));
+  report.mean_curve_rms = std::sqrt(level.jnd.Squares() / units + offset * offset);
   report.mean_curve_largest =
       std::max(std::abs(NearestJndOf(level.greatest) - of_mean), std::abs(NearestJndOf(level.least) - of_mean));
   report.lower = limits.lower.At(table, report.level);
