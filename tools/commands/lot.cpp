@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <ostream>
@@ -79,7 +80,7 @@ LotShape CommonShape(const UnitFiles& files, const std::vector<uint32_t>& levels
   if (shapes.empty()) {
     constexpr size_t kMostReasons = 10;
     const size_t told = std::min(reasons.size(), kMostReasons);
-    throw Failure(fmt::format("lot: none of the first {} of {} files loads", reasons.size(), count),
+    throw Failure(fmt::format("lot: none of the first {} of {} files can be used", reasons.size(), count),
                   {reasons.begin(), reasons.begin() + static_cast<ptrdiff_t>(told)});
   }
   return std::max_element(shapes.begin(), shapes.end(),
@@ -123,13 +124,21 @@ LotSummary ReadLot(const LotOptions& options, CapturedLog* log) {
       std::stable_partition(files.begin(), files.end(), [](const std::string& path) { return !IsPartialResult(path); });
   const std::vector<std::string> partials(first_partial, files.end());
   files.erase(first_partial, files.end());
+  if (!partials.empty() && !options.levels.empty()) {
+    throw Failure(fmt::format("{}: found --levels, expected none: a partial result has levels of its own",
+                              Printable(partials.front())));
+  }
   std::optional<LotSummary> lot;
   for (const std::string& partial : partials) {
     const LotSummary part = ReadPartialResult(TextOf(partial), partial);
     if (!lot) {
       lot.emplace(part.shape);
     }
-    lot->Merge(part);
+    try {
+      lot->Merge(part);
+    } catch (const Failure& failure) {
+      throw Failure(fmt::format("{}: {}", Printable(partial), failure.what()));
+    }
   }
   if (!lot) {
     lot.emplace(CommonShape(UnitFiles(files), LevelsIn(options.levels), log));
@@ -170,6 +179,9 @@ std::vector<size_t> ShownPlaces(size_t count) {
   return places;
 }
 
+/// NaN of nothing.
+double PercentOf(double whole, double part) { return whole > 0.0 ? 100.0 * part / whole : std::nan(""); }
+
 void PrintTable(const LotReport& report, size_t table, bool limits) {
   const size_t count = report.lot.tables[table].size();
   const auto places = ShownPlaces(count);
@@ -183,7 +195,7 @@ void PrintTable(const LotReport& report, size_t table, bool limits) {
     const LevelReport level = report.At(table, place);
     const auto& nits = level.nits;
     fmt::print("{:>8}{:>11}{:>8}{:>11}{:>11}{:>11}{:>11}{:>11}{:>9}{:>9}{:>9}", level.level, Text(nits.mean, 4),
-               Text(100.0 * nits.deviation / nits.mean, 3), Text(nits.least, 4), Text(nits.percentiles.front(), 4),
+               Text(PercentOf(nits.mean, nits.deviation), 3), Text(nits.least, 4), Text(nits.percentiles.front(), 4),
                Text(nits.percentiles[2], 4), Text(nits.percentiles.back(), 4), Text(nits.greatest, 4),
                Text(level.jnd.deviation, 3), Text(level.mean_curve_rms, 3), Text(level.mean_curve_largest, 3));
     fmt::print("{}\n",
@@ -228,9 +240,8 @@ void PrintText(const LotReport& report, bool limits) {
       "{:.6g}\n",
       lot.units, lot.rejected.count, range.minimum_bl, range.max_bl, range.max_os_bl, lot.gamma.Mean(lot.units),
       lot.pcc_thresh.Mean(lot.units));
-  fmt::print(
-      "percentiles are within {:.3f} %; rms and largest JND: the errors if all units had the mean's luminances\n",
-      100.0 * Sketch::kError);
+  fmt::print("percentiles are within {} %; rms and largest JND: the errors if all units had the mean's luminances\n",
+             std::ceil(100.0 * Sketch::kError * 1000.0) / 1000.0);
   for (size_t table = 0; table < kMeasuredTables.size(); ++table) {
     PrintTable(report, table, limits);
   }
@@ -239,6 +250,8 @@ void PrintText(const LotReport& report, bool limits) {
 }
 
 using Json = nlohmann::ordered_json;
+
+double AsItIs(double nits) { return nits; }
 
 Json ToJson(const Distribution& distribution, double (*rounded)(double)) {
   Json object = {{"units", distribution.units},
@@ -256,7 +269,7 @@ Json OrNull(const std::optional<double>& figure) { return figure ? Json(*figure)
 
 Json ToJson(const LevelReport& level) {
   return {{"level", level.level},
-          {"nits", ToJson(level.nits, [](double nits) { return nits; })},
+          {"nits", ToJson(level.nits, AsItIs)},
           {"jnd", ToJson(level.jnd, SixDecimals)},
           {"mean_curve_error_jnd",
            {{"rms", SixDecimals(level.mean_curve_rms)}, {"largest", SixDecimals(level.mean_curve_largest)}}},
@@ -316,13 +329,13 @@ std::string CsvNumber(const std::optional<double>& figure) {
   return figure && std::isfinite(*figure) ? fmt::format(",{}", *figure) : ",";
 }
 
-std::string CsvFields(const Distribution& distribution) {
+std::string CsvFields(const Distribution& distribution, double (*rounded)(double)) {
   std::string fields = fmt::format(",{}", distribution.units);
   for (const double figure : {distribution.mean, distribution.deviation, distribution.least, distribution.greatest}) {
-    fields += CsvNumber(figure);
+    fields += CsvNumber(rounded(figure));
   }
   for (const double percentile : distribution.percentiles) {
-    fields += CsvNumber(percentile);
+    fields += CsvNumber(rounded(percentile));
   }
   return fields;
 }
@@ -334,9 +347,10 @@ void PrintCsv(const LotReport& report) {
     for (size_t place = 0; place < report.lot.tables[i].size(); ++place) {
       const LevelReport level = report.At(i, place);
       fmt::print("{},{},{}{}{}", JsonModeOf(kMeasuredTables[i].hdr), kMeasuredTables[i].coverage, level.level,
-                 CsvFields(level.nits), CsvFields(level.jnd));
-      for (const auto& figure : {std::optional(level.mean_curve_rms), std::optional(level.mean_curve_largest),
-                                 level.lower, level.upper, level.capability.cp, level.capability.cpk}) {
+                 CsvFields(level.nits, AsItIs), CsvFields(level.jnd, SixDecimals));
+      for (const auto& figure :
+           {std::optional(SixDecimals(level.mean_curve_rms)), std::optional(SixDecimals(level.mean_curve_largest)),
+            level.lower, level.upper, level.capability.cp, level.capability.cpk}) {
         fmt::print("{}", CsvNumber(figure));
       }
       fmt::print("\n");
@@ -360,11 +374,12 @@ class LotPicture {
 
   Plot Draw() const {
     const bool dark = levels_.front().nits.least <= 0.0;
-    return {fmt::format("{}: {} units", kMeasuredTables[table_].name, report_.lot.units),
-            "client level",
-            {Pane("luminance", "nits", !dark, [](double nits, double) { return nits; }),
-             Pane("deviation", "%", false, [](double nits, double median) { return 100.0 * (nits / median - 1.0); })},
-            false};
+    return {
+        fmt::format("{}: {} units", kMeasuredTables[table_].name, report_.lot.units),
+        "client level",
+        {Pane("luminance", "nits", !dark, [](double nits, double) { return nits; }),
+         Pane("deviation", "%", false, [](double nits, double median) { return PercentOf(median, nits - median); })},
+        false};
   }
 
  private:
@@ -432,6 +447,21 @@ void WritePicture(const LotReport& report, const LotOptions& options) {
   WriteText(options.output, Drawn(picture.Draw(), PictureFormatOf(options.output, "")));
 }
 
+/// \throws Failure if the mean would be one of the units in a folder: it would replace a unit, or count next time.
+void KeepOutOfFolders(const LotOptions& options) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path output = fs::weakly_canonical(options.output, error);
+  for (const std::string& input : options.inputs) {
+    const fs::path folder = fs::weakly_canonical(input, error);
+    const auto end = std::mismatch(folder.begin(), folder.end(), output.begin(), output.end()).first;
+    if (fs::is_directory(folder, error) && end == folder.end()) {
+      throw Failure(fmt::format("{}: found the mean in the lot's folder {}, expected it elsewhere",
+                                Printable(options.output), Printable(input)));
+    }
+  }
+}
+
 void CheckOptions(const LotOptions& options) {
   if (options.mean && options.output.empty()) {
     throw Failure("--mean: expected -o FILE, which gets the calibration");
@@ -441,6 +471,9 @@ void CheckOptions(const LotOptions& options) {
   }
   if (!options.mean && !options.partial && !options.output.empty()) {
     PictureFormatOf(options.output, "");
+  }
+  if (options.mean && options.output != "-") {
+    KeepOutOfFolders(options);
   }
   KeepInputs(options.inputs, options.output);
   KeepInputs({options.levels, options.lower, options.upper}, options.output);
@@ -498,7 +531,7 @@ void AddLotCommand(CLI::App* app, CapturedLog* log) {
       .Add("--levels", &options->levels,
            "Client levels to compare: FIRST..LAST, FIRST..LAST:STEP, or a file with one on each line; default: those "
            "at\n"
-           "which the first unit was measured")
+           "which the units were measured")
       .Takes("LEVELS");
   command.Add("--lower", &options->lower, "CSV file of lower limits: columns level and lower, maybe coverage and mode")
       .Takes("FILE");

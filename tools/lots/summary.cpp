@@ -81,7 +81,7 @@ void LotSummary::Add(const Unit& unit) {
 
 void LotSummary::Merge(const LotSummary& other) {
   if (const char* const what = DifferenceOf(shape, other.shape)) {
-    throw Failure(fmt::format("found a partial result of a lot with other {}", what));
+    throw Failure(fmt::format("found a lot with other {}", what));
   }
   units += other.units;
   rejected.Merge(other.rejected);
