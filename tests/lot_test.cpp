@@ -177,10 +177,10 @@ std::vector<Unit> AnyUnits(size_t count) {
   std::normal_distribution<double> scatter(1.0, 0.03);
   std::vector<Unit> units;
   for (size_t i = 0; i < count; ++i) {
+    const std::string name = "u" + std::to_string(random() % count);
     const double factor = scatter(random);
-    units.push_back(UnitWith("u" + std::to_string(random() % count),
-                             {0.05 * factor, 300.0 * factor * scatter(random), std::round(50.0 * factor) / 7.0,
-                              3900.0 * factor, random() % 10 == 0 ? 1e-3 : 0.0}));
+    units.push_back(UnitWith(name, {0.051 * factor, 300.0 * factor * scatter(random), std::round(50.0 * factor) / 7.0,
+                                    3900.0 * factor, random() % 10 == 0 ? 1e-3 : 0.0}));
     units.back().gamma = 2.2 * scatter(random);
     units.back().panel_levels[1] = static_cast<uint32_t>(random());
   }
@@ -457,7 +457,8 @@ TEST(PartialResult, KeepsNamesOfAnyBytes) {
   const LotSummary lot = LotOf({UnitWith("a\x1b[31m\x01/\xc3\xa9.xml", {1.0}), UnitWith("latin\xe9.xml", {2.0})});
   const std::string line = JsonLine(PartialResultOf(lot));
   EXPECT_TRUE(std::all_of(line.begin(), line.end(), [](char c) { return c >= ' ' && c <= '~'; })) << line;
-  const auto& darkest = ReadPartialResult(line, "x.json").tables[0][0].darkest.All();
+  const LotSummary read = ReadPartialResult(line, "x.json");
+  const auto& darkest = read.tables[0][0].darkest.All();
   EXPECT_EQ(darkest[0].unit, "a\x1b[31m\x01/\xc3\xa9.xml");
   EXPECT_EQ(darkest[1].unit, "latin\xef\xbf\xbd.xml");
 }
