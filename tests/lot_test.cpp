@@ -177,10 +177,9 @@ LotShape ShapeWith(size_t levels) {
 Unit UnitWith(const std::string& name, const std::vector<double>& nits) {
   Unit unit = {name, 2.2, 0.9, {0, 1, 2}, {}, {}};
   unit.nits.fill(nits);
-  std::vector<double> jnd;
-  for (const double each : nits) {
-    jnd.push_back(RoughJndIndexOfNits(each).value_or(kNan));
-  }
+  std::vector<double> jnd(nits.size());
+  std::transform(nits.begin(), nits.end(), jnd.begin(),
+                 [](double each) { return RoughJndIndexOfNits(each).value_or(kNan); });
   unit.jnd.fill(jnd);
   return unit;
 }
@@ -321,7 +320,8 @@ TEST(Lot, WithOneUnitHasNoScatterAndItsOwnFigures) {
 TEST(Lot, KeepsTheExtremeUnitsByLuminanceAndName) {
   std::vector<Unit> units;
   for (size_t i = 0; i < 100; ++i) {
-    units.push_back(UnitWith(std::string(1, static_cast<char>('A' + i % 50)), {static_cast<double>(i / 10)}));
+    units.push_back(
+        UnitWith(std::string(1, static_cast<char>('A' + i % 50)), {std::floor(static_cast<double>(i) / 10.0)}));
   }
   const LotSummary lot = LotOf(units);
   const auto listed = [](const Extremes& extremes) {
@@ -577,7 +577,7 @@ TEST(Lot, RefusesThePartsOfOthers) {
   const LotSummary lot = LotOf({UnitWith("a", {1.0, 2.0})});
   const auto told = [&](LotShape shape) {
     LotSummary merged = lot;
-    const std::string failure = FailureOf([&] { merged.Merge(LotSummary(std::move(shape))); });
+    std::string failure = FailureOf([&] { merged.Merge(LotSummary(std::move(shape))); });
     ExpectSame(merged, lot);
     return failure;
   };

@@ -66,9 +66,9 @@ double ExactSum::Mean(uint64_t count) const {
 std::vector<double> ExactSum::Terms() const {
   std::vector<double> terms;
   ExactSum rest = *this;
-  for (double value = rest.Value(); value != 0.0; value = rest.Value()) {
-    terms.push_back(value);
-    rest.Add(-value);
+  while (!rest.terms_.empty()) {
+    terms.push_back(rest.Value());
+    rest.Add(-terms.back());
   }
   return terms;
 }

@@ -142,10 +142,8 @@ class Value {
     if (values.size() > kMostTerms) {
       Fail(fmt::format("at most {} numbers", kMostTerms));
     }
-    std::vector<double> terms;
-    for (const Value& each : values) {
-      terms.push_back(each.Number());
-    }
+    std::vector<double> terms(values.size());
+    std::transform(values.begin(), values.end(), terms.begin(), [](const Value& each) { return each.Number(); });
     return ExactSum(terms);
   }
 
