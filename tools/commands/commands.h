@@ -23,6 +23,9 @@ void AddShowCommand(CLI::App* app, CapturedLog* log);
 void AddStepsCommand(CLI::App* app, CapturedLog* log);
 void AddVerifyCommand(CLI::App* app, CapturedLog* log);
 
+/// Analyses a gauge study; opens no calibration.
+void AddGaugeCommand(CLI::App* app);
+
 /// Drives a panel and a meter; opens no calibration.
 void AddMeasureCommand(CLI::App* app);
 
