@@ -59,6 +59,10 @@ class ExactSums:
         sums._terms += [np.array(row) for row in rows]
         return sums
 
+    def rough_means(self, counts: Integers) -> Floats:
+        """The mean of each column, to the last bits; 0 where the count is 0."""
+        return np.asarray(sum(reversed(self._terms), np.zeros(counts.shape)) / np.maximum(counts, 1))
+
     def means(self, counts: Integers) -> Floats:
         """The mean of each column, rounded once; NaN where the count is 0."""
         columns = zip(zip(*self._terms), counts.tolist())
@@ -97,11 +101,11 @@ class Moments:
     def merge(self, other: Moments) -> None:
         counts = self.counts + other.counts
         both = (self.counts > 0) & (other.counts > 0)
-        distance = np.where(both, other.means() - self.means(), 0.0)
+        distance = np.where(both, other.sums.rough_means(other.counts) - self.sums.rough_means(self.counts), 0.0)
         self.squares += other.squares + distance * distance * (self.counts * other.counts / np.maximum(counts, 1))
         self.sums.merge(other.sums)
         self.counts = counts
-        self._means = np.nan_to_num(self.means())
+        self._means = self.sums.rough_means(counts)
 
     def means(self) -> Floats:
         return self.sums.means(self.counts)
@@ -115,7 +119,7 @@ class Moments:
     def of(cls, counts: Integers, sums: ExactSums, squares: Floats) -> Moments:
         moments = cls(len(counts))
         moments.counts, moments.sums, moments.squares = counts, sums, squares
-        moments._means = np.nan_to_num(moments.means())
+        moments._means = sums.rough_means(counts)
         return moments
 
 
