@@ -41,7 +41,8 @@ def main():
 
 def of_tool(folder):
     started = time.perf_counter()
-    done = subprocess.run([os.environ["BLNITS_TOOL"], "lot", folder, "--partial"], check=True, stdout=subprocess.PIPE)
+    command = [os.environ["BLNITS_TOOL"], "lot", folder, "--partial"]
+    done = subprocess.run(command, check=True, capture_output=True)
     print(f"blnits lot: {time.perf_counter() - started:.1f} s")
     return lot.Summary.from_json(done.stdout)
 
