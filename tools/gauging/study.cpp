@@ -91,7 +91,7 @@ class StudyReader {
 
   std::string NameOf(uint32_t level, const Cell& cell) const {
     const auto& [part, by, trial] = cell;
-    return fmt::format("part \"{}\", operator \"{}\", trial \"{}\"{}", Shown(part), Shown(by), Shown(trial),
+    return fmt::format(R"(part "{}", operator "{}", trial "{}"{})", Shown(part), Shown(by), Shown(trial),
                        rows_.Has(kLevel) ? fmt::format(" at level {}", level) : "");
   }
 
