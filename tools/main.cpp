@@ -41,10 +41,9 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "blnits " BLNITS_VERSION);
   app.footer(
-      "Exit status: 0 for success; 1 when check finds an error, diff, verify or gauge exceeds a limit, measure misses "
-      "a\n"
-      "reading, lot --strict rejects a file, or the verdict of report is a fail; 2 for wrong usage, a refused file or\n"
-      "level, or output that cannot be written.\n"
+      "Exit status: 0 for success; 1 when check finds an error, diff, verify or gauge exceeds a limit, measure misses\n"
+      "a reading, lot --strict rejects a file, or the verdict of report is a fail; 2 for wrong usage, a refused file\n"
+      "or level, or output that cannot be written.\n"
       "Each subcommand has a --help with an example. Begin with: blnits check samples/*.xml");
   blnits::AddCheckCommand(&app, &log);
   blnits::AddNitsCommand(&app, &log);
