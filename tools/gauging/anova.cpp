@@ -99,7 +99,7 @@ Anova AnovaOf(const CrossedDesign& design, const std::vector<double>& readings) 
 
 Gauge GaugeOf(const Anova& anova, const CrossedDesign& design, double alpha) {
   Gauge gauge = {};
-  gauge.f = anova.interaction.MeanSquare() / anova.repeatability.MeanSquare();
+  gauge.f = Ratio(anova.interaction.MeanSquare(), anova.repeatability.MeanSquare());
   gauge.p = Tail(gauge.f, anova.interaction, anova.repeatability);
   gauge.pooled = gauge.p > alpha;
   Variation error = anova.repeatability;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 namespace blnits {
@@ -35,6 +36,12 @@ struct Anova {
 /// \param readings by part, then operator, then trial; as many as the design has. Any thread.
 Anova AnovaOf(const CrossedDesign& design, const std::vector<double>& readings);
 
+/// a / b, of numbers that are not negative: infinite if only b is 0, NaN if both are.
+inline double Ratio(double a, double b) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  return b != 0.0 ? a / b : a * kInfinity;
+}
+
 /// What a gauge study says about a measurement, by the ANOVA method. Standard deviations are in the unit of the readings.
 struct Gauge {
   double f;                ///< Mean squares of interaction / repeatability; NaN if both are 0.
@@ -47,13 +54,13 @@ struct Gauge {
   double total = 0.0;      ///< TV.
 
   /// A standard deviation in per cent of the total one; NaN if that is 0.
-  double PercentOfTotal(double deviation) const { return 100.0 * deviation / total; }
+  double PercentOfTotal(double deviation) const { return Ratio(100.0 * deviation, total); }
 
   /// The same for variances.
-  double Contribution(double deviation) const { return 100.0 * (deviation / total) * (deviation / total); }
+  double Contribution(double deviation) const { return 100.0 * Ratio(deviation, total) * Ratio(deviation, total); }
 
   /// Number of distinct categories before it is rounded down: 1.41 PV / GRR; infinite or NaN if GRR is 0.
-  double Categories() const { return 1.41 * part / grr; }
+  double Categories() const { return Ratio(1.41 * part, grr); }
 };
 
 /// \param alpha the interaction is significant if its p is at most this. Any thread.
