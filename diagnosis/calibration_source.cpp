@@ -103,6 +103,14 @@ std::vector<SourceValue> CalibrationSource::Values(const Path& path) const {
   return values;
 }
 
+std::vector<SourceValue> CalibrationSource::TakeValues(const Path& path) {
+  const XMLElement* const list = Find(path);
+  if (list != nullptr && list->GetUserData() != nullptr) {
+    return std::move(static_cast<PlainList*>(list->GetUserData())->values);
+  }
+  return Values(path);
+}
+
 std::optional<SourceValue> CalibrationSource::Attribute(const char* name) const {
   const tinyxml2::XMLAttribute* const attribute = root_ != nullptr ? root_->FindAttribute(name) : nullptr;
   if (attribute == nullptr) {

@@ -44,6 +44,9 @@ class CalibrationSource {
   /// The values of the list at `path`; empty if the list is missing.
   std::vector<SourceValue> Values(const Path& path) const;
 
+  /// The same, once: a copy of a large list takes time. Values() finds no plain list any more.
+  std::vector<SourceValue> TakeValues(const Path& path);
+
   /// An attribute of the root; empty if it is missing.
   std::optional<SourceValue> Attribute(const char* name) const;
 

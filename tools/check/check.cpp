@@ -53,9 +53,9 @@ CheckReport Check(const std::string& file, const std::vector<std::string>& disab
   tell("loading");
   try {
     Panel panel = Panel::FromFile(file, log);
-    const CalibrationSource source(file, true);
+    CalibrationSource source(file, true);
     CheckNames(source, &findings);
-    Subject subject(source, &panel);
+    Subject subject(&source, &panel);
     report.loads = true;
     tell("numbers of");
     CheckNumbers(&subject, &findings);
@@ -66,9 +66,9 @@ CheckReport Check(const std::string& file, const std::vector<std::string>& disab
     tell("conversions of");
     CheckConversions(subject, log, &findings);
   } catch (const LoadFailure& failure) {
-    const CalibrationSource source(file);
+    CalibrationSource source(file);
     CheckNames(source, &findings);
-    Subject subject(source, nullptr);
+    Subject subject(&source, nullptr);
     CheckNumbers(&subject, &findings);
     AddRefusal(source, failure.words, &findings);
   }

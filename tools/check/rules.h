@@ -27,9 +27,9 @@ struct TableInFile {
 
 /// The file under check: each number as text and as the library reads it.
 struct Subject {
-  /// \param panel null if the library has not loaded the file.
+  /// Takes the values of the source. \param panel null if the library has not loaded the file.
   /// Source and panel must outlive the subject.
-  Subject(const CalibrationSource& source, Panel* panel);
+  Subject(CalibrationSource* source, Panel* panel);
 
   /// The table of an operation for a coverage: the 10 % table for up to 10 %, otherwise the full-screen table.
   const TableInFile& TableOf(bool hdr, uint32_t coverage) const;

@@ -6,13 +6,13 @@
 namespace blnits {
 namespace {
 
-TableInFile Read(const CalibrationSource& source, Panel* panel, const MeasuredTable& table) {
+TableInFile Read(CalibrationSource* source, Panel* panel, const MeasuredTable& table) {
   Path levels = PathOf(table);
   Path luminances = levels;
   levels.push_back(zarn::format::kPoints.first);
   luminances.push_back(zarn::format::kPoints.second);
-  return {&table, panel != nullptr ? PointsOf(panel, table) : std::vector<zarn::BlNitsPoint>(), source.Values(levels),
-          source.Values(luminances), source.LineOf(levels)};
+  return {&table, panel != nullptr ? PointsOf(panel, table) : std::vector<zarn::BlNitsPoint>(),
+          source->TakeValues(levels), source->TakeValues(luminances), source->LineOf(levels)};
 }
 
 uint32_t LevelOf(const SourceValue& value) { return static_cast<uint32_t>(std::atoi(value.text)); }
@@ -29,17 +29,17 @@ decltype(zarn::BLLinearTable::entries) PairsOf(const std::vector<SourceValue>& l
 
 }  // namespace
 
-Subject::Subject(const CalibrationSource& its_source, Panel* its_panel)
-    : source(its_source),
+Subject::Subject(CalibrationSource* its_source, Panel* its_panel)
+    : source(*its_source),
       panel(its_panel),
-      linear_levels(source.Values({zarn::format::kLinearTable.first})),
-      panel_levels(source.Values({zarn::format::kLinearTable.second})) {
+      linear_levels(its_source->TakeValues({zarn::format::kLinearTable.first})),
+      panel_levels(its_source->TakeValues({zarn::format::kLinearTable.second})) {
   if (panel != nullptr) {
     range = panel->Get<zarn::BLRange>(zarn::kBLRange);
     pairs = PairsOf(linear_levels, panel_levels);
   }
   for (size_t i = 0; i < tables.size(); ++i) {
-    tables[i] = Read(source, panel, kMeasuredTables[i]);
+    tables[i] = Read(its_source, panel, kMeasuredTables[i]);
   }
   std::stable_sort(tables.begin(), tables.end(), [](const auto& a, const auto& b) { return a.line < b.line; });
 }

@@ -67,7 +67,7 @@ class MapMaker {
       : panel_(*panel),
         options_(options),
         source_(panel->File()),
-        subject_(source_, panel),
+        subject_(&source_, panel),
         last_(subject_.range.max_os_bl) {}
 
   DisplayConfigMap Make() {
