@@ -12,7 +12,7 @@ namespace {
 using blnits::CrossedDesign;
 using blnits::Gauge;
 
-// The example of the handbooks. Its figures are published with two to six digits; the others are computed from it by hand.
+// The example of the handbooks. Its figures are published with two to six digits; the others were computed from it.
 class PublishedStudy : public testing::Test {
  protected:
   Gauge GaugeAt(double alpha, double factor = 1.0, double offset = 0.0) const {

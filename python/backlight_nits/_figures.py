@@ -102,7 +102,7 @@ class Moments:
         counts = self.counts + other.counts
         both = (self.counts > 0) & (other.counts > 0)
         distance = np.where(both, other.sums.rough_means(other.counts) - self.sums.rough_means(self.counts), 0.0)
-        self.squares += other.squares + distance * distance * (self.counts * other.counts / np.maximum(counts, 1))
+        self.squares += other.squares + distance * distance * (self.counts / np.maximum(counts, 1) * other.counts)
         self.sums.merge(other.sums)
         self.counts = counts
         self._means = self.sums.rough_means(counts)

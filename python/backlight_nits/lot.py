@@ -33,7 +33,17 @@ from ._figures import BUCKETS, SKETCH_ERROR, ExactSums, Extremes, Moments, Sketc
 from ._foreign import Foreign
 from ._panel import Panel, Path
 
-__all__ = ["Distributions", "Outlier", "Outliers", "SKETCH_ERROR", "Summary", "Table", "distributed"]
+__all__ = [
+    "Distributions",
+    "Outlier",
+    "Outliers",
+    "Rejections",
+    "SKETCH_ERROR",
+    "Summary",
+    "TABLES",
+    "Table",
+    "distributed",
+]
 
 #: The keys of the measured tables, each with its coverage in per cent and whether it is high brightness.
 TABLES = {"standard_10": (10, False), "standard_100": (100, False), "hbm_10": (10, True), "hbm_100": (100, True)}
@@ -164,7 +174,7 @@ class Summary:
         self.rejected.add(file, reason)
 
     def merge(self, other: Summary) -> Summary:
-        """Adds the figures of another part of the lot, and returns this one.
+        """Adds the figures of another part of the lot, not this one itself, and returns this one.
 
         Raises ValueError if the parts have other ranges, linear tables or levels; then nothing changes.
         """

@@ -266,3 +266,10 @@ def test_tool_and_package_read_each_other(tool, whole, paths, tmp_path):
     report = json.loads(run(half, *paths[20:38], "--format", "json"))
     assert [outlier["file"] for outlier in report["outliers"]] == [str(paths[37])]
     assert report["outliers"][0]["score"] == pytest.approx(whole.outliers().units[0].score, rel=1e-9)
+
+
+def test_counts_near_the_largest_do_not_wrap():
+    many = Moments.of(np.array([2**52]), ExactSums.from_terms([[2.0**52]]), np.array([0.0]))
+    other = Moments.of(np.array([2**52]), ExactSums.from_terms([[2.0**53]]), np.array([0.0]))
+    many.merge(other)
+    assert many.squares[0] == 2.0**51 and many.means()[0] == 1.5

@@ -44,14 +44,6 @@ struct GaugeReport {
   std::optional<Analysis> overall;  ///< In per cent; empty if a level has no luminance.
 };
 
-double MeanOf(const std::vector<double>& readings) {
-  double mean = 0.0;
-  for (const double reading : readings) {
-    mean += reading / static_cast<double>(readings.size());
-  }
-  return mean;
-}
-
 std::vector<double> InPercent(std::vector<double> readings, double of) {
   std::transform(readings.begin(), readings.end(), readings.begin(), [=](double each) { return 100.0 * each / of; });
   return readings;
@@ -97,10 +89,6 @@ std::optional<uint64_t> CategoriesOf(const Gauge& gauge) {
                            : std::nullopt;
 }
 
-std::string Text(double number, int decimals) {
-  return std::isfinite(number) ? fmt::format("{:.{}f}", number, decimals) : "-";
-}
-
 std::string Categories(const Gauge& gauge) {
   const auto categories = CategoriesOf(gauge);
   return categories ? fmt::format("{}", *categories) : "-";
@@ -130,14 +118,14 @@ void PrintAnova(const Anova& anova) {
 }
 
 void PrintGauge(const Gauge& gauge, const GaugeOptions& options, const char* unit) {
-  fmt::print("part x operator: F {}, p {}, so it {} (alpha {})\n\n", Text(gauge.f, 5), Text(gauge.p, 5),
+  fmt::print("part x operator: F {}, p {}, so it {} (alpha {})\n\n", Fixed(gauge.f, 5), Fixed(gauge.p, 5),
              gauge.pooled ? "counts as repeatability" : "is significant", options.alpha);
   fmt::print("{:<24}{:>16}{:>12}{:>16}\n", "standard deviation", unit, "% of TV", "% contribution");
   for (const auto& [name, deviation] :
        {std::pair{"repeatability EV", gauge.equipment}, std::pair{"reproducibility AV", gauge.appraiser},
         std::pair{"gauge GRR", gauge.grr}, std::pair{"parts PV", gauge.part}, std::pair{"total TV", gauge.total}}) {
-    fmt::print("{:<24}{:>16.6f}{:>12}{:>16}\n", name, deviation, Text(gauge.PercentOfTotal(deviation), 3),
-               Text(gauge.Contribution(deviation), 3));
+    fmt::print("{:<24}{:>16.6f}{:>12}{:>16}\n", name, deviation, Fixed(gauge.PercentOfTotal(deviation), 3),
+               Fixed(gauge.Contribution(deviation), 3));
   }
 }
 
@@ -153,8 +141,8 @@ void PrintLevels(const GaugeReport& report, const GaugeOptions& options) {
   for (const LevelAnalysis& each : report.levels) {
     const Gauge& gauge = each.gauge;
     fmt::print("{:>8}{:>12.4f}{:>12.6f}{:>12.6f}{:>12.6f}{:>12.6f}{:>9}{:>9}{:>5}  {}{}\n", each.level, each.mean,
-               gauge.equipment, gauge.appraiser, gauge.grr, gauge.part, Text(each.GrrPercent(), 2),
-               Text(gauge.Contribution(gauge.grr), 2), Categories(gauge), gauge.pooled ? "pooled" : "significant",
+               gauge.equipment, gauge.appraiser, gauge.grr, gauge.part, Fixed(each.GrrPercent(), 2),
+               Fixed(gauge.Contribution(gauge.grr), 2), Categories(gauge), gauge.pooled ? "pooled" : "significant",
                each.GrrPercent() > options.max_grr ? "  beyond the limit" : "");
   }
 }

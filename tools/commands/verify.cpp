@@ -129,10 +129,6 @@ Verdict Judge(const ReadingsFile& file, const VerifyRules& options, Panel* panel
   return verdict;
 }
 
-std::string Fixed(double number, int decimals) {
-  return std::isnan(number) ? "-" : fmt::format("{:.{}f}", number, decimals);
-}
-
 void PrintResiduals(const Verdict& verdict, const VerifyRules& options) {
   fmt::print("{:>10}{:>10}{:>10}{:>14}{:>14}{:>12}{:>10}{:>10}\n", "level", "coverage", "mode", "read nits",
              "calibrated", "error nits", "error %", "JND");

@@ -13,8 +13,8 @@ namespace blnits {
 /// Pairs of a linearized level and its panel level, as a calibration file has them.
 using LinearPairs = std::vector<std::pair<uint32_t, uint32_t>>;
 
-/// The fewest pairs found from which the device interpolates a dense table. \param panel_levels the whole panel level of each
-/// linearized level from 0 on, which rise. Any thread.
+/// Few pairs from which the device interpolates a dense table. \param panel_levels the whole panel level of each
+/// linearized level from 0 on. Any thread.
 LinearPairs LinearPairsOf(const std::vector<zarn::BlNitsPoint>& panel_levels);
 
 /// A linear table that makes luminance proportional to the linearized level, and how far from that it is.

@@ -7,14 +7,6 @@
 namespace blnits {
 namespace {
 
-double MeanOf(const std::vector<double>& numbers) {
-  double sum = 0.0;
-  for (const double number : numbers) {
-    sum += number;
-  }
-  return sum / static_cast<double>(numbers.size());
-}
-
 double Square(double number) { return number * number; }
 
 /// The distances of readings from their mean: luminances scatter by far less than they are.
@@ -60,6 +52,14 @@ double Tail(double f, const Variation& above, const Variation& below) {
 double Root(double variance) { return std::sqrt(std::max(variance, 0.0)); }
 
 }  // namespace
+
+double MeanOf(const std::vector<double>& numbers) {
+  double sum = 0.0;
+  for (const double number : numbers) {
+    sum += number;
+  }
+  return sum / static_cast<double>(numbers.size());
+}
 
 void Anova::Add(const Anova& other) {
   for (const auto line : {&Anova::part, &Anova::operators, &Anova::interaction, &Anova::repeatability, &Anova::total}) {

@@ -22,6 +22,9 @@ struct Variation {
   double MeanSquare() const { return freedom > 0.0 ? squares / freedom : 0.0; }
 };
 
+/// \param numbers at least one. Any thread.
+double MeanOf(const std::vector<double>& numbers);
+
 /// The analysis of variance of a crossed study. Studies of the same design add up.
 struct Anova {
   Variation part;

@@ -11,7 +11,7 @@ class ExactSum {
  public:
   ExactSum() = default;
 
-  /// \param terms numbers whose sum this is, in any order. Implicitly, a sum of none is 0.
+  /// \param terms numbers whose sum this is, in any order; none for 0.
   explicit ExactSum(const std::vector<double>& terms);
 
   void Add(double value);

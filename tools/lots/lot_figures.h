@@ -13,6 +13,7 @@ namespace blnits {
 
 /// The shares whose percentiles reports have.
 inline constexpr std::array kShares = {0.01, 0.05, 0.5, 0.95, 0.99};
+inline constexpr size_t kMedian = 2;  ///< The index of the median among them.
 
 /// The distribution of one quantity over the units of a lot. NaN: not defined.
 struct Distribution {
@@ -28,10 +29,9 @@ struct Distribution {
 struct LevelReport {
   uint32_t level;
   Distribution nits;
-  Distribution jnd;  ///< JND indices.
-  // The error if each unit had the mean's luminance, in JND; NaN if the mean has no JND index.
-  double mean_curve_rms;
-  double mean_curve_largest;
+  Distribution jnd;             ///< JND indices.
+  double mean_curve_rms;        ///< The error if each unit had the mean's luminance, in JND,
+  double mean_curve_largest;    ///< and the largest one; both NaN if the mean has no JND index.
   std::optional<double> lower;  ///< In nits.
   std::optional<double> upper;
   Capability capability;
@@ -43,10 +43,11 @@ struct LotLimits {
   Limits upper;
 };
 
-/// \param table index in kMeasuredTables. \param place index of a level of that table. \param lot has a unit. Any thread.
+/// \param lot has a unit. \param table index in kMeasuredTables. \param place index of a level of that table.
+/// Any thread.
 LevelReport ReportOn(const LotSummary& lot, size_t table, size_t place, const LotLimits& limits);
 
-/// The calibration file of a unit with the mean of everything. \param lot has a unit, and levels in each table. Any thread.
+/// The text of the calibration file of the mean. \param lot has a unit. Any thread.
 std::string MeanCalibrationOf(const LotSummary& lot);
 
 }  // namespace blnits

@@ -1,5 +1,7 @@
 #include "lots/lot_reader.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <condition_variable>
 #include <cstdint>
@@ -147,6 +149,40 @@ class Workers {
 };
 
 }  // namespace
+
+LotShape CommonShape(const UnitFiles& files, const std::vector<uint32_t>& levels, CapturedLog* log) {
+  constexpr size_t kMostTried = 100;
+  size_t count = 0;
+  std::vector<std::pair<LotShape, size_t>> shapes;  // Each with its number of files.
+  std::vector<std::string> reasons;
+  for (const std::string& path : FirstPaths(files, kMostTried, &count)) {
+    try {
+      Panel panel = Panel::FromFile(path, log);
+      const LotShape shape = ShapeOf(&panel, levels);
+      const auto known = std::find_if(shapes.begin(), shapes.end(),
+                                      [&](const auto& each) { return DifferenceOf(each.first, shape) == nullptr; });
+      if (known == shapes.end()) {
+        shapes.emplace_back(shape, 1);
+      } else {
+        ++known->second;
+      }
+    } catch (const Failure& failure) {
+      reasons.emplace_back(failure.what());
+    }
+  }
+  if (count == 0) {
+    throw Failure("lot: found no calibration file, expected files or folders with files that end with .xml");
+  }
+  if (shapes.empty()) {
+    constexpr size_t kMostReasons = 10;
+    const size_t told = std::min(reasons.size(), kMostReasons);
+    throw Failure(fmt::format("lot: none of the first {} of {} files can be used", reasons.size(), count),
+                  {reasons.begin(), reasons.begin() + static_cast<ptrdiff_t>(told)});
+  }
+  return std::max_element(shapes.begin(), shapes.end(),
+                          [](const auto& a, const auto& b) { return a.second < b.second; })
+      ->first;
+}
 
 void ReadUnits(UnitFiles* files, const LotShape& shape, CapturedLog* log,
                const std::function<void(const Unit& unit)>& counted,

@@ -1,13 +1,19 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "lots/unit.h"
 #include "lots/unit_files.h"
 #include "support/captured_log.h"
 
 namespace blnits {
+
+/// The shape that most of the first 100 files have, by the bytes of their paths: one odd unit must not reject the others.
+/// \param levels as in ShapeOf(). \throws Failure if there is no file, or if none of them can be used.
+LotShape CommonShape(const UnitFiles& files, const std::vector<uint32_t>& levels, CapturedLog* log);
 
 /// Reads the units of a lot on all processors. Calls the functions from the caller's thread, one at a time, in the order
 /// of the files.

@@ -8,8 +8,8 @@
 
 namespace blnits {
 
-/// Count, mean and scatter of numbers, in one pass. Merging in any order gives the same count and sum, and the same scatter
-/// to about 1e-14 of its value. One thread at a time.
+/// Count, mean and scatter of numbers, in one pass. Merging in any order gives the same count and sum, and the same
+/// scatter to about 1e-14 of its value. One thread at a time.
 class Moments {
  public:
   Moments() = default;

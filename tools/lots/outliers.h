@@ -22,8 +22,8 @@ struct Outliers {
   bool complete = true;        ///< False: more units may be out, because a list of extremes has no other unit.
 };
 
-/// The units with a score whose magnitude is above `threshold`, each with its greatest one over all tables and levels. A
-/// table without spread has none. Any thread.
+/// The units with a score whose magnitude is above `threshold`, each with its greatest one over all tables and levels.
+/// A level at which the median unit is black has no scores. Any thread.
 Outliers OutliersOf(const LotSummary& lot, double threshold);
 
 }  // namespace blnits

@@ -105,8 +105,6 @@ class Value {
     return values;
   }
 
-  bool IsNull() const { return json_->is_null(); }
-
   std::string Text() const {
     if (!json_->is_string()) {
       Fail("a text");
@@ -278,6 +276,10 @@ LotSummary LotIn(const Value& object) {
 
 }  // namespace
 
+Json ToJson(const zarn::BLRange& range) {
+  return {{"minimum_bl", range.minimum_bl}, {"max_bl", range.max_bl}, {"max_os_bl", range.max_os_bl}};
+}
+
 Json ToJson(const Rejections& rejected) {
   auto first = Json::array();
   for (const auto& [file, reason] : rejected.first) {
@@ -289,8 +291,7 @@ Json ToJson(const Rejections& rejected) {
 Json PartialResultOf(const LotSummary& lot) {
   const std::vector<std::string> names = NamesIn(lot);
   Json object = JsonReport(kSchema);
-  const auto& range = lot.shape.range;
-  object["range"] = {{"minimum_bl", range.minimum_bl}, {"max_bl", range.max_bl}, {"max_os_bl", range.max_os_bl}};
+  object["range"] = ToJson(lot.shape.range);
   object["units"] = lot.units;
   object["rejected"] = ToJson(lot.rejected);
   object["gamma"] = lot.gamma.Terms();

@@ -7,9 +7,12 @@
 
 namespace blnits {
 
-/// The figures of a lot as a JSON object, docs/schemas/lot_partial.json. Equal figures give equal objects but for the last
-/// digits of the scatter. Any thread.
+/// The figures of a lot as a JSON object, docs/schemas/lot_partial.json. Equal figures give equal objects but for the
+/// last digits of the scatter. Any thread.
 nlohmann::ordered_json PartialResultOf(const LotSummary& lot);
+
+/// The range under its names in calibration files. Any thread.
+nlohmann::ordered_json ToJson(const zarn::BLRange& range);
 
 /// {"count": 2, "first": [{"file": ..., "reason": ...}]}. Any thread.
 nlohmann::ordered_json ToJson(const Rejections& rejected);

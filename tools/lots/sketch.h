@@ -9,9 +9,9 @@
 
 namespace blnits {
 
-/// The distribution of luminances, as counts in buckets. A bucket holds the doubles with the same sign, exponent and first
-/// 11 bits of the mantissa, so that its middle is within kError of each of them; the first one, with luminances below
-/// 1e-311 nits, stands for 0. Merging adds counts, which is exact in any order. Memory grows with the number of different buckets. One thread at a time.
+/// The distribution of luminances, as counts in buckets. A bucket holds the doubles with the same exponent and the same
+/// first 11 bits of the mantissa, so its middle is within kError of each of them. The first bucket stands for 0. Merging
+/// adds counts, which is exact in any order. Memory grows with the number of different buckets. One thread at a time.
 class Sketch {
  public:
   /// The largest error of Percentile(), as a share of the luminance.

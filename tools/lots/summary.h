@@ -41,8 +41,8 @@ struct Rejections {
   static constexpr size_t kMostTold = 100;
 
   uint64_t count = 0;
-  std::map<std::string, std::string>
-      first;  ///< The reasons of the first kMostTold, by the bytes of their files' names.
+  /// The reasons of the first kMostTold, by the bytes of their files' names.
+  std::map<std::string, std::string> first;
 
   void Add(const std::string& file, const std::string& reason);
   void Merge(const Rejections& other);

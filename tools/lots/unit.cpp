@@ -44,26 +44,31 @@ std::vector<uint32_t> MeasuredLevels(Panel* panel, const MeasuredTable& table, u
   throw Failure(fmt::format("{}: {}", Printable(path), reason));
 }
 
+bool IsSame(const zarn::BLRange& a, const zarn::BLRange& b) {
+  return a.minimum_bl == b.minimum_bl && a.max_bl == b.max_bl && a.max_os_bl == b.max_os_bl;
+}
+
 void CheckRange(const std::string& path, const zarn::BLRange& found, const zarn::BLRange& expected) {
   const auto words = [](const zarn::BLRange& range) {
     return fmt::format("minimum_bl {}, max_bl {}, max_os_bl {}", range.minimum_bl, range.max_bl, range.max_os_bl);
   };
-  if (words(found) != words(expected)) {
+  if (!IsSame(found, expected)) {
     Refuse(path, fmt::format("found {}, expected the lot's {}", words(found), words(expected)));
   }
 }
 
-// A negative luminance has no bucket. Far above what any panel has, sums would overflow.
+constexpr double kMost = 1e9;  // Far above what any panel has, sums would overflow.
+
+// A negative luminance has no bucket.
 void CheckLuminances(const std::string& path, const MeasuredTable& table, const std::vector<uint32_t>& levels,
                      const std::vector<double>& nits) {
-  constexpr double kMostNits = 1e9;
   for (size_t i = 0; i < nits.size(); ++i) {
     if (std::isnan(nits[i])) {
       Refuse(path, fmt::format("{}: the device refuses level {}", table.name, levels[i]));
     }
-    if (!(nits[i] >= 0.0 && nits[i] <= kMostNits)) {
+    if (!(nits[i] >= 0.0 && nits[i] <= kMost)) {
       Refuse(path,
-             fmt::format("{}: found {} nits at level {}, expected 0 to {}", table.name, nits[i], levels[i], kMostNits));
+             fmt::format("{}: found {} nits at level {}, expected 0 to {}", table.name, nits[i], levels[i], kMost));
     }
   }
 }
@@ -79,10 +84,7 @@ std::vector<double> JndOf(const std::vector<double>& nits) {
 }  // namespace
 
 const char* DifferenceOf(const LotShape& a, const LotShape& b) {
-  const auto range = [](const LotShape& shape) {
-    return std::array{shape.range.minimum_bl, shape.range.max_bl, shape.range.max_os_bl};
-  };
-  return range(a) != range(b)                 ? "backlight ranges"
+  return !IsSame(a.range, b.range)            ? "backlight ranges"
          : a.linear_levels != b.linear_levels ? "lengths of the linear tables"
          : a.levels != b.levels               ? "levels; give --levels to all of them"
                                               : nullptr;
@@ -111,7 +113,7 @@ Unit ReadUnit(const std::string& path, const LotShape& shape, CapturedLog* log) 
                              shape.linear_levels));
   }
   for (const double number : {unit.gamma, unit.pcc_thresh}) {
-    if (!(std::abs(number) <= 1e9)) {
+    if (!(std::abs(number) <= kMost)) {
       Refuse(path,
              fmt::format("found gamma {} and pcc_thresh {}, expected finite numbers", unit.gamma, unit.pcc_thresh));
     }

@@ -9,9 +9,8 @@
 namespace blnits {
 
 /// The calibration files of a lot, one after the other: files as they are given, and all files that end with ".xml" in
-/// folders and the folders in them, in the order in which the file system has them. Links to folders inside a folder are
-/// not followed. A folder that cannot be read is itself one of the paths, and the library refuses it. Keeps no list. One
-/// thread at a time.
+/// folders and the folders in them, in the file system's order. Does not follow links to folders inside a folder. A folder
+/// that cannot be read is itself one of the paths, and the library refuses it. Keeps no list. One thread at a time.
 class UnitFiles {
  public:
   /// \param inputs paths of files and folders.

@@ -47,6 +47,10 @@ std::string DecimalText(double number) {
   return {text.data(), end};
 }
 
+std::string Fixed(double number, int decimals) {
+  return std::isfinite(number) ? fmt::format("{:.{}f}", number, decimals) : "-";
+}
+
 template <class Number>
 Number NumberIn(const std::string& text, const std::string& source, size_t line, const std::string& what) {
   Number number = {};

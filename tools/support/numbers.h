@@ -17,6 +17,9 @@ bool IsNumber(const std::string& text);
 /// The shortest decimal text that reads back as the same number, without an exponent. \param number finite.
 std::string DecimalText(double number);
 
+/// A figure for people, with so many decimals; "-" if it is not finite.
+std::string Fixed(double number, int decimals);
+
 /// Calls `use` with each number of a stream, one on each line. Skips blank lines. `Number` is uint32_t or double.
 /// \param source name of the stream in messages. \param what description of a line, such as "a backlight level".
 /// \throws Failure that names source and line if a line is not a number, finite, in range and, for levels, whole.

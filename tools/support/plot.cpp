@@ -187,7 +187,8 @@ std::string Data(const std::string& name, const PlotBand& band) {
   return data + "END\n";
 }
 
-/// The script of one pane. Bands are behind the lines, which come next: a text terminal then gives each line its own character.
+/// The script of one pane. Bands are behind the lines. Lines are before all others: a text terminal then gives each line
+/// its own character.
 std::string ScriptOf(const PlotPane& pane, const Axis& levels, const Device& device, Texts* texts) {
   const Axis values = ValuesOf(pane, device.value_tics);
   std::string data;
