@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <limits>
 #include <vector>
 
 #include "foreign_text.h"
@@ -85,9 +84,9 @@ Capability CapabilityOf(double mean, double deviation, std::optional<double> low
   if (lower && upper) {
     capability.cp = (*upper - *lower) / (6.0 * deviation);
   }
-  constexpr double kFar = std::numeric_limits<double>::infinity();
-  const double nearer = std::min(lower ? mean - *lower : kFar, upper ? *upper - mean : kFar);
-  capability.cpk = nearer / (3.0 * deviation);
+  const double above = lower ? mean - *lower : *upper - mean;
+  const double below = upper ? *upper - mean : above;
+  capability.cpk = std::min(above, below) / (3.0 * deviation);
   return capability;
 }
 
