@@ -109,7 +109,8 @@ size_t FindLongReference(std::string_view text) {
   return std::string_view::npos;
 }
 
-constexpr const char* kSpace = " \t\n\v\f\r";
+// As isspace in the C locale.
+bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Scans a file's text as the XML reader does, and finds what would cost the reader too much time, memory or stack. The
 // scan may find a fault after the place where the reader stops at an error; the file is refused in either case.
@@ -142,7 +143,7 @@ class Scan {
   // The reader drops white space between two tags.
   LoadFault TakeText() {
     const std::string_view text = TakeUntil(text_.find('<', at_));
-    if (text.find_first_not_of(kSpace) == std::string_view::npos) {
+    if (std::all_of(text.begin(), text.end(), IsSpace)) {
       return LoadFault::kNone;
     }
     return HasLongReference(text) ? LoadFault::kReferenceTooLong : AddNode();
@@ -172,8 +173,8 @@ class Scan {
 
   // The reader takes "</a/>" for an empty element, and allows white space in front of the first slash.
   LoadFault AddElement(std::string_view tag) {
-    const size_t name = tag.find_first_not_of(kSpace, 1);
-    const bool closing = name != std::string_view::npos && tag[name] == '/';
+    const auto name = static_cast<size_t>(std::find_if_not(tag.begin() + 1, tag.end(), IsSpace) - tag.begin());
+    const bool closing = name < tag.size() && tag[name] == '/';
     const bool empty = tag[tag.size() - std::min<size_t>(tag.size(), 2)] == '/';
     if (closing && !empty) {
       depth_ -= std::min<size_t>(depth_, 1);

@@ -164,6 +164,7 @@ int BackLightNitsParserImp::BackLightsToNitsTableParse(XMLElement* element, Back
   }
   const XMLElement* const nits_list = FindChild(element, format::kPoints.second, __func__, " node");
   std::vector<double> nits;
+  nits.reserve(bl.size());
   if (nits_list == nullptr || !ReadValueList(*nits_list, __func__, "nits", &nits)) {
     return -EINVAL;
   }
