@@ -15,6 +15,11 @@ using namespace blnits;
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
+/// What a small table may have.
+const std::vector<uint32_t> kLevels = {0, 1, 2, 3, 5, 8, 9, 10, 15, 20, 30, 4294967295U};
+const std::vector<double> kLuminances = {0.0,  -0.0,  1.0,    2.0,       2.0000000000000004, 3.5,
+                                         -5.0, 1e308, 5e-324, kInfinity, -kInfinity,         kNan};
+
 /// A panel whose tables have up to `most` points. The choice is small: levels and luminances are often equal, falling or
 /// next to each other.
 Calibration AnyPanel(std::mt19937* random, uint32_t last, size_t most, const std::vector<uint32_t>& levels,
@@ -58,14 +63,12 @@ class Survey : public testing::Test {
 };
 
 TEST_F(Survey, PanelConvertsAsTheInterfaceDoes) {
-  const std::vector<double> nits = {0.0,  -0.0,  1.0,    2.0,       2.0000000000000004, 3.5,
-                                    -5.0, 1e308, 5e-324, kInfinity, -kInfinity,         kNan};
   const std::vector<double> wanted = {0.0,  -0.0, 0.4, 1.0,   1.5,    2.0,       2.0000000000000004, 3.0, 3.5,
                                       -3.0, -5.0, 7.0, 1e308, 5e-324, kInfinity, -kInfinity,         kNan};
   std::mt19937 random(20261123);  // NOLINT(cert-msc51-cpp): the same in every run
   for (int round = 0; round < 200; ++round) {
     SCOPED_TRACE(round);
-    const auto calibration = AnyPanel(&random, 20, 10, {0, 1, 2, 3, 5, 8, 9, 10, 15, 20, 30, 4294967295U}, nits);
+    const auto calibration = AnyPanel(&random, 20, 10, kLevels, kLuminances);
     Panel panel = Opened("x.xml", calibration, &log_);
     const auto engine = zarn::client::Panel::Open("./x.xml").value();
     for (const bool hdr : {false, true}) {
@@ -80,6 +83,26 @@ TEST_F(Survey, PanelConvertsAsTheInterfaceDoes) {
           log_.Take();
           const auto expected = Told(engine.Level(luminance, coverage, mode), &log_);
           ASSERT_EQ(Told(panel.TryToLevel(luminance, coverage, hdr), &log_), expected) << luminance << " " << coverage;
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Survey, CurveBetweenTwoCoveragesHasTheBitsOfThePanel) {
+  std::mt19937 random(55);  // NOLINT(cert-msc51-cpp): the same in every run
+  for (int round = 0; round < 200; ++round) {
+    Panel panel = Opened("x.xml", AnyPanel(&random, 20, 10, kLevels, kLuminances), &log_);
+    const auto levels = SurveyLevels(&panel);
+    for (const uint32_t coverage : {11U, 55U, 99U}) {
+      const auto curves = SurveyCurves(&panel, {10, coverage, 100}, levels);
+      for (const size_t tenth : {size_t{0}, size_t{3}}) {
+        const Curve between = CurveBetween(curves[tenth], curves[tenth + 2], coverage);
+        EXPECT_EQ(between.hdr, curves[tenth + 1].hdr);
+        log_.Take();
+        for (size_t i = 0; i < levels.size(); ++i) {
+          ASSERT_EQ(Told(std::optional(between.nits[i]), &log_), Told(std::optional(curves[tenth + 1].nits[i]), &log_))
+              << levels[i] << " at " << coverage << " in round " << round;
         }
       }
     }

@@ -52,7 +52,7 @@ struct Survey {
   const Subject& subject;
   Levels levels;
   std::vector<Lines> lines;
-  std::vector<Served> curves;  ///< In the order of the file; the curve at 55 % follows the one of the full screen.
+  std::vector<Served> curves;  ///< In the order of the file; the curve at 55 % precedes the one of the full screen.
   CapturedLog* log;
   Findings* findings;
 
@@ -92,7 +92,11 @@ Survey Look(const Subject& subject, CapturedLog* log, Findings* findings) {
   for (const TableInFile& table : subject.tables) {
     survey.lines.emplace_back(table);
   }
-  std::vector<Curve> curves = SurveyCurves(subject.panel, {10, 55, 100}, survey.levels);
+  std::vector<Curve> curves = SurveyCurves(subject.panel, {10, 100}, survey.levels);
+  for (const ptrdiff_t full : {3, 1}) {  // The full screen in high brightness, in standard operation.
+    const auto at_100 = curves.begin() + full;
+    curves.insert(at_100, CurveBetween(*(at_100 - 1), *at_100, 55));
+  }
   for (const Lines& lines : survey.lines) {
     const MeasuredTable& table = *lines.Table().table;
     for (Curve& curve : curves) {

@@ -48,15 +48,15 @@ void CheckOrder(const Measured& m) {
   for (size_t i = 1; i < m.Size(); ++i) {
     const auto& [before, nits_before] = m.points[i - 1];
     const auto& [level, nits] = m.points[i];
-    const TablePlace place = m.At(i - 1, i, m.table.levels[i]);
+    const auto place = [&] { return m.At(i - 1, i, m.table.levels[i]); };
     if (level < before) {
-      m.findings->AddIn(RuleId::kLevelOrder, place,
+      m.findings->AddIn(RuleId::kLevelOrder, place(),
                         "level {} follows {}: the device takes the first point at or above the wanted level, so its "
                         "answers there are garbage; sort the points by level",
                         level, before);
     } else if (level == before) {
       m.findings->AddIn(
-          RuleId::kRepeatedLevel, place,
+          RuleId::kRepeatedLevel, place(),
           "level {} occurs twice: the device returns {} nits at it, and interpolates from {} nits above it; "
           "keep one of them",
           level, nits_before, nits);
@@ -120,8 +120,8 @@ std::vector<Stretch> SameLuminances(const Measured& m, const std::vector<Stretch
       ++known;
     }
     const bool is_told = known != told.end() && known->first <= start;
-    const double share = RoughJndIndexOfNits(m.points[start].nits) ? 1.0 / 255.0 : 0.0;
-    if (!is_told && end > start && Covers(m, {start, end}, share)) {
+    const auto share = [&] { return RoughJndIndexOfNits(m.points[start].nits) ? 1.0 / 255.0 : 0.0; };
+    if (!is_told && end > start && Covers(m, {start, end}, share())) {
       found.push_back({start, end});
     }
   }

@@ -11,7 +11,7 @@ TableInFile Read(CalibrationSource* source, Panel* panel, const MeasuredTable& t
   Path luminances = levels;
   levels.push_back(zarn::format::kPoints.first);
   luminances.push_back(zarn::format::kPoints.second);
-  return {&table, panel != nullptr ? PointsOf(panel, table) : std::vector<zarn::BlNitsPoint>(),
+  return {&table, panel != nullptr ? panel->PointsOf(table) : std::vector<zarn::BlNitsPoint>(),
           source->TakeValues(levels), source->TakeValues(luminances), source->LineOf(levels)};
 }
 

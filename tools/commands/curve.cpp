@@ -136,7 +136,7 @@ PlotPoints MeasuredPoints(DrawnPanel* drawn, const Curve& curve, double unit) {
   PlotPoints points;
   const MeasuredTable* const table = FindTable(curve.coverage, curve.hdr);
   if (table != nullptr) {
-    for (const auto& point : PointsOf(&drawn->panel, *table)) {
+    for (const auto& point : drawn->panel.PointsOf(*table)) {
       points.emplace_back(unit * point.bl, point.nits);
     }
   }

@@ -146,7 +146,7 @@ void LookAt(Panel* panel, bool dimmed, QualityReport* report) {
 std::vector<Seam> SeamsOf(Panel* panel) {
   std::vector<Seam> seams;
   for (const MeasuredTable& table : kMeasuredTables) {
-    const auto points = PointsOf(panel, table);
+    const auto& points = panel->PointsOf(table);
     if (table.hdr || points.empty()) {
       continue;
     }

@@ -56,7 +56,7 @@ void PrintText(Panel* panel) {
   fmt::print("PCC threshold  {}\n\n", panel->Get(zarn::format::kPccThresh));
   fmt::print("{:<30}{:>6}  {:>16}  {:>20}\n", "measured table", "points", "client levels", "nits");
   for (const MeasuredTable& table : kMeasuredTables) {
-    PrintTable(table.name, ExtentOf(PointsOf(panel, table)));
+    PrintTable(table.name, ExtentOf(panel->PointsOf(table)));
   }
 }
 
@@ -78,7 +78,7 @@ nlohmann::ordered_json ReportOf(Panel* panel) {
   zarn::format::ForEachAttribute(
       [&](const auto& attribute) { report["attributes"][attribute.name] = panel->Get(attribute); });
   for (const MeasuredTable& table : kMeasuredTables) {
-    report["tables"][JsonKeyOf(table.hdr, table.coverage)] = ToJson(table, ExtentOf(PointsOf(panel, table)));
+    report["tables"][JsonKeyOf(table.hdr, table.coverage)] = ToJson(table, ExtentOf(panel->PointsOf(table)));
   }
   return report;
 }

@@ -23,7 +23,7 @@ std::vector<uint32_t> PanelLevelsOf(Panel* panel) {
 
 std::vector<uint32_t> MeasuredLevels(Panel* panel, const MeasuredTable& table, uint32_t last) {
   std::vector<uint32_t> levels;
-  for (const auto& point : PointsOf(panel, table)) {
+  for (const auto& point : panel->PointsOf(table)) {
     if (point.bl <= last) {
       levels.push_back(point.bl);
     }

@@ -120,6 +120,11 @@ int Panel::InitEngine() {
   return ResultOf(client_->Init());
 }
 
+const std::vector<zarn::BlNitsPoint>& Panel::PointsOf(const zarn::format::MeasuredTable& table) {
+  const Tables& tables = MeasuredTables();
+  return (table.hdr ? tables.high_brightness : tables.standard).PointsOf(table.coverage);
+}
+
 void Panel::SetDimmingLuts(const std::vector<uint32_t>& panel_levels, const std::vector<double>& attenuation) {
   log_->Take();
   ask_engine_ = true;
@@ -194,13 +199,17 @@ const Panel::Tables* Panel::TablesFor(uint32_t coverage) {
   if (ask_engine_ || coverage < 1 || coverage > 100) {
     return nullptr;
   }
+  return &MeasuredTables();
+}
+
+const Panel::Tables& Panel::MeasuredTables() {
   if (!tables_) {
     using Table = zarn::BackLightToNitsTable;
     tables_ = Tables{Get<zarn::BLRange>(zarn::kBLRange).max_os_bl,
                      {Get<Table>(zarn::kBLNitsMapping10Percent), Get<Table>(zarn::kBLNitsMapping100Percent)},
                      {Get<Table>(zarn::kBLHdrNitsMapping10Percent), Get<Table>(zarn::kBLHdrNitsMapping100Percent)}};
   }
-  return &*tables_;
+  return *tables_;
 }
 
 template <class Value>

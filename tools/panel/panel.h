@@ -54,6 +54,9 @@ class Panel {
     return Get<Record>(attribute.param).*attribute.field;
   }
 
+  /// The points of a measured table, in the order of the file. They live as long as the panel.
+  const std::vector<zarn::BlNitsPoint>& PointsOf(const zarn::format::MeasuredTable& table);
+
   /// Sets the dimming LUTs. \throws also for a wrong number of entries: zarn::client::Panel::SetDimmingLuts.
   void SetDimmingLuts(const std::vector<uint32_t>& panel_levels, const std::vector<double>& attenuation);
 
@@ -85,6 +88,7 @@ class Panel {
   void OpenByName(const std::string& name);
   void OpenByPath(const std::string& path);
   int InitEngine();
+  const Tables& MeasuredTables();
   const Tables* TablesFor(uint32_t coverage);
   template <class Value>
   std::optional<Value> Keep(const zarn::client::Result<Value>& answer);

@@ -4,14 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <numeric>
 
-namespace blnits {
+#include "interpolation.h"
 
-std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table) {
-  return panel->Get<zarn::BackLightToNitsTable>(table.param).points;
-}
+namespace blnits {
 
 bool IsRead(const MeasuredTable& table, uint32_t coverage, bool hdr) {
   return table.hdr == hdr && (table.coverage == 10 ? coverage < 100 : coverage > 10);
@@ -31,11 +30,31 @@ using Levels = std::vector<uint32_t>;
 
 uint32_t LastLevel(Panel* panel) { return panel->Get(zarn::format::kMaxOsBl); }
 
+void Sort(Levels* levels) {
+  if (!std::is_sorted(levels->begin(), levels->end())) {  // Most tables are.
+    std::sort(levels->begin(), levels->end());
+  }
+}
+
+// Adds the levels of a table to `centres`, which ascend.
+void AddLevels(const std::vector<zarn::BlNitsPoint>& points, Levels* centres) {
+  Levels added;
+  added.reserve(points.size());
+  for (const auto& point : points) {
+    added.push_back(point.bl);
+  }
+  Sort(&added);
+  Levels merged;
+  merged.reserve(centres->size() + added.size());
+  std::merge(centres->begin(), centres->end(), added.begin(), added.end(), std::back_inserter(merged));
+  centres->swap(merged);
+}
+
 // Every level below kEveryLevelBelow; above it, the `centres` and the levels next to them; all of them up to `last`.
 Levels LevelsAround(Levels centres, uint32_t last) {
   Levels levels(size_t{std::min(last, kEveryLevelBelow - 1)} + 1);
   std::iota(levels.begin(), levels.end(), 0);
-  std::sort(centres.begin(), centres.end());
+  Sort(&centres);
   for (const uint32_t centre : centres) {
     for (const uint32_t level : {centre - std::min(centre, 1U), centre, centre + std::min(UINT32_MAX - centre, 1U)}) {
       if (level > levels.back() && level <= last) {
@@ -92,17 +111,15 @@ void AddChanges(Panel* panel, uint32_t coverage, bool hdr, const Levels& pairs, 
 }  // namespace
 
 Levels SurveyLevels(const std::vector<Panel*>& panels, const std::vector<uint32_t>& coverages) {
-  uint32_t last = 0;
-  for (Panel* const panel : panels) {
-    last = std::max(last, LastLevel(panel));
-  }
   Levels centres;
   for (Panel* const panel : panels) {
     centres.push_back(LastLevel(panel));
+  }
+  Sort(&centres);
+  const uint32_t last = centres.back();
+  for (Panel* const panel : panels) {
     for (const MeasuredTable& table : kMeasuredTables) {
-      for (const auto& point : PointsOf(panel, table)) {
-        centres.push_back(point.bl);
-      }
+      AddLevels(panel->PointsOf(table), &centres);
     }
   }
   Levels levels = LevelsAround(centres, last);
@@ -162,10 +179,19 @@ std::vector<Curve> SurveyCurves(Panel* panel, const std::vector<uint32_t>& cover
   return curves;
 }
 
+Curve CurveBetween(const Curve& at_10, const Curve& at_100, uint32_t coverage) {
+  Curve between = {coverage, at_10.hdr, {}};
+  between.nits.reserve(at_10.nits.size());
+  for (size_t i = 0; i < at_10.nits.size(); ++i) {
+    between.nits.push_back(zarn::ValueAtCoverage(coverage, at_10.nits[i], at_100.nits[i]));
+  }
+  return between;
+}
+
 std::vector<bool> Extrapolated(Panel* panel, const Curve& curve, const std::vector<uint32_t>& levels) {
   std::vector<bool> extrapolated(levels.size(), false);
   for (const MeasuredTable& table : kMeasuredTables) {
-    const auto points = PointsOf(panel, table);
+    const auto& points = panel->PointsOf(table);
     if (!IsRead(table, curve.coverage, curve.hdr) || points.empty()) {
       continue;
     }

@@ -10,9 +10,6 @@
 
 namespace blnits {
 
-/// The points of one table, in the order of the file. \throws Failure.
-std::vector<zarn::BlNitsPoint> PointsOf(Panel* panel, const MeasuredTable& table);
-
 /// Whether the device reads the table to convert at a coverage in per cent. Any thread.
 bool IsRead(const MeasuredTable& table, uint32_t coverage, bool hdr);
 
@@ -22,7 +19,7 @@ uint32_t HighestLevel(const std::vector<zarn::BlNitsPoint>& points);
 /// A survey examines each client level below this.
 constexpr uint32_t kEveryLevelBelow = 65536;
 
-/// The client levels to examine, ascending, up to the highest of all panels:
+/// The client levels to examine, ascending, up to the highest of all panels (at least one):
 /// - each level below kEveryLevelBelow;
 /// - above it, each measured point of each panel, the levels next to it, and each panel's last level;
 /// - above it, each level at which a curve of the `coverages` passes through 0 or ceases to be finite.
@@ -56,6 +53,10 @@ std::string NameOf(const Curve& curve);
 /// A curve for each of `coverages` in standard operation, then the same for high brightness. Does not throw Failure.
 std::vector<Curve> SurveyCurves(Panel* panel, const std::vector<uint32_t>& coverages,
                                 const std::vector<uint32_t>& levels);
+
+/// The curve at a coverage above 10 and below 100 %, with the same bits as SurveyCurves. Both curves belong to one
+/// operation of a panel that is not dimmed.
+Curve CurveBetween(const Curve& at_10, const Curve& at_100, uint32_t coverage);
 
 /// Whether each of `levels` lies below the first or above all measured points of the curve's tables, where the device
 /// follows a line through the origin. Level 0 counts as measured: it is dark by definition. \throws Failure.

@@ -15,6 +15,7 @@ using zarn::BlNitsPoint;
 template <class Value>
 std::vector<size_t> RisingPlaces(const std::vector<BlNitsPoint>& points, Value BlNitsPoint::*value) {
   std::vector<size_t> places;
+  places.reserve(points.size());
   for (size_t i = 0; i < points.size(); ++i) {
     const bool first = places.empty() && !std::isnan(static_cast<double>(points[i].*value));
     if (first || (!places.empty() && points[i].*value > points[places.back()].*value)) {

@@ -14,6 +14,9 @@ class SearchedTable {
  public:
   explicit SearchedTable(zarn::BackLightToNitsTable table);
 
+  /// The points, in the order of the file.
+  const std::vector<zarn::BlNitsPoint>& Points() const { return table_.points; }
+
   /// The result of the engine's GetNitsValue for a level, with the same return value and log lines.
   /// \param place where the search begins and ends: 0, or the place of a level that is not far below.
   int Nits(uint32_t level, double* nits, size_t* place) const;
@@ -41,6 +44,11 @@ class TableConversions {
   };
 
   TableConversions(zarn::BackLightToNitsTable table_10, zarn::BackLightToNitsTable table_100);
+
+  /// The points of the table of 10 or 100 per cent.
+  const std::vector<zarn::BlNitsPoint>& PointsOf(uint32_t coverage) const {
+    return (coverage == 10 ? table_10_ : table_100_).Points();
+  }
 
   /// Luminance of a client level at a coverage of 1 to 100 per cent. The caller checks the upper bound of the level.
   /// \return 0; or -EINVAL, with an Error in the log and `*nits` unchanged, if the table does not allow interpolation.
